@@ -1,0 +1,84 @@
+// v3d: every library operation on raw volume files, for batch work, scripts and benchmarks.
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "cli/cli.h"
+
+namespace {
+
+const cli::Command* find_command(const std::string& name) {
+    for (const auto& c : cli::commands())
+        if (name == c.name) return &c;
+    return nullptr;
+}
+
+void print_overview() {
+    std::printf(
+        "v3d - VEXILO3D volume operations on raw files\n\n"
+        "usage: v3d COMMAND [OPTIONS]\n"
+        "       v3d help COMMAND\n\n"
+        "Volumes are raw files (no header): --in FILE --size ZxYxX [--type uc|f|i]\n"
+        "[--channels 1|3] [--skip N]; --voi z1:z2,y1:y2,x1:x2 (half-open) limits the work to a\n"
+        "volume of interest. Results go to --out FILE as raw volumes.\n\n"
+        "commands:\n");
+    std::vector<cli::Command> sorted = cli::commands();
+    std::sort(sorted.begin(), sorted.end(),
+              [](const cli::Command& a, const cli::Command& b) { return std::strcmp(a.name, b.name) < 0; });
+    for (const auto& c : sorted) std::printf("  %-22s %s\n", c.name, c.summary);
+}
+
+void print_command(const cli::Command& c) {
+    std::printf("v3d %s - %s\n\nusage: v3d %s %s\n\n%s\n", c.name, c.summary, c.name, c.usage,
+                c.help);
+}
+
+int help(const std::vector<std::string>& words) {
+    if (words.empty()) {
+        print_overview();
+        return 0;
+    }
+    if (const cli::Command* c = find_command(words[0])) {
+        print_command(*c);
+        return 0;
+    }
+    std::fprintf(stderr, "v3d: unknown command '%s' (v3d help lists them)\n", words[0].c_str());
+    return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::vector<std::string> words(argv + 1, argv + argc);
+    if (words.empty() || words[0] == "help" || words[0] == "--help" || words[0] == "-h") {
+        if (words.empty()) words.push_back("help");
+        return help(std::vector<std::string>(words.begin() + 1, words.end()));
+    }
+    const cli::Command* command = find_command(words[0]);
+    if (!command) {
+        std::fprintf(stderr, "v3d: unknown command '%s' (v3d help lists them)\n", words[0].c_str());
+        return 2;
+    }
+    AllocateVolumeTable();
+    int status = 0;
+    try {
+        const cli::Args args(std::vector<std::string>(words.begin() + 1, words.end()));
+        status = command->run(args);
+        if (status == 0) args.check_all_used();
+    } catch (const cli::UsageError& e) {
+        std::fprintf(stderr, "v3d %s: %s\nusage: v3d %s %s\n", command->name, e.what(),
+                     command->name, command->usage);
+        ReleaseVolumeTable();
+        return 2;
+    }
+    ReleaseVolumeTable();
+    if (status != 0) {
+        const char* text = GetStatusText(status);
+        std::fprintf(stderr, "v3d %s: %s (status %d)\n", command->name, *text ? text : "failed",
+                     status);
+        return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,145 @@
+// The helper set that every operator uses: typed channel access, the VOI, the usual checks,
+// rounding and clamping, buffers that report failure instead of throwing, and temporary
+// volumes that free themselves. With these an operator reads like its description:
+//
+//   V3D_CHECK(check_pair(in, out, kUC, kAnyColor));
+//   if (!odd_window_fits(in, wz, wy, wx)) return kInvalidWindow;
+//   for_each_channel(in, [&](int c) { ... });
+#pragma once
+
+#include <cmath>
+#include <cstddef>
+#include <memory>
+#include <new>
+
+#include "core/status.h"
+#include "vexilo3d.h"
+
+// Returns the status of expr from the enclosing function when it is not 0.
+#define V3D_CHECK(expr)                          \
+    do {                                         \
+        if (const int v3d_status_ = (expr)) return v3d_status_; \
+    } while (0)
+
+namespace v3d {
+
+// data type and colour type codes and masks
+enum : int { kUC = 1, kF = 2, kI = 4, kAnyType = 7 };
+enum : int { kGrey = 1, kRGB = 2, kAnyColor = 3 };
+
+inline int channels(const Volume* v) { return v->colortype == 1 ? 1 : 3; }
+
+// Typed access to one channel: voxels<unsigned char>(v, c)[z][y][x].
+template <class T> T*** voxels(const Volume* v, int c) { return static_cast<T***>(v->data[c].p); }
+
+// Calls f with a value of the voxel type of a type code (UC, F or I; anything else acts as UC,
+// callers have checked the type before).
+template <class F> decltype(auto) dispatch_type(int type, F&& f) {
+    if (type == kF) return f(float{});
+    if (type == kI) return f(int{});
+    return f((unsigned char){});
+}
+
+// The half-open volume of interest of a record.
+struct Voi {
+    int z1, z2, y1, y2, x1, x2;
+    int nz() const { return z2 - z1; }
+    int ny() const { return y2 - y1; }
+    int nx() const { return x2 - x1; }
+    long long count() const { return static_cast<long long>(nz()) * ny() * nx(); }
+};
+inline Voi voi_of(const Volume* v) { return {v->z1, v->z2, v->y1, v->y2, v->x1, v->x2}; }
+
+// True when a is smaller than b in Z, Y or X (whole dimensions).
+inline bool smaller_than(const Volume* a, const Volume* b) {
+    return a->Z < b->Z || a->Y < b->Y || a->X < b->X;
+}
+
+// The common checks of an operator with one input and one output, in their fixed order:
+// input check, output check, output not smaller than the input (-520), output colour type
+// equal to the input's (-523).
+inline int check_pair(Volume* in, Volume* out, int typemask, int colormask) {
+    V3D_CHECK(CheckVolume(in, typemask, colormask));
+    V3D_CHECK(CheckVolume(out, typemask, colormask));
+    if (smaller_than(out, in)) return kBadOutputDims;
+    if (out->colortype != in->colortype) return kBadOutputColor;
+    return kOk;
+}
+
+// Window sizes positive, odd and no larger than the VOI's extents.
+inline bool odd_window_fits(const Volume* in, int wz, int wy, int wx) {
+    const Voi v = voi_of(in);
+    auto ok = [](int w, int extent) { return w > 0 && (w & 1) == 1 && w <= extent; };
+    return ok(wz, v.nz()) && ok(wy, v.ny()) && ok(wx, v.nx());
+}
+
+// Does the VOI of in, placed at (z0, y0, x0), fit inside out?
+inline bool fits_at(const Volume* in, const Volume* out, int z0, int y0, int x0) {
+    const Voi v = voi_of(in);
+    return static_cast<long long>(z0) + v.nz() <= out->Z &&
+           static_cast<long long>(y0) + v.ny() <= out->Y &&
+           static_cast<long long>(x0) + v.nx() <= out->X;
+}
+
+// "Add 0.5 and truncate" (towards zero, as a C conversion does).
+inline int round_half_up(double v) { return static_cast<int>(v + 0.5); }
+inline int round_half_up(float v) { return static_cast<int>(v + 0.5f); }
+
+inline unsigned char clamp_uc(int v) {
+    return static_cast<unsigned char>(v < 0 ? 0 : (v > 255 ? 255 : v));
+}
+// Clamp to 0..255, then round half up.
+inline unsigned char clamp_round_uc(double v) {
+    if (!(v > 0.0)) return 0;  // also NaN
+    if (v >= 255.0) return 255;
+    return static_cast<unsigned char>(v + 0.5);
+}
+
+// Region means: floor(sum / count + 0.5) in double precision.
+inline int region_mean(double sum, double count) {
+    return static_cast<int>(std::floor(sum / count + 0.5));
+}
+
+// A value for every voxel of a channel, as ClearVolume and CheckIfVolumeClear accept it:
+// UC 0..255 truncated, I -2^31..2^31 truncated, F as it is. False when out of range.
+bool channel_value(int type, float value, double* converted);
+
+template <class F> void for_each_channel(const Volume* v, F&& f) {
+    for (int c = 0, n = channels(v); c < n; ++c) f(c);
+}
+
+// Calls f(c, z, y) for every row of the VOI, channel outermost.
+template <class F> void for_each_voi_row(const Volume* v, F&& f) {
+    const Voi r = voi_of(v);
+    for_each_channel(v, [&](int c) {
+        for (int z = r.z1; z < r.z2; ++z)
+            for (int y = r.y1; y < r.y2; ++y) f(c, z, y);
+    });
+}
+
+// A plain work buffer: null when it cannot be had (operators return -9 then).
+template <class T> std::unique_ptr<T[]> make_buffer(std::size_t n) {
+    return std::unique_ptr<T[]>(new (std::nothrow) T[n ? n : 1]());
+}
+
+// A temporary working volume that is destroyed with its scope.
+class TempVolume {
+public:
+    TempVolume() = default;
+    TempVolume(const TempVolume&) = delete;
+    TempVolume& operator=(const TempVolume&) = delete;
+    ~TempVolume() { DestroyVolume(&vol_); }
+
+    // Returns 0 or the status of CreateVolume (-530 when storage cannot be had).
+    int create(int Z, int Y, int X, int type, int colortype) {
+        InitializeVolume(&vol_, Z, Y, X, type, colortype);
+        return CreateVolume(&vol_);
+    }
+    Volume* get() { return &vol_; }
+    Volume* operator->() { return &vol_; }
+
+private:
+    Volume vol_{};
+};
+
+}  // namespace v3d

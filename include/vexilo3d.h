@@ -1,0 +1,10 @@
+/* VEXILO3D volume library: the public C interface (libvexilo3d).
+   Status results are int: 0 on success, a negative string id on failure (GetStatusText). */
+#ifndef VEXILO3D_H
+#define VEXILO3D_H
+
+#include "vexilo3d_types.h"
+#include "vexilo3d_core.h"
+#include "vexilo3d_io.h"
+
+#endif

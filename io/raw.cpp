@@ -1,0 +1,183 @@
+// Raw volume files: bare voxel arrays without a header, one file per frame and channel or one
+// file for the whole volume (planar by channel), and the text dump of a VOI.
+//
+// Beyond the volume and dimension checks, a null name, negative dimensions, frame numbers or
+// skip counts are refused with -90 before any file is opened.
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "core/common.h"
+
+namespace v3d {
+namespace {
+
+struct FileCloser {
+    void operator()(std::FILE* f) const { std::fclose(f); }
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+std::size_t element_size(const Volume* v) { return v->type == kUC ? 1 : 4; }
+
+void* row_of(const Volume* v, int c, int z, int y) {
+    return static_cast<char*>(static_cast<void***>(v->data[c].p)[z][y]);
+}
+
+// "%s%d.%s" without padding, "%s%0*d.%s" with digits characters.
+std::string frame_file_name(const char* base, int number, int digits, const char* ext) {
+    char buf[4096];
+    const int n = digits > 0 ? std::snprintf(buf, sizeof buf, "%s%0*d.%s", base, digits, number, ext)
+                             : std::snprintf(buf, sizeof buf, "%s%d.%s", base, number, ext);
+    return (n < 0 || n >= static_cast<int>(sizeof buf)) ? std::string() : std::string(buf);
+}
+
+bool extensions_present(const char* const* exts, int n) {
+    if (!exts) return false;
+    for (int c = 0; c < n; ++c)
+        if (!exts[c]) return false;
+    return true;
+}
+
+// Closing reports the write errors that buffering held back.
+int close_written(std::FILE* f) { return std::fclose(f) == 0 ? kOk : kFwrite; }
+
+bool seek_from_start(std::FILE* f, long long offset) {
+#if defined(_WIN32)
+    return _fseeki64(f, offset, SEEK_SET) == 0;
+#else
+    return fseeko(f, static_cast<off_t>(offset), SEEK_SET) == 0;
+#endif
+}
+
+}  // namespace
+}  // namespace v3d
+
+using namespace v3d;
+
+extern "C" {
+
+int fromdiskUCFI3D(Volume* vol, const char* base, int first, int digits, const char* const* exts,
+                   int Z, int Y, int X) {
+    V3D_CHECK(CheckVolume(vol, kAnyType, kAnyColor));
+    if (Z > vol->Z || Y > vol->Y || X > vol->X) return kBadInputDims;
+    if (!base || Z < 0 || Y < 0 || X < 0 || !extensions_present(exts, channels(vol)))
+        return kInvalidParams;
+    const std::size_t row_bytes = element_size(vol) * static_cast<std::size_t>(X);
+    for (int c = 0, n = channels(vol); c < n; ++c) {
+        auto row = make_buffer<char>(row_bytes);
+        if (!row) return kNoBuffer;
+        for (int z = 0; z < Z; ++z) {
+            const std::string name = frame_file_name(base, first + z, digits, exts[c]);
+            File f(name.empty() ? nullptr : std::fopen(name.c_str(), "rb"));
+            if (!f) return kFopen;
+            for (int y = 0; y < Y; ++y) {
+                if (std::fread(row.get(), 1, row_bytes, f.get()) != row_bytes) return kFread;
+                std::memcpy(row_of(vol, c, z, y), row.get(), row_bytes);
+            }
+        }
+    }
+    return kOk;
+}
+
+int todiskUCFI3D(Volume* vol, const char* base, int first, int digits, const char* const* exts) {
+    V3D_CHECK(CheckVolume(vol, kAnyType, kAnyColor));
+    if (!base || !extensions_present(exts, channels(vol))) return kInvalidParams;
+    const std::size_t row_bytes = element_size(vol) * static_cast<std::size_t>(vol->X);
+    for (int c = 0, n = channels(vol); c < n; ++c) {
+        auto row = make_buffer<char>(row_bytes);
+        if (!row) return kNoBuffer;
+        for (int z = 0; z < vol->Z; ++z) {
+            const std::string name = frame_file_name(base, first + z, digits, exts[c]);
+            std::FILE* f = name.empty() ? nullptr : std::fopen(name.c_str(), "wb");
+            if (!f) return kFopen;
+            for (int y = 0; y < vol->Y; ++y) {
+                std::memcpy(row.get(), row_of(vol, c, z, y), row_bytes);
+                if (std::fwrite(row.get(), 1, row_bytes, f) != row_bytes) {
+                    std::fclose(f);
+                    return kFwrite;
+                }
+            }
+            V3D_CHECK(close_written(f));
+        }
+    }
+    return kOk;
+}
+
+int ReadVolume(Volume* vol, const char* filename, int skip, int Z, int Y, int X) {
+    V3D_CHECK(CheckVolume(vol, kAnyType, kAnyColor));
+    if (Z > vol->Z || Y > vol->Y || X > vol->X) return kBadInputDims;
+    if (!filename || skip < 0 || Z < 0 || Y < 0 || X < 0) return kInvalidParams;
+    const std::size_t row_bytes = element_size(vol) * static_cast<std::size_t>(X);
+    File f(std::fopen(filename, "rb"));
+    if (!f) return kFopen;
+    if (!seek_from_start(f.get(), static_cast<long long>(skip) * Y * static_cast<long long>(row_bytes)))
+        return kFread;
+    auto row = make_buffer<char>(row_bytes);
+    if (!row) return kNoBuffer;
+    for (int c = 0, n = channels(vol); c < n; ++c)
+        for (int z = 0; z < Z; ++z)
+            for (int y = 0; y < Y; ++y) {
+                if (std::fread(row.get(), 1, row_bytes, f.get()) != row_bytes) return kFread;
+                std::memcpy(row_of(vol, c, z, y), row.get(), row_bytes);
+            }
+    return kOk;
+}
+
+int WriteVolume(Volume* vol, const char* filename, int first, int count) {
+    V3D_CHECK(CheckVolume(vol, kAnyType, kAnyColor));
+    if (static_cast<long long>(first) + count > vol->Z || first < 0 || count < 0)
+        return kInvalidParams;
+    if (!filename) return kInvalidParams;
+    std::FILE* f = std::fopen(filename, "wb");
+    if (!f) return kFopen;
+    const std::size_t row_bytes = element_size(vol) * static_cast<std::size_t>(vol->X);
+    auto row = make_buffer<char>(row_bytes);
+    if (!row) {
+        std::fclose(f);
+        return kNoBuffer;
+    }
+    for (int c = 0, n = channels(vol); c < n; ++c)
+        for (int z = first; z < first + count; ++z)
+            for (int y = 0; y < vol->Y; ++y) {
+                std::memcpy(row.get(), row_of(vol, c, z, y), row_bytes);
+                if (std::fwrite(row.get(), 1, row_bytes, f) != row_bytes) {
+                    std::fclose(f);
+                    return kFwrite;
+                }
+            }
+    return close_written(f);
+}
+
+int dumpUCFI3D(Volume* vol, const char* filename) {
+    V3D_CHECK(CheckVolume(vol, kAnyType, kAnyColor));
+    if (!filename) return kInvalidParams;
+    std::FILE* f = std::fopen(filename, "w");
+    if (!f) return kFopen;
+    const Voi r = voi_of(vol);
+    bool ok = true;
+    for (int c = 0, n = channels(vol); c < n && ok; ++c) {
+        for (int z = r.z1; z < r.z2 && ok; ++z) {
+            for (int y = r.y1; y < r.y2 && ok; ++y) {
+                for (int x = r.x1; x < r.x2 && ok; ++x) {
+                    if (vol->type == kUC)
+                        ok = std::fprintf(f, "%3u ", static_cast<unsigned>(vol->data[c].uc[z][y][x])) >= 0;
+                    else if (vol->type == kF)
+                        ok = std::fprintf(f, "%.3f ", static_cast<double>(vol->data[c].f[z][y][x])) >= 0;
+                    else
+                        ok = std::fprintf(f, "%d ", vol->data[c].i[z][y][x]) >= 0;
+                }
+                ok = ok && std::fputc('\n', f) != EOF;
+            }
+            ok = ok && std::fputc('\n', f) != EOF;
+        }
+        ok = ok && std::fputc('\n', f) != EOF;
+    }
+    if (!ok) {
+        std::fclose(f);
+        return kFwrite;
+    }
+    return close_written(f);
+}
+
+}  // extern "C"

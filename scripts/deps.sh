@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that building and testing VEXILO3D needs (Debian 12).
+set -euo pipefail
+packages=(
+  build-essential cmake pkg-config
+  qt6-base-dev
+  libtiff-dev libjpeg-dev
+  libgtest-dev libgmock-dev libbenchmark-dev
+  libfftw3-dev
+  clang libclang-rt-14-dev
+  imagemagick python3-pil
+  xvfb xauth
+)
+missing=()
+for p in "${packages[@]}"; do
+  dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+sudo=""
+[ "$(id -u)" -eq 0 ] || sudo="sudo"
+export DEBIAN_FRONTEND=noninteractive
+$sudo apt-get update -q
+$sudo apt-get install -y -q --no-install-recommends "${missing[@]}"

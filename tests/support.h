@@ -1,0 +1,83 @@
+// Test helpers: volumes that free themselves, reproducible contents, whole-volume comparison.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "vexilo3d.h"
+
+namespace t3d {
+
+// A created volume (type uc = 1, f = 2, i = 4; colortype 1 or 2), destroyed with its scope.
+class Vol {
+public:
+    Vol(int Z, int Y, int X, int type = 1, int colortype = 1) {
+        InitializeVolume(&v_, Z, Y, X, type, colortype);
+        status_ = CreateVolume(&v_);
+    }
+    ~Vol() { DestroyVolume(&v_); }
+    Vol(const Vol&) = delete;
+    Vol& operator=(const Vol&) = delete;
+    Volume* operator&() { return &v_; }
+    Volume* get() { return &v_; }
+    Volume* operator->() { return &v_; }
+    int status() const { return status_; }
+    unsigned char& uc(int z, int y, int x, int c = 0) { return v_.data[c].uc[z][y][x]; }
+    float& f(int z, int y, int x, int c = 0) { return v_.data[c].f[z][y][x]; }
+    int& i(int z, int y, int x, int c = 0) { return v_.data[c].i[z][y][x]; }
+    void voi(int z1, int z2, int y1, int y2, int x1, int x2) {
+        fill_in_VOI(&v_, z1, z2, y1, y2, x1, x2);
+    }
+
+private:
+    Volume v_{};
+    int status_;
+};
+
+inline uint32_t next_random(uint32_t& s) {
+    s ^= s << 13;
+    s ^= s >> 17;
+    s ^= s << 5;
+    return s;
+}
+
+// Every voxel of every channel from a seeded generator: uc 0..255 (or 0..range-1), f and i
+// in -range..range.
+inline void fill_random(Volume* v, uint32_t seed, int range = 256) {
+    uint32_t s = seed * 2654435761u + 12345u;
+    const int n = v->colortype == 1 ? 1 : 3;
+    for (int c = 0; c < n; ++c)
+        for (int z = 0; z < v->Z; ++z)
+            for (int y = 0; y < v->Y; ++y)
+                for (int x = 0; x < v->X; ++x) {
+                    const uint32_t r = next_random(s);
+                    if (v->type == 1) v->data[c].uc[z][y][x] = static_cast<unsigned char>(r % range);
+                    else if (v->type == 2) v->data[c].f[z][y][x] = static_cast<float>(static_cast<int>(r % (2 * range + 1)) - range) * 0.37f;
+                    else v->data[c].i[z][y][x] = static_cast<int>(r % (2 * range + 1)) - range;
+                }
+}
+
+// A copy of every voxel of every channel as doubles, for comparing before and after.
+inline std::vector<double> snapshot(const Volume* v) {
+    std::vector<double> out;
+    const int n = v->colortype == 1 ? 1 : 3;
+    for (int c = 0; c < n; ++c)
+        for (int z = 0; z < v->Z; ++z)
+            for (int y = 0; y < v->Y; ++y)
+                for (int x = 0; x < v->X; ++x)
+                    out.push_back(v->type == 1 ? v->data[c].uc[z][y][x]
+                                  : v->type == 2 ? v->data[c].f[z][y][x]
+                                                 : v->data[c].i[z][y][x]);
+    return out;
+}
+
+// A file name in the test's temporary folder.
+inline std::string temp_path(const std::string& name) {
+    return ::testing::TempDir() + name;
+}
+
+}  // namespace t3d
