@@ -79,9 +79,10 @@ V3D_API int Hough_3D(Volume *in, Volume *out, Volume *acc, int threshold);
 /* Edge linking: finds a path of 26-connected voxels from the start (sz, sy, sx) to the end
    (ez, ey, ex) through voxels of the input's VOI whose edge strength is >= threshold, and
    marks it with 255 in out (nothing else is written). Depth first with the caller's
-   coordinate stack: from the voxel on top it steps to the unvisited neighbour of greatest
-   strength (among equals the one nearest the end, then the first in the order dz, dy, dx),
-   and drops the top voxel when it has none. On success the stack holds the path, the end on
+   coordinate stack: from the voxel on top it steps to an unvisited neighbour (of strength
+   >= threshold, inside the VOI), preferring those that come closer to the end, among them
+   the strongest, then the one nearest the end, then the first in the order dz, dy, dx; it
+   drops the top voxel when there is none. On success the stack holds the path, the end on
    top and the start at the bottom, each record (z, y, x, strength); the caller pops it.
    Checks in order: in and out (UC, one channel), out smaller than in -520, stack null -4,
    *stack not empty -99 "stack is not empty originally", start or end outside the VOI -90,

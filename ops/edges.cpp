@@ -420,10 +420,13 @@ long long squared_distance(const Point& a, const Point& b) {
     return dz * dz + dy * dy + dx * dx;
 }
 
-// The unvisited neighbour of p to step to (p itself when there is none): strongest first,
-// then nearest the end, then the first in the order dz, dy, dx.
+// The unvisited neighbour of p to step to (p itself when there is none): first those that come
+// closer to the end, among them the strongest, then the nearest the end, then the first in the
+// order dz, dy, dx.
 Point link_step(UC*** v, UC*** visited, const Voi& voi, Point p, Point end, int threshold) {
+    const long long here = squared_distance(p, end);
     Point best = p;
+    bool best_closer = false;
     int best_value = -1;
     long long best_distance = 0;
     for (int dz = -1; dz <= 1; ++dz)
@@ -435,8 +438,15 @@ Point link_step(UC*** v, UC*** visited, const Voi& voi, Point p, Point end, int 
                 const int value = v[n.z][n.y][n.x];
                 if (value < threshold) continue;
                 const long long distance = squared_distance(n, end);
-                if (value > best_value || (value == best_value && distance < best_distance)) {
+                const bool closer = distance < here;
+                bool better = true;
+                if (best_value >= 0)
+                    better = closer != best_closer ? closer
+                           : value != best_value   ? value > best_value
+                                                   : distance < best_distance;
+                if (better) {
                     best = n;
+                    best_closer = closer;
                     best_value = value;
                     best_distance = distance;
                 }

@@ -590,6 +590,14 @@ TEST(EdgeLink, LinksAlongTheRidgeAndLeavesThePathOnTheStack) {
     EXPECT_EQ(on_path.size(), path.size());  // no voxel twice
     const auto out = t3d::snapshot(c.out.get());
     EXPECT_EQ(std::count(out.begin(), out.end(), 255.0), static_cast<long>(path.size()));
+    // on a plateau it heads straight for the end: one voxel per step of the chessboard distance
+    Vol flat(6, 10, 8), marks(6, 10, 8);
+    const float strong = 200;
+    ClearVolume(flat.get(), &strong);
+    ASSERT_EQ(modedg3d(flat.get(), marks.get(), &c.stack, 1, 1, 1, 4, 8, 6, 100), 0);
+    int steps = 0;
+    for (; c.stack; ++steps) pop_3d(&c.stack);
+    EXPECT_EQ(steps, 8);
 }
 
 TEST(EdgeLink, StackStatesAndChecks) {
