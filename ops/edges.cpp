@@ -207,26 +207,34 @@ UC compass_at(const CompassMask& m, UC*** v, int z, int y, int x) {
     return static_cast<UC>(std::min(255, std::abs(sum)));
 }
 
-void add_row(int16_t* __restrict acc, const UC* __restrict src, int n) {
-    for (int i = 0; i < n; ++i) acc[i] = static_cast<int16_t>(acc[i] + src[i]);
-}
-void subtract_row(int16_t* __restrict acc, const UC* __restrict src, int n) {
-    for (int i = 0; i < n; ++i) acc[i] = static_cast<int16_t>(acc[i] - src[i]);
+// Sum of nine rows minus nine others, one pass over the columns.
+void compass_pass(const UC* const (&p)[9], const UC* const (&m)[9], UC* __restrict out, int n) {
+    const UC *__restrict p0 = p[0], *__restrict p1 = p[1], *__restrict p2 = p[2],
+             *__restrict p3 = p[3], *__restrict p4 = p[4], *__restrict p5 = p[5],
+             *__restrict p6 = p[6], *__restrict p7 = p[7], *__restrict p8 = p[8];
+    const UC *__restrict m0 = m[0], *__restrict m1 = m[1], *__restrict m2 = m[2],
+             *__restrict m3 = m[3], *__restrict m4 = m[4], *__restrict m5 = m[5],
+             *__restrict m6 = m[6], *__restrict m7 = m[7], *__restrict m8 = m[8];
+    for (int i = 0; i < n; ++i) {
+        const int16_t plus = static_cast<int16_t>(p0[i] + p1[i] + p2[i] + p3[i] + p4[i] + p5[i] +
+                                                  p6[i] + p7[i] + p8[i]);
+        const int16_t minus = static_cast<int16_t>(m0[i] + m1[i] + m2[i] + m3[i] + m4[i] + m5[i] +
+                                                   m6[i] + m7[i] + m8[i]);
+        const int16_t d = static_cast<int16_t>(plus - minus);
+        const int16_t a = d < 0 ? static_cast<int16_t>(-d) : d;
+        out[i] = static_cast<UC>(a > 255 ? 255 : a);
+    }
 }
 
-void compass_row(const CompassMask& m, const UC* const (&rows)[3][3], UC* __restrict out, int x1,
-                 int x2) {
-    int16_t acc[kChunk];
-    for (int xs = x1; xs < x2; xs += kChunk) {
-        const int n = std::min(kChunk, x2 - xs);
-        std::fill(acc, acc + n, int16_t{0});
-        for (const Offset& o : m.plus) add_row(acc, rows[o.dz + 1][o.dy + 1] + xs + o.dx, n);
-        for (const Offset& o : m.minus) subtract_row(acc, rows[o.dz + 1][o.dy + 1] + xs + o.dx, n);
-        for (int i = 0; i < n; ++i) {
-            const int16_t a = acc[i] < 0 ? static_cast<int16_t>(-acc[i]) : acc[i];
-            out[xs + i] = static_cast<UC>(a > 255 ? 255 : a);
-        }
+void compass_row(const CompassMask& m, const UC* const (&rows)[3][3], UC* out, int x1, int x2) {
+    const UC *plus[9], *minus[9];
+    for (int k = 0; k < 9; ++k) {
+        const Offset& p = m.plus[k];
+        const Offset& q = m.minus[k];
+        plus[k] = rows[p.dz + 1][p.dy + 1] + x1 + p.dx;
+        minus[k] = rows[q.dz + 1][q.dy + 1] + x1 + q.dx;
     }
+    compass_pass(plus, minus, out + x1, x2 - x1);
 }
 
 // ---- Laplace ------------------------------------------------------------------------------
@@ -263,12 +271,18 @@ UC range_at(UC*** v, int z, int y, int x, int hz, int hy, int hx) {
     return static_cast<UC>(hi - lo);
 }
 
+void min_into(UC* __restrict acc, const UC* __restrict src, int n) {
+    for (int i = 0; i < n; ++i) acc[i] = std::min(acc[i], src[i]);
+}
+void max_into(UC* __restrict acc, const UC* __restrict src, int n) {
+    for (int i = 0; i < n; ++i) acc[i] = std::max(acc[i], src[i]);
+}
+
 // Row form of the range: the column extremes over the window's wz * wy rows, then the
 // extremes of wx neighbouring columns. Windows wider than a chunk take the plain form.
-void range_row(UC*** src, UC* __restrict out, int z, int y, const Box& b, int hz, int hy,
-               int hx) {
+void range_row(UC*** src, UC* out, int z, int y, const Box& b, int hz, int hy, int hx) {
     constexpr int kCols = 2 * kChunk;
-    UC lo[kCols], hi[kCols];
+    UC lo[kCols], hi[kCols], row_lo[kCols], row_hi[kCols];
     const int per_pass = kCols - 2 * hx;  // centres per pass
     for (int xs = b.x1; xs < b.x2; xs += per_pass) {
         const int n = std::min(per_pass, b.x2 - xs), cols = n + 2 * hx, x0 = xs - hx;
@@ -276,22 +290,16 @@ void range_row(UC*** src, UC* __restrict out, int z, int y, const Box& b, int hz
         std::memcpy(hi, src[z][y] + x0, cols);
         for (int k = z - hz; k <= z + hz; ++k)
             for (int j = y - hy; j <= y + hy; ++j) {
-                const UC* __restrict r = src[k][j] + x0;
-                UC* __restrict l = lo;
-                UC* __restrict h = hi;
-                for (int i = 0; i < cols; ++i) {
-                    l[i] = std::min(l[i], r[i]);
-                    h[i] = std::max(h[i], r[i]);
-                }
+                min_into(lo, src[k][j] + x0, cols);
+                max_into(hi, src[k][j] + x0, cols);
             }
-        for (int i = 0; i < n; ++i) {
-            UC l = lo[i], h = hi[i];
-            for (int k = 1; k <= 2 * hx; ++k) {
-                l = std::min(l, lo[i + k]);
-                h = std::max(h, hi[i + k]);
-            }
-            out[xs + i] = static_cast<UC>(h - l);
+        std::memcpy(row_lo, lo, n);
+        std::memcpy(row_hi, hi, n);
+        for (int k = 1; k <= 2 * hx; ++k) {
+            min_into(row_lo, lo + k, n);
+            max_into(row_hi, hi + k, n);
         }
+        for (int i = 0; i < n; ++i) out[xs + i] = static_cast<UC>(row_hi[i] - row_lo[i]);
     }
 }
 
