@@ -408,6 +408,29 @@ void hough_trace_row(Volume* in, Volume* out, const HoughSpace& s, int k, int j,
         if (src[x] == 255 && s.cell(k, j, z, y, x) == c) dst[x] = 255;
 }
 
+// The rows [y1, y2] of frame z that the plane of cell (k, j, c) may cross inside 0..X-1
+// (y1 > y2 when none): the cell value, linear in the row and the column, must come within a
+// cell of [c, c + 1) somewhere along the row.
+void hough_rows(const HoughSpace& s, int k, int j, int c, int z, int Y, int X, int* y1, int* y2) {
+    const double scale = (s.cells - 1) / (2.0 * s.d);
+    const double per_row = static_cast<double>(s.cos_az[j]) * s.sin_el[k] * scale;
+    const double along_row = static_cast<double>(s.sin_az[j]) * s.sin_el[k] * scale * (X - 1);
+    const double base = (static_cast<double>(s.cos_el[k]) * z + s.d) * scale + 0.5;
+    // per_row * y must lie in [lo, hi]
+    const double lo = c - 1 - base - std::max(0.0, along_row);
+    const double hi = c + 2 - base - std::min(0.0, along_row);
+    *y1 = 0;
+    *y2 = Y - 1;
+    if (std::fabs(per_row) < 1e-12) {  // the same for every row
+        if (lo > 0 || hi < 0) *y2 = -1;
+        return;
+    }
+    double a = lo / per_row, b = hi / per_row;
+    if (a > b) std::swap(a, b);
+    if (a > *y1) *y1 = a > Y ? Y : static_cast<int>(std::floor(a));
+    if (b < *y2) *y2 = b < -1 ? -1 : static_cast<int>(std::ceil(b));
+}
+
 void hough_back_project(Volume* in, Volume* out, Volume* acc, const HoughSpace& s) {
     for (int z = 0; z < out->Z; ++z)
         for (int y = 0; y < out->Y; ++y) std::memset(out->data[0].uc[z][y], 0, out->X);
@@ -416,8 +439,11 @@ void hough_back_project(Volume* in, Volume* out, Volume* acc, const HoughSpace& 
         for (int j = 0; j < acc->Y; ++j)
             for (int c = 0; c < acc->X; ++c) {
                 if (a[k][j][c] != 1) continue;
-                for (int z = 0; z < in->Z; ++z)
-                    for (int y = 0; y < in->Y; ++y) hough_trace_row(in, out, s, k, j, c, z, y);
+                for (int z = 0; z < in->Z; ++z) {
+                    int y1 = 0, y2 = 0;
+                    hough_rows(s, k, j, c, z, in->Y, in->X, &y1, &y2);
+                    for (int y = y1; y <= y2; ++y) hough_trace_row(in, out, s, k, j, c, z, y);
+                }
             }
 }
 

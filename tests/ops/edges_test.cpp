@@ -465,8 +465,9 @@ int hough_cell_ref(int k, int nk, int j, int nj, int cells, double d, int z, int
     return static_cast<int>(std::floor(r * (cells - 1) + 0.5));
 }
 
-// Votes, thresholds and marks every 255 voxel that voted for a surviving cell.
-void hough_ref(Vol& in, Vol& out, Vol& acc, int threshold) {
+// Votes, thresholds and marks every 255 voxel that voted for a surviving cell. Returns the
+// votes of every cell, sorted.
+std::vector<int> hough_ref(Vol& in, Vol& out, Vol& acc, int threshold) {
     const double d = std::sqrt(1.0 * in->Z * in->Z + 1.0 * in->Y * in->Y + 1.0 * in->X * in->X);
     std::vector<int> votes(acc->Z * acc->Y * acc->X, 0);
     auto each_vote = [&](auto&& f) {
@@ -481,6 +482,8 @@ void hough_ref(Vol& in, Vol& out, Vol& acc, int threshold) {
                             }
     };
     each_vote([&](int, int, int, int cell) { ++votes[cell]; });
+    std::vector<int> sorted = votes;
+    std::sort(sorted.begin(), sorted.end());
     for (int& v : votes) v = v >= threshold;
     for (int i = 0; i < out->Z * out->Y * out->X; ++i)
         out->data[0].uc[i / (out->Y * out->X)][i / out->X % out->Y][i % out->X] = 0;
@@ -489,6 +492,7 @@ void hough_ref(Vol& in, Vol& out, Vol& acc, int threshold) {
     });
     for (int i = 0; i < acc->Z * acc->Y * acc->X; ++i)
         acc->data[0].i[i / (acc->Y * acc->X)][i / acc->X % acc->Y][i % acc->X] = votes[i];
+    return sorted;
 }
 
 TEST(Hough, FindsSyntheticPlanesAndNothingElse) {
@@ -521,14 +525,16 @@ TEST(Hough, FindsSyntheticPlanesAndNothingElse) {
 }
 
 TEST(Hough, BackProjectionMarksExactlyTheVotersOfSurvivingCells) {
-    for (uint32_t seed = 1; seed <= 6; ++seed) {
-        Vol in(7, 9, 11), out(7, 9, 11), acc(4 + seed % 3, 5 + seed % 4, 20 + seed, 4);
-        Vol ref_out(7, 9, 11), ref_acc(acc->Z, acc->Y, acc->X, 4);
-        t3d::fill_random(in.get(), seed, 4);
-        for (int z = 0; z < 7; ++z)
-            for (int y = 0; y < 9; ++y)
-                for (int x = 0; x < 11; ++x) in.uc(z, y, x) = in.uc(z, y, x) == 0 ? 255 : 0;
-        const int threshold = 3 + seed * 2;
+    for (uint32_t seed = 1; seed <= 8; ++seed) {
+        Vol in(12, 20, 16), out(12, 20, 16), acc(4 + seed % 3, 5 + seed % 4, 40 + 7 * seed, 4);
+        Vol ref_out(12, 20, 16), ref_acc(acc->Z, acc->Y, acc->X, 4);
+        t3d::fill_random(in.get(), seed, 8);
+        for (int z = 0; z < 12; ++z)
+            for (int y = 0; y < 20; ++y)
+                for (int x = 0; x < 16; ++x) in.uc(z, y, x) = in.uc(z, y, x) == 0 ? 255 : 0;
+        // few surviving cells, so that most voters are marked by one plane only
+        const std::vector<int> votes = hough_ref(in, ref_out, ref_acc, 0);
+        const int threshold = seed == 1 ? 0 : votes[votes.size() * (95 + seed % 4) / 100];
         ASSERT_EQ(Hough_3D(in.get(), out.get(), acc.get(), threshold), 0);
         hough_ref(in, ref_out, ref_acc, threshold);
         EXPECT_EQ(t3d::snapshot(acc.get()), t3d::snapshot(ref_acc.get())) << seed;
