@@ -72,8 +72,9 @@ V3D_API int edge_follow_3d(Volume *in, Volume *out, int z, int y, int x,
    columns, and every column of the run whose own distance cell (the voting formula) is the
    plane's cell is on the plane. A plane parallel to the column axis (so flat along X that its
    distance moves less than half a cell across a row) takes the whole row as its run.
-   So a voxel is marked exactly when it voted for a surviving cell. -9 when the angle
-   tables cannot be allocated. */
+   So a voxel is marked exactly when it voted for a surviving cell (with in == out nothing
+   is left to mark once the output is cleared). -9 when the angle tables cannot be
+   allocated. */
 V3D_API int Hough_3D(Volume *in, Volume *out, Volume *acc, int threshold);
 
 /* Edge linking: finds a path of 26-connected voxels from the start (sz, sy, sx) to the end

@@ -3,8 +3,8 @@
 //
 // The fixed-window operators have two forms. The plain form evaluates the mask voxel by voxel
 // in scan order; in-place calls use it, so later voxels read what earlier ones wrote. The row
-// form (in != out) works on a row at a time from local row pointers in 16-bit lanes, which the
-// compiler vectorises, and splits the frames over threads.
+// form (in != out) works on a row at a time through local row pointers, in 8- and 16-bit lanes
+// that the compiler vectorises, and splits the frames over threads.
 #include "ops/edges.h"
 
 #include <algorithm>
@@ -41,16 +41,16 @@ template <class F> void plain_loop(Volume* in, Volume* out, const Box& b, F&& va
             for (int x = b.x1; x < b.x2; ++x) dst[z][y][x] = value(src, z, y, x);
 }
 
-// Row form: row(rows, dst_row, x1, x2) for every row of the box, with rows[a][b] the input
-// row at (z + a - hz, y + b - hy); frames spread over threads.
-template <int HZ, int HY, class F> void row_loop(Volume* in, Volume* out, const Box& b, F&& row) {
+// Row form of a 3x3x3 operator: row(rows, dst_row, x1, x2) for every row of the box, with
+// rows[a][b] the input row at (z + a - 1, y + b - 1); frames spread over threads.
+template <class F> void row_loop(Volume* in, Volume* out, const Box& b, F&& row) {
     UC*** src = in->data[0].uc;
     UC*** dst = out->data[0].uc;
     parallel_for(b.z1, b.z2, [&](int z) {
-        const UC* rows[2 * HZ + 1][2 * HY + 1];
+        const UC* rows[3][3];
         for (int y = b.y1; y < b.y2; ++y) {
-            for (int a = 0; a <= 2 * HZ; ++a)
-                for (int c = 0; c <= 2 * HY; ++c) rows[a][c] = src[z + a - HZ][y + c - HY];
+            for (int a = 0; a < 3; ++a)
+                for (int c = 0; c < 3; ++c) rows[a][c] = src[z + a - 1][y + c - 1];
             row(rows, dst[z][y], b.x1, b.x2);
         }
     });
@@ -544,7 +544,7 @@ int Sobel_3D(Volume* in, Volume* out) {
     if (in == out)
         edges::sobel_plain(in, out);
     else
-        row_loop<1, 1>(in, out, b, sobel_row);
+        row_loop(in, out, b, sobel_row);
     return kOk;
 }
 
@@ -557,7 +557,7 @@ int compas3d(Volume* in, Volume* out, int angle1, int angle2) {
     if (in == out)
         plain_loop(in, out, b, [&](UC*** v, int z, int y, int x) { return compass_at(m, v, z, y, x); });
     else
-        row_loop<1, 1>(in, out, b, [&](const UC* const (&rows)[3][3], UC* dst, int x1, int x2) {
+        row_loop(in, out, b, [&](const UC* const (&rows)[3][3], UC* dst, int x1, int x2) {
             compass_row(m, rows, dst, x1, x2);
         });
     return kOk;
@@ -570,7 +570,7 @@ int laplace_3d(Volume* in, Volume* out) {
     if (in == out)
         edges::laplace_plain(in, out);
     else
-        row_loop<1, 1>(in, out, b, laplace_row);
+        row_loop(in, out, b, laplace_row);
     return kOk;
 }
 
