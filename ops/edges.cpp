@@ -409,16 +409,17 @@ void hough_trace_row(Volume* in, Volume* out, const HoughSpace& s, int k, int j,
 }
 
 // The rows [y1, y2] of frame z that the plane of cell (k, j, c) may cross inside 0..X-1
-// (y1 > y2 when none): the cell value, linear in the row and the column, must come within a
-// cell of [c, c + 1) somewhere along the row.
+// (y1 > y2 when none): the cell value, linear in the row and the column, must reach
+// [c, c + 1) somewhere along the row (give or take far more than rounding can move it).
 void hough_rows(const HoughSpace& s, int k, int j, int c, int z, int Y, int X, int* y1, int* y2) {
     const double scale = (s.cells - 1) / (2.0 * s.d);
     const double per_row = static_cast<double>(s.cos_az[j]) * s.sin_el[k] * scale;
     const double along_row = static_cast<double>(s.sin_az[j]) * s.sin_el[k] * scale * (X - 1);
     const double base = (static_cast<double>(s.cos_el[k]) * z + s.d) * scale + 0.5;
     // per_row * y must lie in [lo, hi]
-    const double lo = c - 1 - base - std::max(0.0, along_row);
-    const double hi = c + 2 - base - std::min(0.0, along_row);
+    constexpr double kSlack = 1e-6;
+    const double lo = c - kSlack - base - std::max(0.0, along_row);
+    const double hi = c + 1 + kSlack - base - std::min(0.0, along_row);
     *y1 = 0;
     *y2 = Y - 1;
     if (std::fabs(per_row) < 1e-12) {  // the same for every row
