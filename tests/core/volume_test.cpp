@@ -169,6 +169,18 @@ TEST_F(VolumeTable, RestrictedRequestsProceedAsUCInTheFullEdition) {
     ASSERT_EQ(CreateVolumeEx(65535, 1, 300, 300, 300, 0, &out), 0);
     EXPECT_EQ(out->type, 1);
 }
+#else
+int g_notice = 0;
+TEST_F(VolumeTable, TheRestrictedEditionRefusesLargeVolumesWithANotice) {
+    SetMessageHook([](int code) { g_notice = code; });
+    Volume* out = reinterpret_cast<Volume*>(0x1);
+    EXPECT_EQ(CreateVolumeEx(65535, 1, 1, 1, VEXILO3D_RESTRICTED_MAX_VOXELS + 1, 0, &out), -1);
+    EXPECT_EQ(g_notice, 7003);
+    EXPECT_EQ(out, reinterpret_cast<Volume*>(0x1));
+    ASSERT_EQ(CreateVolumeEx(65535, 1, 1, 1, VEXILO3D_RESTRICTED_MAX_VOXELS, 0, &out), 0);
+    EXPECT_EQ(out->type, 1);
+    SetMessageHook(nullptr);
+}
 #endif
 
 TEST(StatusText, KeepsEveryTextExactly) {
