@@ -61,6 +61,8 @@ int run_split(const Args& args, int (*op)(Volume*, Volume*, int*, int), const ch
     int count = 0;
     if (int s = op(in->get(), out->get(), &count, tolerance)) return s;
     std::printf("%s = %d\n", what, count);
+    if (op == region3d_splitmerge && count > 255)
+        std::printf("(more than 255 regions: the blocks counted beyond them were left 0)\n");
     return cli::save_volume(args, out->get());
 }
 int run_split(const Args& a) { return run_split(a, region3d_split, "blocks"); }
@@ -118,7 +120,8 @@ const cli::Registrar registrations[] = {
                     kToleranceUsage,
                     "Splits as region3d_split; each new block merges into the neighbouring region\n"
                     "whose value is nearest to the block's mean, when within T. At most 255\n"
-                    "regions are formed (further blocks stay 0). Prints the number of regions.",
+                    "regions are formed (further blocks stay 0 and still add to the printed count).\n"
+                    "Prints the number of regions.",
                     run_splitmerge}),
     cli::Registrar({"grass3d_label", "label 26-connected components of equal value",
                     "--in FILE --size ZxYxX [--voi ...] [--max-labels N] --out FILE",

@@ -177,7 +177,8 @@ private:
 // first met on ties.
 class Nearest {
 public:
-    Nearest(int v, int tolerance, const Byte* mean) : v_(v), best_d_(tolerance + 1), mean_(mean) {}
+    Nearest(int v, int tolerance, const Byte* mean)
+        : v_(v), best_d_(std::min(tolerance, 255) + 1), mean_(mean) {}
     void consider(int region) {
         const int d = std::abs(v_ - mean_[region - 1]);
         if (d < best_d_) {

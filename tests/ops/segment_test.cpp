@@ -310,7 +310,7 @@ TEST(RegionGrow, NoSeedsAndTooManySeeds) {
 
 TEST(RegionMerge, MatchesTheReference) {
     for (uint32_t seed = 1; seed <= 12; ++seed)
-        for (int tol : {0, 1, 3}) {
+        for (int tol : {0, 1, 3, 2147483647}) {
             Vol in(kZ, kY, kX), out(kZ, kY, kX), ref(kZ, kY, kX);
             prepare(in, seed, 9);
             t3d::fill_random(out.get(), seed + 50);
