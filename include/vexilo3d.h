@@ -7,5 +7,7 @@
 #include "vexilo3d_core.h"
 #include "vexilo3d_io.h"
 #include "vexilo3d_stack.h"
+#include "vexilo3d_resize.h"
+#include "vexilo3d_morphology.h"
 
 #endif
