@@ -38,6 +38,14 @@ void BM_bclosing3d(benchmark::State& s) { run(s, bclosing3d); }
 void BM_MinkowskiAddition3d(benchmark::State& s) { run(s, MinkowskiAddition3d); }
 void BM_MinkowskiSubtraction3d(benchmark::State& s) { run(s, MinkowskiSubtraction3d); }
 
+// the binary check every operator makes of its input, for reference
+void BM_CheckIfUCBinary(benchmark::State& state) {
+    bench::Volume3 in(kSize, kSize, kSize, 1);
+    bench::fill_spheres_binary(in.get(), 1);
+    for (auto _ : state) benchmark::DoNotOptimize(CheckIfUCBinary(in.get()));
+}
+BENCHMARK(BM_CheckIfUCBinary)->Unit(benchmark::kMillisecond)->UseRealTime();
+
 // argument: cube side, 0 = the 3x3x3 cross
 BENCHMARK(BM_bdilate3d)->Arg(3)->Arg(5)->Arg(0)->ArgName("cube")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_berode3d)->Arg(3)->Arg(5)->Arg(0)->ArgName("cube")->Unit(benchmark::kMillisecond)->UseRealTime();
