@@ -4,7 +4,9 @@
    output grey UC; the output not smaller than the input (-520); each element dimension odd and
    at most the VOI's extent (-521); input, then element binary over their VOIs (-535).
    Centres run over the VOI shrunk by the element's half sizes; element voxel (i, j, k) pairs
-   with input voxel (z - hz + i, y - hy + j, x - hx + k). */
+   with input voxel (z - hz + i, y - hy + j, x - hx + k). Voxels outside the input's VOI are
+   never written. A call whose input and output share storage reads a copy of the input's VOI
+   (-530 when it cannot be had); -9 when a work buffer cannot be had. */
 #ifndef VEXILO3D_MORPHOLOGY_H
 #define VEXILO3D_MORPHOLOGY_H
 

@@ -2,7 +2,8 @@
    and write into the output from the destination origin (dz, dy, dx), leaving every other
    output voxel untouched. Checks come in this order, the first failure wins: the input, the
    output, equal colour types (-523), the parameters (-90), the output's extent (-520), then
-   the function's own checks. Nothing is written before all of them pass. */
+   the function's own checks. Nothing is written before all of them pass. A call whose input
+   and output share storage reads a copy of the input's VOI (-530 when it cannot be had). */
 #ifndef VEXILO3D_RESIZE_H
 #define VEXILO3D_RESIZE_H
 
@@ -22,13 +23,17 @@ V3D_API int zoom3d(Volume *in, Volume *out, int f, int dz, int dy, int dx);
 V3D_API int decim3(Volume *in, Volume *out, int f, int dz, int dy, int dx);
 /* Resampling by real factors (mode 0: factors > 0, origins >= 0, else -90; target
    truncate(extent * factor) from the origin must fit, else -520) or to the output's whole
-   size (any other mode: factors and origins ignored). Nearest neighbour. Grey or RGB. */
+   size (any other mode: factors and origins ignored). Nearest neighbour: the source voxel of
+   output voxel n is n / step rounded half up past the VOI's first voxel, the step
+   (target - 1) / (extent - 1) in single precision. -9 when a work buffer cannot be had.
+   Grey or RGB. */
 V3D_API int InterpolationNearestNeighbor3d(Volume *in, Volume *out, int mode,
                                            float fz, float fy, float fx, int dz, int dy, int dx);
 /* As InterpolationNearestNeighbor3d with trilinear weights; the source position of output
-   voxel n is first + n * ((extent - 1) - 0.1) / (target - 1) per axis (double precision), the
-   blend is evaluated in single precision along x, then y, then z, and stored as
-   truncate(value + 0.5). An axis of extent 1 repeats its voxel. */
+   voxel n lies n * ((extent - 1) - 0.1) / (target - 1) past the VOI's first voxel on each axis
+   (double precision), the blend is evaluated in single precision along x, then y, then z, and
+   stored as truncate(value + 0.5). An axis of extent 1 repeats its voxel. -9 when a work
+   buffer cannot be had. */
 V3D_API int InterpolationLinear3d(Volume *in, Volume *out, int mode,
                                   float fz, float fy, float fx, int dz, int dy, int dx);
 /* Resampling along Z only (Y and X keep the VOI's extents). A one-frame VOI gives -521.

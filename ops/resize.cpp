@@ -495,6 +495,7 @@ int InterpolationFrameLinear3d(Volume* in, Volume* out, int mode, float fz, int 
             if (integral) {
                 j = static_cast<int>(n / step);
                 i = n % step;
+                if (j >= r.nz() - 1) j = r.nz() - 1, i = 0;  // a factor rounded to an integer
             } else {
                 const double pos = factor > 0.0 ? n / factor : 0.0;
                 j = std::min(static_cast<int>(pos), r.nz() - 2);
