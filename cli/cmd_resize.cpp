@@ -1,5 +1,6 @@
 // v3d commands of resizing and interpolation: replication, decimation, resampling, resampling
 // along Z, frame insertion and the per-frame object fill.
+#include <climits>
 #include <cmath>
 #include <functional>
 
@@ -13,6 +14,10 @@ using cli::VolumePtr;
 
 // The VOI's extents of a volume.
 Triple extents(const Volume* v) { return {v->z2 - v->z1, v->y2 - v->y1, v->x2 - v->x1}; }
+
+// A default output dimension computed without overflow: at least 1, at most INT_MAX (which
+// then fails to be created and reports it).
+int dim(long long n) { return n < 1 ? 1 : n > INT_MAX ? INT_MAX : static_cast<int>(n); }
 
 // Loads --in, makes an output of --out-size (default: the size the command computes from the
 // input), runs the operator on both and writes the output.
@@ -35,7 +40,8 @@ int run_zoom(const Args& args) {
         args,
         [&](const Volume* v) {
             const Triple e = extents(v);
-            return Triple{f * e.z + o.z, f * e.y + o.y, f * e.x + o.x};
+            const long long n = f;
+            return Triple{dim(n * e.z + o.z), dim(n * e.y + o.y), dim(n * e.x + o.x)};
         },
         [&](Volume* in, Volume* out) { return zoom3d(in, out, f, o.z, o.y, o.x); });
 }
@@ -43,12 +49,13 @@ int run_zoom(const Args& args) {
 int run_decim(const Args& args) {
     const int f = args.integer("factor");
     const Triple o = origin(args);
-    auto samples = [f](int e) { return f > 0 ? (e + f - 1) / f : 1; };
+    auto samples = [f](int e) { return f > 0 ? e / f + (e % f != 0) : 1; };
     return run_sized(
         args,
         [&](const Volume* v) {
             const Triple e = extents(v);
-            return Triple{samples(e.z) + o.z, samples(e.y) + o.y, samples(e.x) + o.x};
+            return Triple{dim(1LL * samples(e.z) + o.z), dim(1LL * samples(e.y) + o.y),
+                          dim(1LL * samples(e.x) + o.x)};
         },
         [&](Volume* in, Volume* out) { return decim3(in, out, f, o.z, o.y, o.x); });
 }
@@ -75,7 +82,8 @@ template <Resampler op> int run_resample(const Args& args) {
         args,
         [&](const Volume* v) {
             const Triple e = extents(v);
-            return Triple{target(e.z, f[0]) + o.z, target(e.y, f[1]) + o.y, target(e.x, f[2]) + o.x};
+            return Triple{dim(1LL * target(e.z, f[0]) + o.z), dim(1LL * target(e.y, f[1]) + o.y),
+                          dim(1LL * target(e.x, f[2]) + o.x)};
         },
         [&](Volume* in, Volume* out) { return op(in, out, 0, f[0], f[1], f[2], o.z, o.y, o.x); });
 }
@@ -101,7 +109,8 @@ int run_frame_linear(const Args& args) {
             const float n = fz == std::floor(fz)
                                 ? (e.z - 1) * fz + 1
                                 : static_cast<float>(e.z) * fz;
-            return Triple{(n > 0.0f && n < 1.0e9f ? static_cast<int>(n) : 1) + o.z, e.y + o.y, e.x + o.x};
+            return Triple{dim((n > 0.0f && n < 1.0e9f ? static_cast<long long>(n) : 1) + o.z),
+                          dim(1LL * e.y + o.y), dim(1LL * e.x + o.x)};
         },
         [&](Volume* in, Volume* out) { return InterpolationFrameLinear3d(in, out, 0, fz, o.z, o.y, o.x); });
 }
@@ -114,7 +123,8 @@ int run_insertion(const Args& args, const std::function<int(Volume*, Volume*, in
         args,
         [&](const Volume* v) {
             const Triple e = extents(v);
-            return Triple{(k > 0 ? k : 1) * (e.z - 1) + 1 + o.z, e.y + o.y, e.x + o.x};
+            return Triple{dim((k > 0 ? k : 1) * (e.z - 1LL) + 1 + o.z), dim(1LL * e.y + o.y),
+                          dim(1LL * e.x + o.x)};
         },
         [&](Volume* in, Volume* out) { return op(in, out, k, o); });
 }
