@@ -498,3 +498,38 @@ TEST(Resize, ChecksComeInOrderAndWriteNothing) {
 }
 
 }  // namespace
+
+namespace {
+
+// Random VOIs, origins, factors and modes: every call returns a status and stays inside both
+// volumes (the sanitizer build checks the second).
+TEST(Resize, RandomParametersNeverReachOutside) {
+    uint32_t s = 99;
+    auto pick = [&](int n) { return static_cast<int>(t3d::next_random(s) % n); };
+    const float factors[] = {0.1f, 0.5f, 0.7f, 1.0f, 1.5f, 2.0f, 3.0f, 2.5f, 0.0f, -1.0f};
+    for (int round = 0; round < 400; ++round) {
+        Vol in(1 + pick(6), 1 + pick(6), 1 + pick(6)), out(1 + pick(12), 1 + pick(12), 1 + pick(12));
+        t3d::fill_random(in.get(), round, 2);
+        for (int z = 0; z < in->Z; ++z)
+            for (int y = 0; y < in->Y; ++y)
+                for (int x = 0; x < in->X; ++x) in.uc(z, y, x) *= 255;
+        const int z1 = pick(in->Z), y1 = pick(in->Y), x1 = pick(in->X);
+        in.voi(z1, z1 + 1 + pick(in->Z - z1), y1, y1 + 1 + pick(in->Y - y1), x1, x1 + 1 + pick(in->X - x1));
+        const int f = pick(4), k = 1 + pick(3), dz = pick(4) - 1, dy = pick(3), dx = pick(3), mode = pick(3) == 0;
+        const float fz = factors[pick(10)], fy = factors[pick(10)], fx = factors[pick(10)];
+        const int statuses[] = {
+            zoom3d(in.get(), out.get(), f, dz, dy, dx),
+            decim3(in.get(), out.get(), f, dz, dy, dx),
+            InterpolationNearestNeighbor3d(in.get(), out.get(), mode, fz, fy, fx, dz, dy, dx),
+            InterpolationLinear3d(in.get(), out.get(), mode, fz, fy, fx, dz, dy, dx),
+            InterpolationFrameLinear3d(in.get(), out.get(), mode, fz, dz, dy, dx),
+            FrameZeroPadding(in.get(), out.get(), k, dz, dy, dx),
+            FrameInterpolationGrayscale(in.get(), out.get(), k, dz, dy, dx),
+            FrameInterpolationBinary(in.get(), out.get(), k, dz, dy, dx, pick(2)),
+            FrameContourObjectFill(in.get(), out.get()),
+        };
+        for (int status : statuses) ASSERT_LE(status, 0);
+    }
+}
+
+}  // namespace
