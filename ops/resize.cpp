@@ -224,6 +224,61 @@ private:
     int frame_of_[2] = {-1, -1};
 };
 
+// ---- resampling along Z -------------------------------------------------------------------
+
+// floor(num / den + 0.5) for non-negative integers.
+inline int rounded_ratio(long long num, long long den) {
+    return static_cast<int>((2 * num + den) / (2 * den));
+}
+
+// How the target frames of a resampling along Z come from the input frames. An integral factor
+// puts input frame j on target frame j * step and blends the frames between exactly; another
+// factor blends the two input frames around n / ((target - 1) / ((frames - 1) - 0.1)) by their
+// distances. (A factor of 0, a one-frame whole output, takes the second way.)
+class FramePlan {
+public:
+    struct Blend {
+        int j;          // the input frame before
+        long long i;    // integral: i / step of the way to frame j + 1
+        double t;       // otherwise: the weight of frame j + 1
+        int next() const { return i != 0 || t > 0.0 ? 1 : 0; }
+    };
+
+    FramePlan(float fz, int frames, long long target)
+        : integral_(fz >= 1.0f && fz == std::floor(fz)),
+          step_(integral_ ? static_cast<long long>(fz) : 0),
+          factor_((target - 1) / ((frames - 1) - 0.1)),
+          frames_(frames) {}
+
+    Blend blend(long long n) const {
+        if (integral_) {
+            const int j = static_cast<int>(n / step_);
+            if (j >= frames_ - 1) return {frames_ - 1, 0, 0.0};  // a factor rounded to an integer
+            return {j, n % step_, 0.0};
+        }
+        const double pos = factor_ > 0.0 ? n / factor_ : 0.0;
+        const int j = std::min(static_cast<int>(pos), frames_ - 2);
+        return {j, 0, pos - j};
+    }
+
+    void blend_row(const Blend& b, const unsigned char* a, const unsigned char* c, unsigned char* d,
+                   int n) const {
+        if (integral_) {
+            for (int x = 0; x < n; ++x)
+                d[x] = static_cast<unsigned char>(rounded_ratio((step_ - b.i) * a[x] + b.i * c[x], step_));
+        } else {
+            for (int x = 0; x < n; ++x)
+                d[x] = static_cast<unsigned char>((1.0 - b.t) * a[x] + b.t * c[x] + 0.5);
+        }
+    }
+
+private:
+    bool integral_;
+    long long step_;
+    double factor_;
+    int frames_;
+};
+
 // ---- frame insertion ----------------------------------------------------------------------
 
 // The checks shared by the frame-insertion functions after the volume checks: k in its range
@@ -259,11 +314,6 @@ Neighbourhood clipped_sum(unsigned char** rows, int x0, int ny, int nx, int y, i
             ++n.count;
         }
     return n;
-}
-
-// floor(num / den + 0.5) for non-negative integers.
-inline int rounded_ratio(long long num, long long den) {
-    return static_cast<int>((2 * num + den) / (2 * den));
 }
 
 // Is (y, x) a junction: two or more 0 -> non-zero steps around its eight neighbours?
@@ -481,38 +531,16 @@ int InterpolationFrameLinear3d(Volume* in, Volume* out, int mode, float fz, int 
     TempVolume copy;
     Volume* source;
     V3D_CHECK(separate_input(in, out, copy, source));
-    // fz = 0 (a one-frame output in the whole-output mode) takes the general path
-    const bool integral = fz >= 1.0f && fz == std::floor(fz);
-    const long long step = integral ? static_cast<long long>(fz) : 0;
-    const double factor = (target - 1) / ((r.nz() - 1) - 0.1);
+    const FramePlan plan(fz, r.nz(), target);
     for_each_channel(in, [&](int c) {
         unsigned char*** src = voxels<unsigned char>(source, c);
         unsigned char*** dst = voxels<unsigned char>(out, c);
         parallel_for(0, static_cast<int>(target), [&](int n) {
-            int j;
-            long long i = 0;  // integral path: frame n lies i / step past input frame j
-            double t = 0.0;   // general path: distance weight of frame j + 1
-            if (integral) {
-                j = static_cast<int>(n / step);
-                i = n % step;
-                if (j >= r.nz() - 1) j = r.nz() - 1, i = 0;  // a factor rounded to an integer
-            } else {
-                const double pos = factor > 0.0 ? n / factor : 0.0;
-                j = std::min(static_cast<int>(pos), r.nz() - 2);
-                t = pos - j;
-            }
-            for (int y = 0; y < r.ny(); ++y) {
-                const unsigned char* a = src[r.z1 + j][r.y1 + y] + r.x1;
-                const unsigned char* b = i || t > 0.0 ? src[r.z1 + j + 1][r.y1 + y] + r.x1 : a;
-                unsigned char* d = dst[dz + n][dy + y] + dx;
-                if (integral) {
-                    for (int x = 0; x < r.nx(); ++x)
-                        d[x] = static_cast<unsigned char>(rounded_ratio((step - i) * a[x] + i * b[x], step));
-                } else {
-                    for (int x = 0; x < r.nx(); ++x)
-                        d[x] = static_cast<unsigned char>((1.0 - t) * a[x] + t * b[x] + 0.5);
-                }
-            }
+            const FramePlan::Blend b = plan.blend(n);
+            for (int y = 0; y < r.ny(); ++y)
+                plan.blend_row(b, src[r.z1 + b.j][r.y1 + y] + r.x1,
+                               src[r.z1 + b.j + b.next()][r.y1 + y] + r.x1, dst[dz + n][dy + y] + dx,
+                               r.nx());
         });
     });
     return kOk;
