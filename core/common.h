@@ -143,4 +143,17 @@ private:
     Volume vol_{};
 };
 
+// The volume an operator reads while it writes out: in itself, or, when in and out share
+// storage (an in-place call), a copy of in's VOI at the same coordinates held by copy, so that
+// the result is the one of separate volumes. Returns 0 or -530.
+inline int separate_input(Volume* in, const Volume* out, TempVolume& copy, Volume*& source) {
+    source = in;
+    if (in->data[0].p != out->data[0].p) return kOk;
+    V3D_CHECK(copy.create(in->Z, in->Y, in->X, in->type, in->colortype));
+    V3D_CHECK(CopyVolume(in, copy.get(), in->z1, in->y1, in->x1));
+    fill_in_VOI(copy.get(), in->z1, in->z2, in->y1, in->y2, in->x1, in->x2);
+    source = copy.get();
+    return kOk;
+}
+
 }  // namespace v3d

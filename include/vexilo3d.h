@@ -8,5 +8,7 @@
 #include "vexilo3d_io.h"
 #include "vexilo3d_stack.h"
 #include "vexilo3d_segment.h"
+#include "vexilo3d_resize.h"
+#include "vexilo3d_morphology.h"
 
 #endif
