@@ -1,52 +1,20 @@
 // Segmentation and labelling, single thread, on a 256^3 UC volume: uniform noise 0..127 with a
-// dozen bright spheres of noise 160..223 (threshold 128 gives exactly the spheres).
+// dozen bright spheres of noise 128..255 (threshold 128 gives exactly the spheres).
 #include <benchmark/benchmark.h>
 
 #include <vector>
 
-#include "bench/volumes.h"
+#include "bench/noise_spheres.h"
 #include "core/parallel.h"
 
 namespace {
 
 constexpr int kSize = 256;
 
-struct Sphere {
-    int z, y, x, radius;
-};
-
-// Twelve spheres of radius 14..29 placed reproducibly inside the volume.
-std::vector<Sphere> spheres() {
-    std::vector<Sphere> list;
-    uint32_t s = 977;
-    for (int i = 0; i < 12; ++i) {
-        const int radius = 14 + static_cast<int>(bench::next_random(s) % 16);
-        auto centre = [&] { return radius + static_cast<int>(bench::next_random(s) % (kSize - 2 * radius)); };
-        const int z = centre(), y = centre(), x = centre();
-        list.push_back({z, y, x, radius});
-    }
-    return list;
-}
-
-void fill_spheres(Volume* v) {
-    uint32_t s = 4242;
-    for (int z = 0; z < v->Z; ++z)
-        for (int y = 0; y < v->Y; ++y)
-            for (int x = 0; x < v->X; ++x) v->data[0].uc[z][y][x] = bench::next_random(s) & 127;
-    for (const Sphere& b : spheres())
-        for (int z = b.z - b.radius; z <= b.z + b.radius; ++z)
-            for (int y = b.y - b.radius; y <= b.y + b.radius; ++y)
-                for (int x = b.x - b.radius; x <= b.x + b.radius; ++x) {
-                    const int dz = z - b.z, dy = y - b.y, dx = x - b.x;
-                    if (dz * dz + dy * dy + dx * dx <= b.radius * b.radius)
-                        v->data[0].uc[z][y][x] = 160 + (bench::next_random(s) & 63);
-                }
-}
-
 // The test volume, made once.
 Volume* scene() {
     static bench::Volume3 vol(kSize, kSize, kSize, 1);
-    static const bool filled = (fill_spheres(vol.get()), true);
+    static const bool filled = (bench::fill_noise_spheres(vol.get(), 1), true);
     (void)filled;
     return vol.get();
 }
@@ -88,7 +56,8 @@ void BM_region3d_grow(benchmark::State& state) {
         ClearVolume(out.get(), &zero);
         if (background) out.get()->data[0].uc[kSize / 2][1][kSize / 2] = 1;
         else
-            for (const Sphere& b : spheres()) out.get()->data[0].uc[b.z][b.y][b.x] = 1;
+            for (const bench::Sphere& b : bench::sphere_list(scene(), 1))
+                out.get()->data[0].uc[int(b.z)][int(b.y)][int(b.x)] = 1;
         state.ResumeTiming();
         benchmark::DoNotOptimize(region3d_grow(scene(), out.get(), 255, background ? 127 : 40));
     }
