@@ -199,8 +199,10 @@ void median_row_network(UC* dst, const Centres& k, const Window& w, const UC* co
 
 // One row of centres: the first window is sorted, then a 256-bin histogram slides along X and
 // the median moves from its previous value; `below` counts the window values under it.
+// kRows > 0 fixes the number of window rows at compile time (the common cubes unroll).
+template <int kRows>
 void running_median_row(UC* dst, const Centres& k, const Window& w, Scratch s) {
-    const int nrows = w.wz * w.wy, n = static_cast<int>(w.size()), half = n / 2;
+    const int nrows = kRows > 0 ? kRows : w.wz * w.wy, n = static_cast<int>(w.size()), half = n / 2;
     const int hx = w.hx();
     const UC* const* rows = s.rows;
     int* hist = s.ints;
@@ -239,19 +241,51 @@ void running_median_row(UC* dst, const Centres& k, const Window& w, Scratch s) {
 
 // ---- Moving average ------------------------------------------------------------------------
 
-// The integer part of (s / n + 0.5) for the float quotient of s and n, exactly.
-inline UC mean_level(int s, float n) {
-    const float q = static_cast<float>(s) / n;
-    const int t = static_cast<int>(q);
-    return static_cast<UC>(t + (q - static_cast<float>(t) >= 0.5f));
+// Row kernels of the moving average (plain pointers and counts, so that they vectorise).
+void add_bytes(int* __restrict p, const UC* __restrict a, int n) {
+    for (int x = 0; x < n; ++x) p[x] += a[x];
+}
+void slide_bytes(int* __restrict p, const UC* __restrict add, const UC* __restrict sub, int n) {
+    for (int x = 0; x < n; ++x) p[x] += add[x] - sub[x];
+}
+void add_ints(int* __restrict p, const int* __restrict a, int n) {
+    for (int x = 0; x < n; ++x) p[x] += a[x];
+}
+void slide_ints(int* __restrict p, const int* __restrict add, const int* __restrict sub, int n) {
+    for (int x = 0; x < n; ++x) p[x] += add[x] - sub[x];
 }
 
-// Window sums by running sums along Z, Y and X, then the rounded means. Requires in != out and
-// sums that fit an int.
+// sums[i] = q[i] + ... + q[i+w-1] for i < count: shifted adds for short windows, a running
+// sum for long ones.
+void window_sums(int* __restrict sums, const int* __restrict q, int count, int w) {
+    if (w <= 9) {
+        std::memcpy(sums, q, count * sizeof(int));
+        for (int j = 1; j < w; ++j) add_ints(sums, q + j, count);
+        return;
+    }
+    int s = 0;
+    for (int j = 0; j < w; ++j) s += q[j];
+    sums[0] = s;
+    for (int i = 1; i < count; ++i) sums[i] = s += q[i + w - 1] - q[i - 1];
+}
+
+// d[i] = the integer part of (sums[i] / n + 0.5), the quotient in single precision and the
+// half added exactly (as C adds it in double precision).
+void write_means(UC* __restrict d, const int* __restrict sums, int count, float n) {
+    for (int i = 0; i < count; ++i) {
+        const float q = static_cast<float>(sums[i]) / n;
+        const int t = static_cast<int>(q);
+        d[i] = static_cast<UC>(t + (q - static_cast<float>(t) >= 0.5f ? 1 : 0));
+    }
+}
+
+// Window sums by running sums along Z and Y and shifted sums along X, then the rounded means.
+// Requires in != out and sums that fit an int.
 int moving_average_separable(Volume* in, Volume* out, const Window& w) {
     const Voi r = voi_of(in);
     const Centres k = centres_of(in, w);
-    const int nx = r.nx(), ny = r.ny(), hz = w.hz(), hy = w.hy();
+    const int nx = r.nx(), ny = r.ny(), hz = w.hz(), hy = w.hy(), wy = w.wy, wx = w.wx;
+    const int count = k.x2 - k.x1;
     const float n = static_cast<float>(w.size());
     const int blocks = block_count(k.z1, k.z2, true);
     const std::size_t per_block = static_cast<std::size_t>(ny + 2) * nx;
@@ -260,50 +294,31 @@ int moving_average_separable(Volume* in, Volume* out, const Window& w) {
     for_each_channel(in, [&](int c) {
         UC*** src = voxels<UC>(in, c);
         UC*** dst = voxels<UC>(out, c);
-        parallel_blocks(k.z1, k.z2, blocks, [&](int b, int z_begin, int z_end) {
-            int* plane = scratch.get() + per_block * b;  // sums along Z, ny rows of nx
+        parallel_blocks(k.z1, k.z2, blocks, [&, src, dst](int b, int z_begin, int z_end) {
+            int* plane = scratch.get() + per_block * b;  // sums along Z: ny rows of nx
             int* row = plane + static_cast<std::size_t>(ny) * nx;  // sums along Z and Y
             int* sums = row + nx;                                  // whole-window sums
+            auto plane_row = [&](int y) { return plane + static_cast<std::size_t>(y) * nx; };
             for (int z = z_begin; z < z_end; ++z) {
                 for (int y = 0; y < ny; ++y) {
-                    int* __restrict p = plane + static_cast<std::size_t>(y) * nx;
+                    const int vy = r.y1 + y;
                     if (z == z_begin) {
-                        std::fill(p, p + nx, 0);
-                        for (int dz = -hz; dz <= hz; ++dz) {
-                            const UC* __restrict a = src[z + dz][r.y1 + y] + r.x1;
-                            for (int x = 0; x < nx; ++x) p[x] += a[x];
-                        }
+                        std::fill(plane_row(y), plane_row(y) + nx, 0);
+                        for (int dz = -hz; dz <= hz; ++dz) add_bytes(plane_row(y), src[z + dz][vy] + r.x1, nx);
                     } else {
-                        const UC* __restrict add = src[z + hz][r.y1 + y] + r.x1;
-                        const UC* __restrict sub = src[z - hz - 1][r.y1 + y] + r.x1;
-                        for (int x = 0; x < nx; ++x) p[x] += add[x] - sub[x];
+                        slide_bytes(plane_row(y), src[z + hz][vy] + r.x1, src[z - hz - 1][vy] + r.x1, nx);
                     }
                 }
                 for (int y = k.y1; y < k.y2; ++y) {
-                    int* __restrict q = row;
                     const int top = y - r.y1 - hy;
                     if (y == k.y1) {
-                        std::fill(q, q + nx, 0);
-                        for (int dy = 0; dy < w.wy; ++dy) {
-                            const int* __restrict p = plane + static_cast<std::size_t>(top + dy) * nx;
-                            for (int x = 0; x < nx; ++x) q[x] += p[x];
-                        }
+                        std::fill(row, row + nx, 0);
+                        for (int dy = 0; dy < wy; ++dy) add_ints(row, plane_row(top + dy), nx);
                     } else {
-                        const int* __restrict add = plane + static_cast<std::size_t>(top + w.wy - 1) * nx;
-                        const int* __restrict sub = plane + static_cast<std::size_t>(top - 1) * nx;
-                        for (int x = 0; x < nx; ++x) q[x] += add[x] - sub[x];
+                        slide_ints(row, plane_row(top + wy - 1), plane_row(top - 1), nx);
                     }
-                    int s = 0;
-                    for (int x = 0; x < w.wx; ++x) s += q[x];
-                    const int count = k.x2 - k.x1;
-                    sums[0] = s;
-                    for (int i = 1; i < count; ++i) {
-                        s += q[i + w.wx - 1] - q[i - 1];
-                        sums[i] = s;
-                    }
-                    UC* __restrict d = dst[z][y] + k.x1;
-                    const int* __restrict sv = sums;
-                    for (int i = 0; i < count; ++i) d[i] = mean_level(sv[i], n);
+                    window_sums(sums, row, count, wx);
+                    write_means(dst[z][y] + k.x1, sums, count, n);
                 }
             }
         });
@@ -431,7 +446,12 @@ int run_median3(Volume* in, Volume* out, int wz, int wy, int wx) {
     const Window w{wz, wy, wx};
     const Centres k = centres_of(in, w);
     return for_each_centre_row(in, out, w, 256 + w.size(), 0, [&](int c, int z, int y, Scratch s) {
-        running_median_row(voxels<UC>(out, c)[z][y], k, w, s);
+        UC* dst = voxels<UC>(out, c)[z][y];
+        switch (wz * wy) {
+            case 9: return running_median_row<9>(dst, k, w, s);
+            case 25: return running_median_row<25>(dst, k, w, s);
+            default: return running_median_row<0>(dst, k, w, s);
+        }
     });
 }
 

@@ -43,6 +43,11 @@ void count_channel(Volume* in, int c, uint64_t* block_counts, int blocks, uint64
     }
 }
 
+// d[x] = level[s[x]]; d may be s (equalization in place).
+void map_row(unsigned char* d, const unsigned char* s, int n, const unsigned char* level) {
+    for (int x = 0; x < n; ++x) d[x] = level[s[x]];
+}
+
 bool vectors_present(float* const* set, int n) {
     if (!set) return false;
     for (int c = 0; c < n; ++c)
@@ -108,11 +113,8 @@ int histeq3(Volume* in, Volume* out, float** cdf) {
         unsigned char*** dst = voxels<unsigned char>(out, c);
         parallel_blocks(r.z1, r.z2, blocks, [&](int, int z_begin, int z_end) {
             for (int z = z_begin; z < z_end; ++z)
-                for (int y = r.y1; y < r.y2; ++y) {
-                    const unsigned char* s = src[z][y];
-                    unsigned char* d = dst[z][y];
-                    for (int x = r.x1; x < r.x2; ++x) d[x] = level[s[x]];
-                }
+                for (int y = r.y1; y < r.y2; ++y)
+                    map_row(dst[z][y] + r.x1, src[z][y] + r.x1, r.nx(), level);
         });
     }
     return kOk;
