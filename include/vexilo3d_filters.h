@@ -14,8 +14,9 @@ extern "C" {
 /* UC volumes of either colour type; pdf[c] receives channel c's density (256 floats, the
    counts of the VOI divided by its voxel count). cdfhist3 sums one density cumulatively.
    histeq3 maps every VOI voxel v of channel c to (int)(cdf[c][v] * 255 + 0.5) at the same
-   position of out (out's colour type is not compared). HistogramEqual3d does all three;
-   in == out is allowed. */
+   position of out; out may be larger and of either colour type, except that an RGB input
+   into a grey output gives -523 (after -520, before the vector check). HistogramEqual3d does
+   all three; in == out is allowed. */
 V3D_API int hist3(Volume *in, float **pdf);
 V3D_API int cdfhist3(const float *pdf, float *cdf);
 V3D_API int histeq3(Volume *in, Volume *out, float **cdf);

@@ -13,6 +13,7 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <vector>
 
 #include "core/common.h"
@@ -427,7 +428,12 @@ int median3(Volume* in, Volume* out, int wz, int wy, int wx) {
     const Centres k = centres_of(in, w);
     if (in != out && w.size() <= kMaxNetworkWires) {
         const int n = static_cast<int>(w.size()), p = next_power_of_two(n);
-        const std::vector<Exchange> net = median_network(n, p, n / 2);
+        std::vector<Exchange> net;
+        try {
+            net = median_network(n, p, n / 2);
+        } catch (const std::bad_alloc&) {
+            return kNoBuffer;
+        }
         const std::size_t lanes = static_cast<std::size_t>(p) * kLanes;
         return for_each_centre_row(in, out, w, 0, lanes, [&](int c, int z, int y, Scratch s) {
             std::memset(s.bytes + static_cast<std::size_t>(n) * kLanes, 255,

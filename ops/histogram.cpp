@@ -97,6 +97,8 @@ int histeq3(Volume* in, Volume* out, float** cdf) {
     V3D_CHECK(CheckVolume(in, kUC, kAnyColor));
     V3D_CHECK(CheckVolume(out, kUC, kAnyColor));
     if (smaller_than(out, in)) return kBadOutputDims;
+    // Colour types are not compared, but an RGB input cannot be written into a grey output.
+    if (channels(out) < channels(in)) return kBadOutputColor;
     const int n = channels(in);
     if (!vectors_present(cdf, n)) return kNullVector;
     auto lut = make_buffer<float>(256);

@@ -101,6 +101,7 @@ TEST(Histogram, Checks) {
     EXPECT_EQ(histeq3(&uc, &small_out, nullptr), -520);
     EXPECT_EQ(histeq3(&rgb, &rgb, one_missing), -2);
     EXPECT_EQ(histeq3(&uc, &rgb, v.set), 0);  // colour types are not compared
+    EXPECT_EQ(histeq3(&rgb, &uc, v.set), -523);  // but three channels need three
     EXPECT_EQ(HistogramEqual3d(&f, &uc), -502);
     EXPECT_EQ(HistogramEqual3d(&uc, &small_out), -520);
     EXPECT_EQ(HistogramEqual3d(nullptr, &uc), -501);
