@@ -361,30 +361,32 @@ template <bool kMax> int running_extreme(Volume* in, Volume* out, int wz, int wy
     V3D_CHECK(check_pair(in, out, kUC, kAnyColor));
     if (!odd_window_fits(in, wz, wy, wx)) return kInvalidWindow;
     const Voi r = voi_of(in);
-    TempVolume t;
-    if (t.create(r.nz(), r.ny(), r.nx(), kUC, kGrey) != kOk) return kNoVolume;
-    UC*** tv = voxels<UC>(t.get(), 0);
     const int nz = r.nz(), ny = r.ny(), nx = r.nx();
     const int width = nx - wx + 1, rows = ny - wy + 1, frames = nz - wz + 1;
+    // The whole-VOI temporary, left uninitialised: every byte used is written first.
+    std::unique_ptr<UC[]> t(new (std::nothrow) UC[static_cast<std::size_t>(nz) * ny * nx]);
+    if (!t) return kNoVolume;
+    auto line = [&t, ny, nx](int z, int y) {
+        return t.get() + (static_cast<std::size_t>(z) * ny + y) * nx;
+    };
     const bool parallel = in != out;
     for_each_channel(in, [&](int c) {
         UC*** src = voxels<UC>(in, c);
         UC*** dst = voxels<UC>(out, c);
         parallel_blocks(0, nz, block_count(0, nz, parallel), [&](int, int z_begin, int z_end) {
             for (int z = z_begin; z < z_end; ++z) {
-                UC** frame = tv[z];
                 for (int y = 0; y < ny; ++y) {
-                    std::memcpy(frame[y], src[r.z1 + z][r.y1 + y] + r.x1, nx);
-                    slide_row<kMax>(frame[y], nx, wx);
+                    std::memcpy(line(z, y), src[r.z1 + z][r.y1 + y] + r.x1, nx);
+                    slide_row<kMax>(line(z, y), nx, wx);
                 }
-                slide_lines<kMax>([&](int i) { return frame[i]; }, ny, width, wy);
+                slide_lines<kMax>([&](int i) { return line(z, i); }, ny, width, wy);
             }
         });
         parallel_blocks(0, rows, block_count(0, rows, parallel), [&](int, int y_begin, int y_end) {
             for (int y = y_begin; y < y_end; ++y) {
-                slide_lines<kMax>([&](int i) { return tv[i][y]; }, nz, width, wz);
+                slide_lines<kMax>([&](int i) { return line(i, y); }, nz, width, wz);
                 for (int z = 0; z < frames; ++z)
-                    std::memcpy(dst[r.z1 + wz / 2 + z][r.y1 + wy / 2 + y] + r.x1 + wx / 2, tv[z][y],
+                    std::memcpy(dst[r.z1 + wz / 2 + z][r.y1 + wy / 2 + y] + r.x1 + wx / 2, line(z, y),
                                 width);
             }
         });
