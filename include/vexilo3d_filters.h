@@ -37,6 +37,9 @@ V3D_API int run_median3(Volume *in, Volume *out, int wz, int wy, int wx);
    from [0..Z)[0..Y)[0..X) whatever its VOI); weights summing to less than 1 give -524. */
 V3D_API int wei_median3(Volume *in, Volume *out, Volume *weights);
 V3D_API int multistage_median3(Volume *in, Volume *out, int n);
+/* Separable running maximum / minimum; -530 when the whole-VOI temporary cannot be had. Every
+   input voxel is read before the first output voxel is written, so in place equals out of
+   place. */
 V3D_API int run_max3(Volume *in, Volume *out, int wz, int wy, int wx);
 V3D_API int run_min3(Volume *in, Volume *out, int wz, int wy, int wx);
 /* coef: wz*wy*wx weights of the sorted window, coef[0] for the smallest value (NULL: -2). */
