@@ -6,9 +6,10 @@
 // their values. RGB volumes are filtered channel by channel, channel outermost.
 //
 // When in and out differ, frames of centres are split over the threads (every centre depends
-// only on the input, so the result does not depend on the thread count). When in == out the
-// filters read values they have already replaced, exactly in the order channel, frame, row,
-// column, so those calls run on one thread with the plain per-voxel formulation.
+// only on the input, so the result does not depend on the thread count) and the faster
+// formulations run. When in == out a filter reads values it has already replaced, exactly as
+// its plain formulation does in the order channel, frame, row, column, so such calls run that
+// formulation on one thread (the running maximum and minimum read all input first anyway).
 #include <algorithm>
 #include <climits>
 #include <cstdint>

@@ -112,7 +112,7 @@ TEST(BoxFilters, RunningMedianEqualsMedianOnRandomInputs) {
 }
 
 TEST(BoxFilters, LargeWindowsTakeTheGeneralPaths) {
-    // 9x9x9 = 729 values: past the median network; 255 * N still fits the running sums.
+    // 9x9x9 = 729 values: past the median network.
     Vol in(11, 12, 13), out(11, 12, 13);
     t3d::fill_random(&in, 5);
     auto expected = reference(&in, &out, 9, 9, 9, kMedian);
@@ -120,6 +120,9 @@ TEST(BoxFilters, LargeWindowsTakeTheGeneralPaths) {
     EXPECT_EQ(t3d::snapshot(&out), expected);
     expected = reference(&in, &out, 9, 11, 13, kMax);
     ASSERT_EQ(run_max3(&in, &out, 9, 11, 13), 0);
+    EXPECT_EQ(t3d::snapshot(&out), expected);
+    expected = reference(&in, &out, 3, 1, 13, kMean);  // running sums along long rows
+    ASSERT_EQ(mov_ave3(&in, &out, 3, 1, 13), 0);
     EXPECT_EQ(t3d::snapshot(&out), expected);
 }
 
