@@ -10,5 +10,6 @@
 #include "vexilo3d_segment.h"
 #include "vexilo3d_resize.h"
 #include "vexilo3d_morphology.h"
+#include "vexilo3d_filters.h"
 
 #endif
