@@ -14,8 +14,9 @@ extern "C" {
    Every renderer draws the VOI of a UC volume (grey or RGB) into image[channel][row][column],
    H rows of W bytes per channel (one channel per input channel; row 0 is the top). Checks, in
    order: CheckVolume(in, UC, any colour); image or one of its channel pointers null -1; H or W
-   below 1 (or another bad parameter) -90; a sample table that cannot be allocated -9. Nothing
-   is written before they pass; then every channel of the image is cleared to 0.
+   below 1, a null threshold or another bad parameter -90; a sample table that cannot be
+   allocated -9. Nothing is written before they pass; then every channel of the image is
+   cleared to 0.
 
    Geometry: angles are whole degrees. A ray advances per sample by (cos e sin a, cos e cos a,
    sin e) in (x, y, z) for azimuth a and elevation e; image columns run along (cos a, -sin a, 0)
