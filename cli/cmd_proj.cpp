@@ -179,7 +179,8 @@ const cli::Registrar registrations[] = {
                     "  surface    the first voxel above --threshold, shaded as lit from the viewer;\n"
                     "             --depthcue darkens farther surfaces (surface-colour keeps the colour)\n"
                     "--trim renders only the bounding box of the non-zero voxels. The picture is\n"
-                    "square with the VOI's diagonal by default (2d: frames x the frame diagonal).\n",
+                    "square with the VOI's diagonal by default (2d: frames x the frame diagonal).\n"
+                    "The picture goes to --out as .pgm (grey), .ppm or .tif by its extension.",
                     run_project}),
     cli::Registrar({"section", "cut an orthogonal or oblique section into a picture",
                     "--in FILE --size ZxYxX [--channels 1|3] [--voi ...]\n"
@@ -189,7 +190,8 @@ const cli::Registrar registrations[] = {
                     "bottom; the picture is the section's size by default). --point with --normal\n"
                     "cuts the plane through the voxel with that normal, with --azimuth/--elevation\n"
                     "the plane facing that viewing direction; the point is at the picture's centre,\n"
-                    "nearest voxels, 0 outside the VOI (default picture: the VOI's diagonal).",
+                    "nearest voxels, 0 outside the VOI (default picture: the VOI's diagonal).\n"
+                    "The picture goes to --out as .pgm (grey), .ppm or .tif by its extension.",
                     run_section}),
     cli::Registrar({"gallery", "lay the VOI's frames out as a grid of tiles",
                     "--in FILE --size ZxYxX [--channels 1|3] [--voi ...] --per-row N\n"
@@ -197,7 +199,8 @@ const cli::Registrar registrations[] = {
                     "Scales every frame of the VOI to a tile of width picture width / N and the\n"
                     "frames' aspect ratio, N tiles per row, as many rows as fit; the rest of the\n"
                     "picture is black. Tiles must be at least 25 x 25. The default picture holds\n"
-                    "every frame at its own size.",
+                    "every frame at its own size. The picture goes to --out as .pgm (grey), .ppm\n"
+                    "or .tif by its extension.",
                     run_gallery}),
 };
 
