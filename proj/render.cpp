@@ -151,9 +151,59 @@ bool above(const Channels& ch, const unsigned char* threshold, int z, int y, int
     return false;
 }
 
+// One pixel of the picture, on every channel.
+struct Pixel {
+    Image2d image;
+    int r, c;
+    void set(int k, unsigned char v) const { image[k][r][c] = v; }
+};
+
+// The compositing rules, one ray each. The last sample above the threshold wins: walk back.
+template <int N>
+void last_above(const Rays& rays, const Ray& ray, const Channels& ch,
+                const unsigned char* threshold, const Pixel& px) {
+    rays.walk<true>(ray, [&](int z, int y, int x, int) {
+        if (!above<N>(ch, threshold, z, y, x)) return false;
+        for (int k = 0; k < N; ++k) px.set(k, ch.v[k][z][y][x]);
+        return true;
+    });
+}
+
+template <int N> void silhouette(const Rays& rays, const Ray& ray, const Channels& ch, const Pixel& px) {
+    static const unsigned char zero[3] = {0, 0, 0};
+    rays.walk(ray, [&](int z, int y, int x, int) {
+        if (!above<N>(ch, zero, z, y, x)) return false;
+        for (int k = 0; k < N; ++k) px.set(k, 255);
+        return true;
+    });
+}
+
+// Single-precision sums of the samples inside the box, divided by their number, truncated.
+template <int N> void mean(const Rays& rays, const Ray& ray, const Channels& ch, const Pixel& px) {
+    float sum[N] = {};
+    int count = 0;
+    rays.walk(ray, [&](int z, int y, int x, int) {
+        for (int k = 0; k < N; ++k) sum[k] += ch.v[k][z][y][x];
+        ++count;
+        return false;
+    });
+    if (count > 0)
+        for (int k = 0; k < N; ++k)
+            px.set(k, static_cast<unsigned char>(sum[k] / static_cast<float>(count)));
+}
+
+template <int N> void maximum(const Rays& rays, const Ray& ray, const Channels& ch, const Pixel& px) {
+    unsigned char best[N] = {};
+    rays.walk(ray, [&](int z, int y, int x, int) {
+        for (int k = 0; k < N; ++k) best[k] = std::max(best[k], ch.v[k][z][y][x]);
+        return false;
+    });
+    for (int k = 0; k < N; ++k) px.set(k, best[k]);
+}
+
 enum class Rule { Threshold, Mean, Max, Silhouette };
 
-// The compositing rules that need one walk per ray and no picture-wide pass.
+// The pictures made of one walk per ray, without a picture-wide pass.
 template <Rule rule>
 int composite(Volume* in, Image2d image, int H, int W, int az, int el, int trim,
               const unsigned char* threshold, bool params_ok = true) {
@@ -166,38 +216,11 @@ int composite(Volume* in, Image2d image, int H, int W, int az, int el, int trim,
     with_channels(in, [&](auto n) {
         constexpr int N = decltype(n)::value;
         for_each_ray(rays, H, W, [&](int r, int c, const Ray& ray) {
-            if constexpr (rule == Rule::Threshold) {  // the last sample above wins
-                rays.walk<true>(ray, [&](int z, int y, int x, int) {
-                    if (!above<N>(ch, threshold, z, y, x)) return false;
-                    for (int k = 0; k < N; ++k) image[k][r][c] = ch.v[k][z][y][x];
-                    return true;
-                });
-            } else if constexpr (rule == Rule::Silhouette) {
-                static const unsigned char zero[3] = {0, 0, 0};
-                rays.walk(ray, [&](int z, int y, int x, int) {
-                    if (!above<N>(ch, zero, z, y, x)) return false;
-                    for (int k = 0; k < N; ++k) image[k][r][c] = 255;
-                    return true;
-                });
-            } else if constexpr (rule == Rule::Mean) {
-                float sum[N] = {};
-                int count = 0;
-                rays.walk(ray, [&](int z, int y, int x, int) {
-                    for (int k = 0; k < N; ++k) sum[k] += ch.v[k][z][y][x];
-                    ++count;
-                    return false;
-                });
-                if (count > 0)
-                    for (int k = 0; k < N; ++k)
-                        image[k][r][c] = static_cast<unsigned char>(sum[k] / static_cast<float>(count));
-            } else {
-                unsigned char best[N] = {};
-                rays.walk(ray, [&](int z, int y, int x, int) {
-                    for (int k = 0; k < N; ++k) best[k] = std::max(best[k], ch.v[k][z][y][x]);
-                    return false;
-                });
-                for (int k = 0; k < N; ++k) image[k][r][c] = best[k];
-            }
+            const Pixel px{image, r, c};
+            if constexpr (rule == Rule::Threshold) last_above<N>(rays, ray, ch, threshold, px);
+            else if constexpr (rule == Rule::Silhouette) silhouette<N>(rays, ray, ch, px);
+            else if constexpr (rule == Rule::Mean) mean<N>(rays, ray, ch, px);
+            else maximum<N>(rays, ray, ch, px);
         });
     });
     return kOk;

@@ -322,6 +322,9 @@ TEST(Projection, ChecksInOrderAndNothingWrittenOnFailure) {
     EXPECT_EQ(Provoli2dBinary(&v, p.image(), 6, 6, 0, 0, 2), -90);
     EXPECT_EQ(Provoli3dBinary(&v, p.image(), 6, 6, 0, 0, 0, -1), -90);
     EXPECT_TRUE(p.all(77));
+    // the depth volume is created before the picture is cleared (a lying H x W: never written)
+    EXPECT_EQ(Provoli3dSurface(&v, p.image(), 1 << 20, 1 << 20, 0, 0, 0, thr, 0), -530);
+    EXPECT_TRUE(p.all(77));
     v.voi(0, 5, 0, 5, 0, 6);  // beyond Z
     EXPECT_EQ(ProvoliMax2d(&v, p.image(), 6, 6, 0, 0), -510);
     EXPECT_TRUE(p.all(77));
