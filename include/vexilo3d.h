@@ -11,5 +11,6 @@
 #include "vexilo3d_resize.h"
 #include "vexilo3d_morphology.h"
 #include "vexilo3d_filters.h"
+#include "vexilo3d_proj.h"
 
 #endif
