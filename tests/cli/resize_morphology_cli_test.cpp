@@ -14,10 +14,7 @@ long file_size(const std::string& path) {
     return f ? static_cast<long>(f.tellg()) : -1;
 }
 
-int v3d(const std::string& args) {
-    const int status = std::system((std::string(V3D_EXE) + " " + args + " 2>/dev/null").c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
+int v3d(const std::string& args) { return t3d::run_v3d(args).code; }
 
 TEST(Cli, ResizeAndMorphologyCommands) {
     // a binary 6x8x8 volume: a 4x4x4 cube of 255

@@ -1,6 +1,4 @@
 // The v3d tool end to end on temporary files.
-#include <sys/wait.h>
-
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -10,28 +8,11 @@
 
 namespace {
 
-struct Result {
-    int code;
-    std::string out;  // stdout and stderr together
-};
+using Result = t3d::V3dRun;
 
-Result v3d(const std::string& args) {
-    const std::string command = std::string(V3D_EXE) + " " + args + " 2>&1";
-    Result r{-1, ""};
-    FILE* p = popen(command.c_str(), "r");
-    if (!p) return r;
-    char buf[4096];
-    size_t n;
-    while ((n = fread(buf, 1, sizeof buf, p)) > 0) r.out.append(buf, n);
-    const int status = pclose(p);
-    r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return r;
-}
+Result v3d(const std::string& args) { return t3d::run_v3d(args); }
 
-std::string read_file(const std::string& path) {
-    std::ifstream f(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>());
-}
+using t3d::read_file;
 
 std::string write_phantom() {
     const std::string path = t3d::temp_path("cli_phantom.raw");

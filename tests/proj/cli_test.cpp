@@ -13,16 +13,9 @@ namespace {
 
 using t3d::Vol;
 
-int v3d(const std::string& args) {
-    const std::string cmd = std::string(V3D_EXE) + " " + args + " >/dev/null 2>&1";
-    const int rc = std::system(cmd.c_str());
-    return WIFEXITED(rc) ? WEXITSTATUS(rc) : -1;
-}
+int v3d(const std::string& args) { return t3d::run_v3d(args).code; }
 
-std::string read_file(const std::string& path) {
-    std::ifstream f(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(f), {});
-}
+using t3d::read_file;
 
 class PictureCommands : public testing::Test {
 protected:
