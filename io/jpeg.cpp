@@ -1,9 +1,10 @@
 // JPEG frames through libjpeg: grey images as grey frames, every other colour space libjpeg can
-// turn into RGB as colour frames (CMYK is refused). libjpeg reports errors through a callback
+// turn into RGB as colour frames (CMYK is refused); the writer does not subsample colour. libjpeg reports errors through a callback
 // that must not return; we leave it with longjmp back into the plain C-style functions below,
 // which hold no C++ objects with destructors, so no C++ frame is ever jumped over. Their work
-// buffers come from libjpeg's own pools. Content errors are -29; more than 100 warnings or
-// 200 progressive scans count as errors (corrupt data would otherwise take very long).
+// buffers come from libjpeg's own pools. Content errors are -29; a premature end of the data, more
+// than 100 warnings or 200 progressive scans count as errors (corrupt data would otherwise take
+// very long).
 #include <csetjmp>
 #include <cstdio>
 
@@ -11,6 +12,7 @@
 
 extern "C" {
 #include <jpeglib.h>
+#include <jerror.h>
 }
 
 namespace v3d {
@@ -26,7 +28,9 @@ void on_error(j_common_ptr c) { std::longjmp(reinterpret_cast<JpegError*>(c->err
 
 void on_message(j_common_ptr c, int level) {
     JpegError* e = reinterpret_cast<JpegError*>(c->err);
-    if (level < 0 && ++e->warnings > 100) std::longjmp(e->jump, 1);
+    // a truncated file is an error, not a warning followed by grey rows
+    if (level < 0 && (c->err->msg_code == JWRN_JPEG_EOF || ++e->warnings > 100))
+        std::longjmp(e->jump, 1);
 }
 
 void on_progress(j_common_ptr c) {
@@ -131,6 +135,8 @@ int jpeg_encode_c(Volume* v, int z, std::FILE* f, int quality) {
     c.in_color_space = grey ? JCS_GRAYSCALE : JCS_RGB;
     jpeg_set_defaults(&c);
     jpeg_set_quality(&c, quality, TRUE);
+    for (int i = 0; i < c.num_components; ++i)  // no chroma subsampling: colour edges stay sharp
+        c.comp_info[i].h_samp_factor = c.comp_info[i].v_samp_factor = 1;
     jpeg_start_compress(&c, TRUE);
     JSAMPARRAY row = (*c.mem->alloc_sarray)(reinterpret_cast<j_common_ptr>(&c), JPOOL_IMAGE,
                                             c.image_width * c.input_components, 1);
