@@ -1,10 +1,10 @@
 // JPEG frames through libjpeg: grey images as grey frames, every other colour space libjpeg can
-// turn into RGB as colour frames (CMYK is refused); the writer does not subsample colour. libjpeg reports errors through a callback
-// that must not return; we leave it with longjmp back into the plain C-style functions below,
-// which hold no C++ objects with destructors, so no C++ frame is ever jumped over. Their work
-// buffers come from libjpeg's own pools. Content errors are -29; a premature end of the data, more
-// than 100 warnings or 200 progressive scans count as errors (corrupt data would otherwise take
-// very long).
+// turn into RGB as colour frames (CMYK is refused); the writer does not subsample colour.
+// libjpeg reports errors through a callback that must not return; we leave it with longjmp back
+// into the plain C-style functions below, which hold no C++ objects with destructors, so no C++
+// frame is ever jumped over. Their work buffers come from libjpeg's own pools. Content errors
+// are -29; a premature end of the data, more than 100 warnings or 200 progressive scans count as
+// errors (corrupt data would otherwise take very long).
 #include <csetjmp>
 #include <cstdio>
 
