@@ -1,6 +1,7 @@
 // Windows bitmaps: 8-bit palette images (uncompressed or RLE8) and 24-bit images (uncompressed),
 // with the 12-byte core header or the 40-byte (and longer) information header. An 8-bit image
 // whose palette is all grey is a grey frame, otherwise a colour frame. Content errors are -31.
+#include <algorithm>
 #include <cstring>
 
 #include "io/imageseq.h"
@@ -99,8 +100,9 @@ int decode_plain(const std::uint8_t* d, std::size_t n, const BmpInfo& b, RowSink
 }
 
 // RLE8: runs (count, index), escapes 0 0 end of line, 0 1 end of bitmap, 0 2 dx dy delta, 0 n
-// absolute run of n indices padded to an even length. Pixels never set are index 0; a run past
-// the end of a line or of the bitmap is an error.
+// absolute run of n indices padded to an even length. Pixels never set are index 0; pixels past
+// the end of a line are dropped (some writers encode the row padding); pixels below the last
+// line are an error.
 int decode_rle8(const std::uint8_t* d, std::size_t n, const BmpInfo& b, RowSink& sink,
                 std::vector<std::uint16_t>& out) {
     std::vector<std::uint8_t> idx(b.h.width, 0);
@@ -120,9 +122,10 @@ int decode_rle8(const std::uint8_t* d, std::size_t n, const BmpInfo& b, RowSink&
         const int count = d[p], value = d[p + 1];
         p += 2;
         if (count > 0) {
-            if (line >= h || x + count > w) return kBad;
-            std::memset(&idx[x], value, count);
-            x += count;
+            if (line >= h) return kBad;
+            const int k = std::min(count, w - x);
+            std::memset(&idx[x], value, k);
+            x += k;
         } else if (value == 0) {
             if (!flush()) return kBad;
             x = 0;
@@ -134,13 +137,13 @@ int decode_rle8(const std::uint8_t* d, std::size_t n, const BmpInfo& b, RowSink&
             p += 2;
             for (int i = 0; i < dy; ++i)
                 if (!flush()) return kBad;
-            x += dx;
-            if (x > w) return kBad;
+            x = std::min(x + dx, w);
         } else {
             const std::size_t padded = (value + 1) / 2 * 2;
-            if (line >= h || x + value > w || n - p < padded) return kBad;
-            std::memcpy(&idx[x], d + p, value);
-            x += value;
+            if (line >= h || n - p < padded) return kBad;
+            const int k = std::min(value, w - x);
+            std::memcpy(&idx[x], d + p, k);
+            x += k;
             p += padded;
         }
     }

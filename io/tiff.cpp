@@ -2,8 +2,8 @@
 // contiguous plane, and photometric interpretation
 //   0 or 1 (grey, white or black is zero), 8 or 16 bits, one sample;
 //   2 (RGB), 8 or 16 bits, three samples or more (the extra ones are ignored);
-//   3 (palette), 8 bits, one sample, the colour map scaled from 16 to 8 bits (a map whose values
-//     all fit 8 bits is taken as it is).
+//   3 (palette), 8 bits, one sample, the colour map scaled from 16 to 8 bits as 16-bit samples
+//     are, round(v * 255 / 65535) (a map whose values all fit 8 bits is taken as it is).
 // Photometric interpretation 2 or more means a colour frame. Everything else, and every libtiff
 // error, is -1000 "Error in TIFF"; the sequence check gives -1001 when a later frame differs
 // from the first in width, height, colour or depth. libtiff's messages are swallowed.
@@ -92,10 +92,13 @@ int page_info(TIFF* tif, PageInfo& p) {
         if (!TIFFGetField(tif, TIFFTAG_COLORMAP, &r, &g, &b)) return kTiff;
         bool wide = false;
         for (int i = 0; i < 256; ++i) wide = wide || r[i] > 255 || g[i] > 255 || b[i] > 255;
+        auto to8 = [wide](unsigned v) {
+            return static_cast<std::uint8_t>(wide ? (v * 255u + 32767u) / 65535u : v);
+        };
         for (int i = 0; i < 256; ++i) {
-            p.map[3 * i] = static_cast<std::uint8_t>(wide ? r[i] >> 8 : r[i]);
-            p.map[3 * i + 1] = static_cast<std::uint8_t>(wide ? g[i] >> 8 : g[i]);
-            p.map[3 * i + 2] = static_cast<std::uint8_t>(wide ? b[i] >> 8 : b[i]);
+            p.map[3 * i] = to8(r[i]);
+            p.map[3 * i + 1] = to8(g[i]);
+            p.map[3 * i + 2] = to8(b[i]);
         }
         p.palette = true;
     } else {
