@@ -40,6 +40,7 @@ tmsize_t mem_read(thandle_t h, void* buf, tmsize_t n) {
     TiffFile* t = static_cast<TiffFile*>(h);
     if (n < 0) return 0;
     const std::size_t k = std::min<std::size_t>(static_cast<std::size_t>(n), t->size - t->pos);
+    if (k == 0) return 0;  // an empty image may have no data pointer
     std::memcpy(buf, t->data + t->pos, k);
     t->pos += k;
     return static_cast<tmsize_t>(k);
