@@ -80,7 +80,8 @@ typedef struct ImageSequenceInfo {
     int X, Y, Z;     /* width, height, frames */
     int type;        /* data type of the volume to create: 1 (UC) for image formats */
     int colortype;   /* 1 grey, 2 colour (TIFF: photometric interpretation 2 or more) */
-    int bits;        /* bits per sample of the files: 8, or 16 for deep grey samples */
+    int bits;        /* bits per sample of the files: 8; 16 for deep samples (TIFF, PGM/PPM
+                        with a maximum value above 255); 32 for raw F and I files */
 } ImageSequenceInfo;
 
 typedef int (*ImageSequenceCheck)(const char *base, int first, int digits, const char *ext,

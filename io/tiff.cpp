@@ -6,7 +6,8 @@
 //     are, round(v * 255 / 65535) (a map whose values all fit 8 bits is taken as it is).
 // Photometric interpretation 2 or more means a colour frame. Everything else, and every libtiff
 // error, is -1000 "Error in TIFF"; the sequence check gives -1001 when a later frame differs
-// from the first in width, height, colour or depth. libtiff's messages are swallowed.
+// from the first in width, height, colour or depth. libtiff's messages are swallowed, and it may
+// allocate at most 256 MB at once (a strip), so corrupt strip sizes cannot exhaust memory.
 #include <algorithm>
 #include <cstring>
 
