@@ -6,6 +6,7 @@
 #include "vexilo3d_types.h"
 #include "vexilo3d_core.h"
 #include "vexilo3d_io.h"
+#include "vexilo3d_imageio.h"
 #include "vexilo3d_stack.h"
 #include "vexilo3d_segment.h"
 #include "vexilo3d_resize.h"
