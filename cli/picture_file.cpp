@@ -1,7 +1,5 @@
 #include "cli/picture_file.h"
 
-#include <tiffio.h>
-
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
@@ -38,25 +36,17 @@ int write_pnm(const std::string& path, Image2d image, int channels, int H, int W
     return std::fflush(f.get()) == 0 ? 0 : -602;
 }
 
+// Through the library's TIFF writer: the picture as a one-frame volume.
 int write_tiff(const std::string& path, Image2d image, int channels, int H, int W) {
-    std::unique_ptr<TIFF, void (*)(TIFF*)> tif(TIFFOpen(path.c_str(), "w"), TIFFClose);
-    if (!tif) return -1000;
-    TIFF* t = tif.get();
-    const int samples = channels == 1 ? 1 : 3;
-    TIFFSetField(t, TIFFTAG_IMAGEWIDTH, static_cast<uint32_t>(W));
-    TIFFSetField(t, TIFFTAG_IMAGELENGTH, static_cast<uint32_t>(H));
-    TIFFSetField(t, TIFFTAG_BITSPERSAMPLE, 8);
-    TIFFSetField(t, TIFFTAG_SAMPLESPERPIXEL, samples);
-    TIFFSetField(t, TIFFTAG_PHOTOMETRIC, samples == 1 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB);
-    TIFFSetField(t, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(t, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
-    TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, TIFFDefaultStripSize(t, 0));
-    std::vector<unsigned char> row(static_cast<size_t>(W) * samples);
-    for (int r = 0; r < H; ++r) {
-        interleave(image, channels, r, W, samples, row.data());
-        if (TIFFWriteScanline(t, row.data(), static_cast<uint32_t>(r), 0) < 0) return -1000;
-    }
-    return 0;
+    OwnedVolume frame;
+    InitializeVolume(frame.get(), 1, H, W, 1, channels == 1 ? 1 : 2);
+    if (int status = CreateVolume(frame.get())) return status;
+    for (int c = 0; c < channels; ++c)
+        for (int r = 0; r < H; ++r)
+            std::copy(image[c][r], image[c][r] + W, frame.get()->data[c].uc[0][r]);
+    const size_t dot = path.find_last_of('.');
+    return SaveTiffStack(frame.get(), path.substr(0, dot).c_str(), path.substr(dot + 1).c_str(),
+                         V3D_TIFF_NONE);
 }
 
 }  // namespace

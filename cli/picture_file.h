@@ -9,7 +9,7 @@ namespace cli {
 
 // Writes the H x W picture of 1 or 3 channels to path: .pgm (grey pictures), .ppm (a grey
 // picture is repeated on the three channels) or .tif / .tiff (8-bit, uncompressed). Returns 0,
-// -600 when the file cannot be opened, -602 when writing fails, -1000 when libtiff fails.
+// -600 when the file cannot be opened, -602 when writing fails, -1000 when the TIFF writer fails.
 // Throws UsageError for another extension or a colour picture into .pgm.
 int write_picture(const std::string& path, Image2d image, int channels, int H, int W);
 
