@@ -7,5 +7,6 @@
 #include "vexilo3d_core.h"
 #include "vexilo3d_io.h"
 #include "vexilo3d_stack.h"
+#include "vexilo3d_fft.h"
 
 #endif
