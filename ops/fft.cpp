@@ -12,6 +12,13 @@
 #include "core/common.h"
 #include "ops/fft_core.h"
 
+// Row kernels stay separate functions so that their restrict arguments keep their meaning.
+#if defined(__GNUC__)
+#define V3D_NOINLINE __attribute__((noinline))
+#else
+#define V3D_NOINLINE
+#endif
+
 namespace v3d {
 
 bool is_power_of_two(int n) {
@@ -370,9 +377,81 @@ inline void cmul(float& r, float& i, float wr, float wi) {
     r = t;
 }
 
+// The twiddles of a group's rows (frames z, z+m by rows y, y+m).
+struct RowGroup {
+    float wyr, wyi, wzr, wzi, wzyr, wzyi;
+};
+
+// The eight-point butterfly of the group at columns lo and hi = lo + m, whose x twiddle is wx.
+// The inputs, indexed (bz by bx), take w^(kz bz + ky by + kx bx) first.
+inline void vr_butterfly(float* __restrict r00, float* __restrict r01, float* __restrict r10,
+                         float* __restrict r11, float* __restrict i00, float* __restrict i01,
+                         float* __restrict i10, float* __restrict i11, int lo, int hi,
+                         float wxr, float wxi, RowGroup g) {
+    float a0r = r00[lo], a0i = i00[lo];
+    float a1r = r00[hi], a1i = i00[hi];
+    float a2r = r01[lo], a2i = i01[lo];
+    float a3r = r01[hi], a3i = i01[hi];
+    float a4r = r10[lo], a4i = i10[lo];
+    float a5r = r10[hi], a5i = i10[hi];
+    float a6r = r11[lo], a6i = i11[lo];
+    float a7r = r11[hi], a7i = i11[hi];
+    cmul(a1r, a1i, wxr, wxi);
+    cmul(a2r, a2i, g.wyr, g.wyi);
+    cmul(a3r, a3i, g.wyr, g.wyi);
+    cmul(a3r, a3i, wxr, wxi);
+    cmul(a4r, a4i, g.wzr, g.wzi);
+    cmul(a5r, a5i, g.wzr, g.wzi);
+    cmul(a5r, a5i, wxr, wxi);
+    cmul(a6r, a6i, g.wzyr, g.wzyi);
+    cmul(a7r, a7i, g.wzyr, g.wzyi);
+    cmul(a7r, a7i, wxr, wxi);
+    // along x
+    const float b0r = a0r + a1r, b0i = a0i + a1i, b1r = a0r - a1r, b1i = a0i - a1i;
+    const float b2r = a2r + a3r, b2i = a2i + a3i, b3r = a2r - a3r, b3i = a2i - a3i;
+    const float b4r = a4r + a5r, b4i = a4i + a5i, b5r = a4r - a5r, b5i = a4i - a5i;
+    const float b6r = a6r + a7r, b6i = a6i + a7i, b7r = a6r - a7r, b7i = a6i - a7i;
+    // along y
+    const float c0r = b0r + b2r, c0i = b0i + b2i, c2r = b0r - b2r, c2i = b0i - b2i;
+    const float c1r = b1r + b3r, c1i = b1i + b3i, c3r = b1r - b3r, c3i = b1i - b3i;
+    const float c4r = b4r + b6r, c4i = b4i + b6i, c6r = b4r - b6r, c6i = b4i - b6i;
+    const float c5r = b5r + b7r, c5i = b5i + b7i, c7r = b5r - b7r, c7i = b5i - b7i;
+    // along z
+    r00[lo] = c0r + c4r; i00[lo] = c0i + c4i;
+    r00[hi] = c1r + c5r; i00[hi] = c1i + c5i;
+    r01[lo] = c2r + c6r; i01[lo] = c2i + c6i;
+    r01[hi] = c3r + c7r; i01[hi] = c3i + c7i;
+    r10[lo] = c0r - c4r; i10[lo] = c0i - c4i;
+    r10[hi] = c1r - c5r; i10[hi] = c1i - c5i;
+    r11[lo] = c2r - c6r; i11[lo] = c2i - c6i;
+    r11[hi] = c3r - c7r; i11[hi] = c3i - c7i;
+}
+
+// Every group of a row segment of n columns, for a small half-size M known at compile time.
+template <int M>
+V3D_NOINLINE void vr_rows_small(float* __restrict r00, float* __restrict r01, float* __restrict r10,
+                   float* __restrict r11, float* __restrict i00, float* __restrict i01,
+                   float* __restrict i10, float* __restrict i11, int n,
+                   const float* __restrict twr, const float* __restrict twi, RowGroup g) {
+    for (int bx = 0; bx < n; bx += 2 * M)
+        for (int kx = 0; kx < M; ++kx)
+            vr_butterfly(r00, r01, r10, r11, i00, i01, i10, i11, bx + kx, bx + kx + M, twr[kx],
+                         twi[kx], g);
+}
+
+// The same for a half-size of 8 or more: the inner loop runs over contiguous columns.
+V3D_NOINLINE void vr_rows(float* __restrict r00, float* __restrict r01, float* __restrict r10,
+             float* __restrict r11, float* __restrict i00, float* __restrict i01,
+             float* __restrict i10, float* __restrict i11, int n, int m,
+             const float* __restrict twr, const float* __restrict twi, RowGroup g) {
+    for (int bx = 0; bx < n; bx += 2 * m)
+        for (int kx = bx; kx < bx + m; ++kx)
+            vr_butterfly(r00, r01, r10, r11, i00, i01, i10, i11, kx, kx + m, twr[kx - bx],
+                         twi[kx - bx], g);
+}
+
 // One vector-radix stage over the n^3 region at (oz, oy, ox) of the cube: every 2 x 2 x 2 group
-// of sub-transforms of m^3 points is combined into one of (2m)^3 points. The eight inputs of a
-// group take the twiddles w^(kz bz + ky by + kx bx); then the eight-point butterfly.
+// of sub-transforms of m^3 points is combined into one of (2m)^3 points.
 void vr_stage(const Cube& c, int oz, int oy, int ox, int n, int m) {
     const float* twr = c.twr + m;
     const float* twi = c.twi + m;
@@ -382,59 +461,29 @@ void vr_stage(const Cube& c, int oz, int oy, int ox, int n, int m) {
                 for (int ky = 0; ky < m; ++ky) {
                     const int z = c.z0 + oz + bz + kz, y = c.y0 + oy + by + ky;
                     const int x = c.x0 + ox;
-                    float* __restrict r00 = c.re[z][y] + x;
-                    float* __restrict r01 = c.re[z][y + m] + x;
-                    float* __restrict r10 = c.re[z + m][y] + x;
-                    float* __restrict r11 = c.re[z + m][y + m] + x;
-                    float* __restrict i00 = c.im[z][y] + x;
-                    float* __restrict i01 = c.im[z][y + m] + x;
-                    float* __restrict i10 = c.im[z + m][y] + x;
-                    float* __restrict i11 = c.im[z + m][y + m] + x;
-                    const float wzr = twr[kz], wzi = twi[kz], wyr = twr[ky], wyi = twi[ky];
-                    const float wzyr = wzr * wyr - wzi * wyi, wzyi = wzr * wyi + wzi * wyr;
-                    for (int bx = 0; bx < n; bx += 2 * m)
-                        for (int kx = 0; kx < m; ++kx) {
-                            const int lo = bx + kx, hi = lo + m;
-                            const float wxr = twr[kx], wxi = twi[kx];
-                            // the eight inputs, index (bz by bx)
-                            float a0r = r00[lo], a0i = i00[lo];
-                            float a1r = r00[hi], a1i = i00[hi];
-                            float a2r = r01[lo], a2i = i01[lo];
-                            float a3r = r01[hi], a3i = i01[hi];
-                            float a4r = r10[lo], a4i = i10[lo];
-                            float a5r = r10[hi], a5i = i10[hi];
-                            float a6r = r11[lo], a6i = i11[lo];
-                            float a7r = r11[hi], a7i = i11[hi];
-                            cmul(a1r, a1i, wxr, wxi);
-                            cmul(a2r, a2i, wyr, wyi);
-                            cmul(a3r, a3i, wyr, wyi);
-                            cmul(a3r, a3i, wxr, wxi);
-                            cmul(a4r, a4i, wzr, wzi);
-                            cmul(a5r, a5i, wzr, wzi);
-                            cmul(a5r, a5i, wxr, wxi);
-                            cmul(a6r, a6i, wzyr, wzyi);
-                            cmul(a7r, a7i, wzyr, wzyi);
-                            cmul(a7r, a7i, wxr, wxi);
-                            // along x
-                            const float b0r = a0r + a1r, b0i = a0i + a1i, b1r = a0r - a1r, b1i = a0i - a1i;
-                            const float b2r = a2r + a3r, b2i = a2i + a3i, b3r = a2r - a3r, b3i = a2i - a3i;
-                            const float b4r = a4r + a5r, b4i = a4i + a5i, b5r = a4r - a5r, b5i = a4i - a5i;
-                            const float b6r = a6r + a7r, b6i = a6i + a7i, b7r = a6r - a7r, b7i = a6i - a7i;
-                            // along y
-                            const float c0r = b0r + b2r, c0i = b0i + b2i, c2r = b0r - b2r, c2i = b0i - b2i;
-                            const float c1r = b1r + b3r, c1i = b1i + b3i, c3r = b1r - b3r, c3i = b1i - b3i;
-                            const float c4r = b4r + b6r, c4i = b4i + b6i, c6r = b4r - b6r, c6i = b4i - b6i;
-                            const float c5r = b5r + b7r, c5i = b5i + b7i, c7r = b5r - b7r, c7i = b5i - b7i;
-                            // along z
-                            r00[lo] = c0r + c4r; i00[lo] = c0i + c4i;
-                            r00[hi] = c1r + c5r; i00[hi] = c1i + c5i;
-                            r01[lo] = c2r + c6r; i01[lo] = c2i + c6i;
-                            r01[hi] = c3r + c7r; i01[hi] = c3i + c7i;
-                            r10[lo] = c0r - c4r; i10[lo] = c0i - c4i;
-                            r10[hi] = c1r - c5r; i10[hi] = c1i - c5i;
-                            r11[lo] = c2r - c6r; i11[lo] = c2i - c6i;
-                            r11[hi] = c3r - c7r; i11[hi] = c3i - c7i;
-                        }
+                    float* r00 = c.re[z][y] + x;
+                    float* r01 = c.re[z][y + m] + x;
+                    float* r10 = c.re[z + m][y] + x;
+                    float* r11 = c.re[z + m][y + m] + x;
+                    float* i00 = c.im[z][y] + x;
+                    float* i01 = c.im[z][y + m] + x;
+                    float* i10 = c.im[z + m][y] + x;
+                    float* i11 = c.im[z + m][y + m] + x;
+                    RowGroup g;
+                    g.wzr = twr[kz];
+                    g.wzi = twi[kz];
+                    g.wyr = twr[ky];
+                    g.wyi = twi[ky];
+                    g.wzyr = g.wzr * g.wyr - g.wzi * g.wyi;
+                    g.wzyi = g.wzr * g.wyi + g.wzi * g.wyr;
+                    if (m == 1)
+                        vr_rows_small<1>(r00, r01, r10, r11, i00, i01, i10, i11, n, twr, twi, g);
+                    else if (m == 2)
+                        vr_rows_small<2>(r00, r01, r10, r11, i00, i01, i10, i11, n, twr, twi, g);
+                    else if (m == 4)
+                        vr_rows_small<4>(r00, r01, r10, r11, i00, i01, i10, i11, n, twr, twi, g);
+                    else
+                        vr_rows(r00, r01, r10, r11, i00, i01, i10, i11, n, m, twr, twi, g);
                 }
 }
 
