@@ -13,10 +13,25 @@
 #include "ops/fft_core.h"
 
 // Row kernels stay separate functions so that their restrict arguments keep their meaning.
+// The butterfly kernels are built twice on x86-64 with GCC or Clang, for AVX2 and for the
+// baseline, and the loader picks one for the processor; both do the same float operations in
+// the same order (no fused multiply-add), so their results are identical.
 #if defined(__GNUC__)
 #define V3D_NOINLINE __attribute__((noinline))
+#define V3D_INLINE inline __attribute__((always_inline))
 #else
 #define V3D_NOINLINE
+#define V3D_INLINE inline
+#endif
+#if defined(__GNUC__) && !defined(__clang__)
+#define V3D_IVDEP _Pragma("GCC ivdep")
+#else
+#define V3D_IVDEP
+#endif
+#if defined(__GNUC__) && defined(__x86_64__) && defined(__linux__)
+#define V3D_SIMD_CLONES __attribute__((target_clones("avx2", "default")))
+#else
+#define V3D_SIMD_CLONES
 #endif
 
 namespace v3d {
@@ -66,13 +81,13 @@ namespace {
 
 // ---- batched butterflies --------------------------------------------------------------------
 
-template <int W> void radix2_first(float* __restrict re, float* __restrict im, int n) {
+template <int W> V3D_INLINE void radix2_first(float* __restrict re, float* __restrict im, int n) {
     for (int p = 0; p < n; p += 2) {
         float* r0 = re + p * W;
         float* i0 = im + p * W;
         float* r1 = r0 + W;
         float* i1 = i0 + W;
-        for (int j = 0; j < W; ++j) {
+        V3D_IVDEP for (int j = 0; j < W; ++j) {
             const float ar = r0[j], ai = i0[j], br = r1[j], bi = i1[j];
             r0[j] = ar + br;
             i0[j] = ai + bi;
@@ -85,7 +100,7 @@ template <int W> void radix2_first(float* __restrict re, float* __restrict im, i
 // One radix-4 stage combining four transforms of m points into one of 4m points. The second
 // quarter takes w^2k, the third w^k, the fourth w^3k; s is the sign of the kernel.
 template <int W>
-inline void radix4_group(float* __restrict r0, float* __restrict i0, int m, float w1r, float w1i,
+V3D_INLINE void radix4_group(float* __restrict r0, float* __restrict i0, int m, float w1r, float w1i,
                          float w2r, float w2i, float w3r, float w3i, float s) {
     float* r1 = r0 + m * W;
     float* i1 = i0 + m * W;
@@ -93,7 +108,7 @@ inline void radix4_group(float* __restrict r0, float* __restrict i0, int m, floa
     float* i2 = i1 + m * W;
     float* r3 = r2 + m * W;
     float* i3 = i2 + m * W;
-    for (int j = 0; j < W; ++j) {
+    V3D_IVDEP for (int j = 0; j < W; ++j) {
         const float a0r = r0[j], a0i = i0[j];
         const float a1r = r1[j] * w2r - i1[j] * w2i, a1i = r1[j] * w2i + i1[j] * w2r;
         const float a2r = r2[j] * w1r - i2[j] * w1i, a2i = r2[j] * w1i + i2[j] * w1r;
@@ -115,11 +130,11 @@ inline void radix4_group(float* __restrict r0, float* __restrict i0, int m, floa
 }
 
 // The first radix-4 stage (four single points): no twiddles.
-template <int W> void radix4_first(float* __restrict re, float* __restrict im, int n, float s) {
+template <int W> V3D_INLINE void radix4_first(float* __restrict re, float* __restrict im, int n, float s) {
     for (int p = 0; p < n; p += 4) {
         float* r0 = re + p * W;
         float* i0 = im + p * W;
-        for (int j = 0; j < W; ++j) {
+        V3D_IVDEP for (int j = 0; j < W; ++j) {
             const float a0r = r0[j], a0i = i0[j], a1r = r0[W + j], a1i = i0[W + j];
             const float a2r = r0[2 * W + j], a2i = i0[2 * W + j];
             const float a3r = r0[3 * W + j], a3i = i0[3 * W + j];
@@ -138,7 +153,8 @@ template <int W> void radix4_first(float* __restrict re, float* __restrict im, i
     }
 }
 
-template <int W> void butterflies_w(float* re, float* im, int n, const Twiddles& tw) {
+template <int W>
+V3D_NOINLINE V3D_SIMD_CLONES void butterflies_w(float* re, float* im, int n, const Twiddles& tw) {
     if (n < 2) return;
     const float s = static_cast<float>(tw.sign);
     int m = 1;
@@ -371,7 +387,7 @@ struct Cube {
     float s;  // the sign of the kernel
 };
 
-inline void cmul(float& r, float& i, float wr, float wi) {
+V3D_INLINE void cmul(float& r, float& i, float wr, float wi) {
     const float t = r * wr - i * wi;
     i = r * wi + i * wr;
     r = t;
@@ -384,7 +400,7 @@ struct RowGroup {
 
 // The eight-point butterfly of the group at columns lo and hi = lo + m, whose x twiddle is wx.
 // The inputs, indexed (bz by bx), take w^(kz bz + ky by + kx bx) first.
-inline void vr_butterfly(float* __restrict r00, float* __restrict r01, float* __restrict r10,
+V3D_INLINE void vr_butterfly(float* __restrict r00, float* __restrict r01, float* __restrict r10,
                          float* __restrict r11, float* __restrict i00, float* __restrict i01,
                          float* __restrict i10, float* __restrict i11, int lo, int hi,
                          float wxr, float wxi, RowGroup g) {
@@ -429,7 +445,7 @@ inline void vr_butterfly(float* __restrict r00, float* __restrict r01, float* __
 
 // Every group of a row segment of n columns, for a small half-size M known at compile time.
 template <int M>
-V3D_NOINLINE void vr_rows_small(float* __restrict r00, float* __restrict r01, float* __restrict r10,
+V3D_NOINLINE V3D_SIMD_CLONES void vr_rows_small(float* __restrict r00, float* __restrict r01, float* __restrict r10,
                    float* __restrict r11, float* __restrict i00, float* __restrict i01,
                    float* __restrict i10, float* __restrict i11, int n,
                    const float* __restrict twr, const float* __restrict twi, RowGroup g) {
@@ -440,7 +456,7 @@ V3D_NOINLINE void vr_rows_small(float* __restrict r00, float* __restrict r01, fl
 }
 
 // The same for a half-size of 8 or more: the inner loop runs over contiguous columns.
-V3D_NOINLINE void vr_rows(float* __restrict r00, float* __restrict r01, float* __restrict r10,
+V3D_NOINLINE V3D_SIMD_CLONES void vr_rows(float* __restrict r00, float* __restrict r01, float* __restrict r10,
              float* __restrict r11, float* __restrict i00, float* __restrict i01,
              float* __restrict i10, float* __restrict i11, int n, int m,
              const float* __restrict twr, const float* __restrict twi, RowGroup g) {
