@@ -53,7 +53,9 @@ V3D_API int convolution3(Volume *in, Volume *kernel, Volume *out, int z0, int y0
 /* The same result as convolution3, computed block by block for a large input and a small
    kernel: the VOI is cut into blocks of block x block x block voxels (smaller at its far
    edges), each block is convolved through a transform of the padded block size and added
-   into the result. Checks as convolution3, with block < 1 giving -90 after the offsets. */
+   into the result. Checks as convolution3, with block < 1 giving -90 after the offsets, and
+   out sharing storage with in or kernel -525 after -520 (the result is collected in out while
+   the input is still being read). */
 V3D_API int overlap_add3(Volume *in, Volume *kernel, Volume *out, int block,
                          int z0, int y0, int x0);
 /* Cross-correlation of the VOI of a with the VOI of b (both F, one channel):
@@ -76,7 +78,8 @@ V3D_API int blackman_tukey_psd3d(Volume *in, Volume *out, float ax, float ay, fl
 /* Magnitude sqrt(re^2 + im^2) and phase atan2(im, re) (radians) of the VOI of re and the same
    coordinates of im, written to mag and phase at (z0, y0, x0). All four F, one channel.
    Checks: CheckVolume(v, 2, 1) for re, im, mag, phase; im smaller than re -521; a negative
-   offset -90; mag, then phase, not holding the block -520. Works in place. */
+   offset -90; mag, then phase, not holding the block -520; an output sharing storage with an
+   input at another position than the VOI's -536. Works in place at the same position. */
 V3D_API int reim2magnphase3d(Volume *re, Volume *im, Volume *mag, Volume *phase,
                              int z0, int y0, int x0);
 /* The reverse: re = mag cos(phase), im = mag sin(phase). Checks as reim2magnphase3d. */
@@ -88,7 +91,7 @@ V3D_API int magnphase2reim3d(Volume *mag, Volume *phase, Volume *re, Volume *im,
    of an axis of extent E goes to (k + E/2) mod E. Written to out (UC, one channel) at
    (z0, y0, x0). Checks: CheckVolume(re, 2, 1), CheckVolume(im, 2, 1) when given,
    CheckVolume(out, 1, 1); im smaller than re -521; a negative offset -90; out not holding the
-   block -520; -9 for work memory. */
+   block -520. */
 V3D_API int fft2image3d(Volume *re, Volume *im, Volume *out, int z0, int y0, int x0);
 
 #ifdef __cplusplus
