@@ -9,7 +9,10 @@
 #include <cmath>
 #include <cstring>
 
+#include <vector>
+
 #include "core/common.h"
+#include "core/parallel.h"
 #include "ops/fft_core.h"
 
 // Row kernels stay separate functions so that their restrict arguments keep their meaning.
@@ -309,6 +312,20 @@ namespace {
 
 bool shares_storage(const Volume* a, const Volume* b) { return a->data[0].p == b->data[0].p; }
 
+// Does an output share storage with an input? Such calls run on one thread.
+bool sharing_storage(const Volume* inRe, const Volume* inIm, const Volume* outRe,
+                     const Volume* outIm) {
+    for (const Volume* o : {outRe, outIm})
+        for (const Volume* i : {inRe, inIm})
+            if (shares_storage(o, i)) return true;
+    return false;
+}
+
+// The consecutive share t of count items split over tasks.
+inline int share_begin(int t, int tasks, int count) {
+    return static_cast<int>(static_cast<long long>(count) * t / tasks);
+}
+
 // The checks common to both transforms, in their order.
 int check_transform(Volume* inRe, Volume* inIm, Volume* outRe, Volume* outIm, int direction,
                     int z0, int y0, int x0, bool cubic) {
@@ -328,47 +345,64 @@ int check_transform(Volume* inRe, Volume* inIm, Volume* outRe, Volume* outIm, in
     return kOk;
 }
 
-// The Z lines of the block at (z0, y0, x0) of out: for every row y the rows y of all Ez frames
-// are gathered at bit-reversed positions into column chunks, transformed and written back.
-int z_pass(Volume* outRe, Volume* outIm, int Ez, int Ey, int Ex, int direction, int z0, int y0,
-           int x0) {
-    if (Ez < 2) return kOk;
-    const int W = std::min(kBatch, Ex);
-    const std::size_t chunk = static_cast<std::size_t>(Ez) * W;
-    const std::size_t size = static_cast<std::size_t>(Ez) * Ex;
-    auto wre = make_buffer<float>(size);
-    auto wim = make_buffer<float>(size);
-    auto rev = bit_reversal(Ez);
-    Twiddles tw;
-    if (!wre || !wim || !rev || !tw.make(Ez, direction == 1 ? 1 : -1)) return kNoBuffer;
-    const float scale = direction == 1 ? 1.0f / static_cast<float>(Ez) : 1.0f;
-    float*** re = outRe->data[0].f;
-    float*** im = outIm->data[0].f;
-    for (int y = y0; y < y0 + Ey; ++y) {
-        for (int z = 0; z < Ez; ++z) {
+// The Z lines of a block of out: for a row y the rows y of all Ez frames are gathered at
+// bit-reversed positions into column chunks of W, transformed together and written back.
+class ZLines {
+public:
+    int prepare(int Ez, int Ex, int direction) {
+        ez_ = Ez;
+        ex_ = Ex;
+        width_ = std::min(kBatch, Ex);
+        scale_ = direction == 1 ? 1.0f / static_cast<float>(Ez) : 1.0f;
+        re_ = make_buffer<float>(static_cast<std::size_t>(Ez) * Ex);
+        im_ = make_buffer<float>(static_cast<std::size_t>(Ez) * Ex);
+        rev_ = bit_reversal(Ez);
+        if (!re_ || !im_ || !rev_ || !tw_.make(Ez, direction == 1 ? 1 : -1)) return kNoBuffer;
+        return kOk;
+    }
+
+    void run(float*** re, float*** im, int y, int z0, int x0) {
+        const int W = width_;
+        const std::size_t chunk = static_cast<std::size_t>(ez_) * W;
+        for (int z = 0; z < ez_; ++z) {
             const float* sr = re[z0 + z][y] + x0;
             const float* si = im[z0 + z][y] + x0;
-            const std::size_t at = static_cast<std::size_t>(rev[z]) * W;
-            for (int cx = 0; cx < Ex; cx += W) {
-                std::memcpy(wre.get() + (cx / W) * chunk + at, sr + cx, W * sizeof(float));
-                std::memcpy(wim.get() + (cx / W) * chunk + at, si + cx, W * sizeof(float));
+            const std::size_t at = static_cast<std::size_t>(rev_[z]) * W;
+            for (int cx = 0; cx < ex_; cx += W) {
+                std::memcpy(re_.get() + (cx / W) * chunk + at, sr + cx, W * sizeof(float));
+                std::memcpy(im_.get() + (cx / W) * chunk + at, si + cx, W * sizeof(float));
             }
         }
-        for (int cx = 0; cx < Ex; cx += W)
-            butterflies(wre.get() + (cx / W) * chunk, wim.get() + (cx / W) * chunk, Ez, W, tw);
-        for (int z = 0; z < Ez; ++z) {
+        for (int cx = 0; cx < ex_; cx += W)
+            butterflies(re_.get() + (cx / W) * chunk, im_.get() + (cx / W) * chunk, ez_, W, tw_);
+        for (int z = 0; z < ez_; ++z) {
             float* dr = re[z0 + z][y] + x0;
             float* di = im[z0 + z][y] + x0;
-            for (int cx = 0; cx < Ex; cx += W) {
-                const float* sr = wre.get() + (cx / W) * chunk + static_cast<std::size_t>(z) * W;
-                const float* si = wim.get() + (cx / W) * chunk + static_cast<std::size_t>(z) * W;
+            for (int cx = 0; cx < ex_; cx += W) {
+                const float* sr = re_.get() + (cx / W) * chunk + static_cast<std::size_t>(z) * W;
+                const float* si = im_.get() + (cx / W) * chunk + static_cast<std::size_t>(z) * W;
                 for (int k = 0; k < W; ++k) {
-                    dr[cx + k] = sr[k] * scale;
-                    di[cx + k] = si[k] * scale;
+                    dr[cx + k] = sr[k] * scale_;
+                    di[cx + k] = si[k] * scale_;
                 }
             }
         }
     }
+
+private:
+    int ez_ = 0, ex_ = 0, width_ = 0;
+    float scale_ = 1.0f;
+    Twiddles tw_;
+    std::unique_ptr<int[]> rev_;
+    std::unique_ptr<float[]> re_, im_;
+};
+
+// Work objects for up to `tasks` tasks (at most `items`), each prepared by prepare(object).
+template <class T, class Prepare>
+int make_workers(std::vector<T>& workers, int tasks, int items, Prepare prepare) {
+    workers.clear();
+    workers.resize(static_cast<std::size_t>(std::max(1, std::min(tasks, items))));
+    for (T& w : workers) V3D_CHECK(prepare(w));
     return kOk;
 }
 
@@ -468,11 +502,13 @@ V3D_NOINLINE V3D_SIMD_CLONES void vr_rows(float* __restrict r00, float* __restri
 
 // One vector-radix stage over the n^3 region at (oz, oy, ox) of the cube: every 2 x 2 x 2 group
 // of sub-transforms of m^3 points is combined into one of (2m)^3 points.
-void vr_stage(const Cube& c, int oz, int oy, int ox, int n, int m) {
+// Only the frame pairs first .. last-1 of the region are done (pair p joins frames bz + kz and
+// bz + kz + m with bz = 2m (p / m), kz = p % m); pairs touch disjoint frames.
+void vr_stage(const Cube& c, int oz, int oy, int ox, int n, int m, int first, int last) {
     const float* twr = c.twr + m;
     const float* twi = c.twi + m;
-    for (int bz = 0; bz < n; bz += 2 * m)
-        for (int kz = 0; kz < m; ++kz)
+    for (int p = first; p < last; ++p) {
+        const int bz = 2 * m * (p / m), kz = p % m;
             for (int by = 0; by < n; by += 2 * m)
                 for (int ky = 0; ky < m; ++ky) {
                     const int z = c.z0 + oz + bz + kz, y = c.y0 + oy + by + ky;
@@ -501,6 +537,7 @@ void vr_stage(const Cube& c, int oz, int oy, int ox, int n, int m) {
                     else
                         vr_rows(r00, r01, r10, r11, i00, i01, i10, i11, n, m, twr, twi, g);
                 }
+    }
 }
 
 // The transform of the n^3 region at (oz, oy, ox), whose octants hold the bit-reversed
@@ -508,13 +545,22 @@ void vr_stage(const Cube& c, int oz, int oy, int ox, int n, int m) {
 // one after the other while they stay in cache.
 void vr_region(const Cube& c, int oz, int oy, int ox, int n) {
     if (n <= kCacheCube) {
-        for (int m = 1; m < n; m *= 2) vr_stage(c, oz, oy, ox, n, m);
+        for (int m = 1; m < n; m *= 2) vr_stage(c, oz, oy, ox, n, m, 0, n / 2);
         return;
     }
     const int h = n / 2;
     for (int o = 0; o < 8; ++o)
         vr_region(c, oz + (o >> 2) * h, oy + ((o >> 1) & 1) * h, ox + (o & 1) * h, h);
-    vr_stage(c, oz, oy, ox, n, h);
+    vr_stage(c, oz, oy, ox, n, h, 0, n / 2);
+}
+
+// The whole cube, its eight octants and then the frame pairs of the last stage spread over the
+// library's threads (each octant and each pair writes its own voxels).
+void vr_cube(const Cube& c, int n) {
+    if (n <= kCacheCube) return vr_region(c, 0, 0, 0, n);
+    const int h = n / 2;
+    parallel_for(0, 8, [&](int o) { vr_region(c, (o >> 2) * h, ((o >> 1) & 1) * h, (o & 1) * h, h); });
+    parallel_for(0, h, [&](int p) { vr_stage(c, 0, 0, 0, n, h, p, p + 1); });
 }
 
 // Places the VOI of the input at bit-reversed positions (all three axes) of the output block,
@@ -563,14 +609,32 @@ int lrcfft3d(Volume* inRe, Volume* inIm, Volume* outRe, Volume* outIm, int direc
              int y0, int x0) {
     V3D_CHECK(check_transform(inRe, inIm, outRe, outIm, direction, z0, y0, x0, false));
     const Voi r = voi_of(inRe);
-    FrameTransform frame;
-    V3D_CHECK(frame.prepare(r.ny(), r.nx(), direction));
-    for (int z = r.z1; z < r.z2; ++z) {
-        const int oz = z0 + z - r.z1;
-        frame.run(inRe->data[0].f[z], inIm->data[0].f[z], r.y1, r.x1, outRe->data[0].f[oz],
-                  outIm->data[0].f[oz], y0, x0);
-    }
-    return z_pass(outRe, outIm, r.nz(), r.ny(), r.nx(), direction, z0, y0, x0);
+    // frames, then rows of the Z pass, in consecutive shares per task; in place: one task
+    const int tasks = sharing_storage(inRe, inIm, outRe, outIm) ? 1 : thread_count();
+    std::vector<FrameTransform> frames;
+    V3D_CHECK(make_workers(frames, tasks, r.nz(), [&](FrameTransform& f) {
+        return f.prepare(r.ny(), r.nx(), direction);
+    }));
+    const int nf = static_cast<int>(frames.size());
+    parallel_for(0, nf, [&](int t) {
+        for (int z = r.z1 + share_begin(t, nf, r.nz()); z < r.z1 + share_begin(t + 1, nf, r.nz()); ++z) {
+            const int oz = z0 + z - r.z1;
+            frames[t].run(inRe->data[0].f[z], inIm->data[0].f[z], r.y1, r.x1,
+                          outRe->data[0].f[oz], outIm->data[0].f[oz], y0, x0);
+        }
+    });
+    frames.clear();
+    if (r.nz() < 2) return kOk;
+    std::vector<ZLines> lines;
+    V3D_CHECK(make_workers(lines, tasks, r.ny(), [&](ZLines& l) {
+        return l.prepare(r.nz(), r.nx(), direction);
+    }));
+    const int nl = static_cast<int>(lines.size());
+    parallel_for(0, nl, [&](int t) {
+        for (int y = y0 + share_begin(t, nl, r.ny()); y < y0 + share_begin(t + 1, nl, r.ny()); ++y)
+            lines[t].run(outRe->data[0].f, outIm->data[0].f, y, z0, x0);
+    });
+    return kOk;
 }
 
 int vrfft3d(Volume* inRe, Volume* inIm, Volume* outRe, Volume* outIm, int direction, int z0,
@@ -592,7 +656,11 @@ int vrfft3d(Volume* inRe, Volume* inIm, Volume* outRe, Volume* outIm, int direct
                     static_cast<float>(sign)};
     const float scale = direction == 1 ? 1.0f / (static_cast<float>(n) * n * n) : 1.0f;
     V3D_CHECK(gather_bit_reversed(inRe, inIm, cube, n, scale));
-    vr_region(cube, 0, 0, 0, n);
+    if (sharing_storage(inRe, inIm, outRe, outIm)) {
+        vr_region(cube, 0, 0, 0, n);  // in place: serially
+    } else {
+        vr_cube(cube, n);
+    }
     return kOk;
 }
 
