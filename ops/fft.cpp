@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-
 #include <vector>
 
 #include "core/common.h"
@@ -16,7 +15,7 @@
 #include "ops/fft_core.h"
 
 // Row kernels stay separate functions so that their restrict arguments keep their meaning.
-// The butterfly kernels are built twice on x86-64 with GCC or Clang, for AVX2 and for the
+// The butterfly kernels are built twice on x86-64 Linux with GCC, for AVX2 and for the
 // baseline, and the loader picks one for the processor; both do the same float operations in
 // the same order (no fused multiply-add), so their results are identical.
 #if defined(__GNUC__)
@@ -26,12 +25,14 @@
 #define V3D_NOINLINE
 #define V3D_INLINE inline
 #endif
-#if defined(__GNUC__) && !defined(__clang__)
+#if defined(__clang__)
+#define V3D_IVDEP _Pragma("clang loop vectorize(assume_safety)")
+#elif defined(__GNUC__)
 #define V3D_IVDEP _Pragma("GCC ivdep")
 #else
 #define V3D_IVDEP
 #endif
-#if defined(__GNUC__) && defined(__x86_64__) && defined(__linux__)
+#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__) && defined(__linux__)
 #define V3D_SIMD_CLONES __attribute__((target_clones("avx2", "default")))
 #else
 #define V3D_SIMD_CLONES
