@@ -13,5 +13,6 @@
 #include "vexilo3d_morphology.h"
 #include "vexilo3d_filters.h"
 #include "vexilo3d_proj.h"
+#include "vexilo3d_fft.h"
 
 #endif
