@@ -39,7 +39,7 @@ struct FormatRequest {
     int first = 0, last = 0, digits = 0;
     int width = 0, height = 0;
     int type = 1, colortype = 1;
-    std::string exts[3] = {"raw", "g", "b"};  // one per channel ("r", "g", "b" for colour)
+    std::string exts[3] = {"raw", "", ""};  // one per channel ("r", "g", "b" for colour)
 };
 
 struct CreateRequest {

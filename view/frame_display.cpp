@@ -160,6 +160,11 @@ void DisplayPane::mousePressEvent(QMouseEvent* event) {
 
 void DisplayPane::scrollContentsBy(int, int) { viewport()->update(); }
 
+// leaving the image blanks the read-out
+void DisplayPane::leaveEvent(QEvent*) {
+    if (app::state().coordinates_shown) PrintCoordinates(32768, 0, 0, 0, 0, 0, 0);
+}
+
 // ---- the display window -------------------------------------------------------------------
 
 FrameDisplay::FrameDisplay(Volume* vol, int mode, int first, int last, double delay,
