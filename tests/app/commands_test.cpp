@@ -29,8 +29,9 @@ TEST_F(Commands, MenuHoldsEveryCommandRowOnceWithItsIdAndText) {
     EXPECT_EQ(window->windowTitle(), "VEXILO3D for Windows");
     std::set<int> in_menu;
     for (int i = 0; i < res::kMenu3dSize; ++i)
-        if (res::kMenu3d[i].kind == res::MenuEntry::Item)
+        if (res::kMenu3d[i].kind == res::MenuEntry::Item) {
             EXPECT_TRUE(in_menu.insert(res::kMenu3d[i].id).second) << res::kMenu3d[i].id;
+        }
     for (const auto& row : app::command_table()) {
         EXPECT_TRUE(in_menu.count(row.id)) << row.id;
         QAction* a = window->action(row.id);
