@@ -115,6 +115,8 @@ void report(const CommandSpec& spec, CommandContext& c) {
     case After::DisplayBoth:
         DisplayVolume(c.out);
         if (workspace()) workspace()->display(c.in, false);
+        if (!c.message.empty())
+            ui().show_message(c.message, text(spec.message_caption), spec.message_icon);
         break;
     case After::Message:
         ui().show_message(c.message, text(spec.message_caption), spec.message_icon);

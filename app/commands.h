@@ -28,7 +28,7 @@ enum : int { kNoOutput = -1, kSameType = 0 };
 enum class After {
     Nothing,
     Display,             // DisplayVolume(output)
-    DisplayBoth,         // DisplayVolume(output) and a repaint of the input
+    DisplayBoth,         // DisplayVolume(output), a repaint of the input, the message if any
     Message,             // the operation's message
     MessageAndDisplay,
 };

@@ -13,6 +13,7 @@
 #include "app/startup.h"
 #include "fixture.h"
 #include "res/menu.h"
+#include "res/strings.h"
 
 namespace t3d {
 namespace {
@@ -405,6 +406,51 @@ TEST_F(Commands, FrameRightClickResetsEveryVoiAndExitRemovesTheTemporaryFile) {
     ASSERT_TRUE(app::initialise_application());
     run(1060);                        // Exit removes it
     EXPECT_FALSE(QFile::exists(tmp));
+}
+
+int g_window[3];
+int fake_window_filter(Volume* in, Volume* out, int wz, int wy, int wx) {
+    g_window[0] = wz, g_window[1] = wy, g_window[2] = wx;
+    return CopyVolume(in, out, 0, 0, 0);
+}
+
+int fake_labelling(app::CommandContext& c) {
+    c.message = app::format_text(res::kNumberOfRegions, 3);
+    return CopyVolume(c.in, c.out, 0, 0, 0);
+}
+
+TEST_F(Commands, AnOperatorJoinsWithOneLineAndGetsItsWindowAsZYX) {
+    Volume* in = make(2, 2, 2);
+    const app::CommandSpec row = {
+        .id = 1, .text = "&Filter", .typemask = 1, .colormask = 3,
+        .values = {res::kWindowDims, {res::kXDim, res::kYDim, res::kZDim}},
+        .out_type = app::kSameType, .op = app::window_op<fake_window_filter>};
+    ui.pick(slot(in)).values({"3", "5", "7"}).pick_new();
+    app::run_pattern(row);
+    EXPECT_EQ(ui.log[1], "values: Give Window Dimensions | X Dimension: | Y Dimension: | "
+                         "Z Dimension:");
+    EXPECT_EQ(g_window[0], 7);
+    EXPECT_EQ(g_window[1], 5);
+    EXPECT_EQ(g_window[2], 3);
+    EXPECT_EQ(windows(GetVolumeByIndex(1)), 1);
+}
+
+TEST_F(Commands, ConfirmationComesFirstAndTheMessageFollowsBothDisplays) {
+    Volume* in = make(2, 2, 2);
+    ASSERT_TRUE(window->open_display(2, in, 0, 0, 1, 0));
+    const app::CommandSpec row = {
+        .id = 2, .text = "&Label", .typemask = 1, .colormask = 1, .out_type = app::kSameType,
+        .confirm_input = true, .op = fake_labelling, .after = app::After::DisplayBoth,
+        .message_caption = res::kCaption};
+    ui.no();
+    app::run_pattern(row);
+    ASSERT_EQ(ui.log.size(), 1u);
+    EXPECT_EQ(ui.log[0], "question: Input volume will be modified. Continue?");
+    ui.yes().pick(slot(in)).pick_new();
+    app::run_pattern(row);
+    EXPECT_EQ(ui.log.back(), "message [VEXILO3D for Windows] (none) Number of regions = 3");
+    EXPECT_EQ(windows(GetVolumeByIndex(1)), 1);
+    EXPECT_EQ(windows(in), 1);
 }
 
 TEST_F(Commands, WriteVoxelSetsTheFlagForTheNextClick) {
