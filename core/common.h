@@ -100,9 +100,10 @@ inline int region_mean(double sum, double count) {
     return static_cast<int>(std::floor(sum / count + 0.5));
 }
 
-// A value for every voxel of a channel, as ClearVolume and CheckIfVolumeClear accept it:
-// UC 0..255 truncated, I -2^31..2^31 truncated, F as it is. False when out of range.
-bool channel_value(int type, float value, double* converted);
+// Checks vol (any type and colour) and converts one value per channel as ClearVolume and
+// CheckIfVolumeClear accept them: UC 0..255 truncated, I -2^31..2^31 truncated, F as it is.
+// Returns 0, the volume's status, -4 for null values or -90 for a value out of range.
+int checked_channel_values(Volume* vol, const float* values, double converted[3]);
 
 template <class F> void for_each_channel(const Volume* v, F&& f) {
     for (int c = 0, n = channels(v); c < n; ++c) f(c);

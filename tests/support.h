@@ -75,9 +75,13 @@ inline std::vector<double> snapshot(const Volume* v) {
     return out;
 }
 
-// A file name in the test's temporary folder.
+// A file name in the temporary folder, private to the running test (tests run in parallel).
 inline std::string temp_path(const std::string& name) {
-    return ::testing::TempDir() + name;
+    const ::testing::TestInfo* info = ::testing::UnitTest::GetInstance()->current_test_info();
+    std::string prefix = info ? std::string(info->test_suite_name()) + "." + info->name() + "." : "";
+    for (char& ch : prefix)
+        if (ch == '/') ch = '_';
+    return ::testing::TempDir() + prefix + name;
 }
 
 }  // namespace t3d
