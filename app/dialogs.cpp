@@ -81,8 +81,11 @@ void store_name(Volume* vol, const QString& name) {
     vol->name[bytes.size()] = '\0';
 }
 
+// The selected entry: a list that has the focus has a current entry that is not selected.
+QListWidgetItem* chosen(const QListWidget* list) { return list->selectedItems().value(0); }
+
 Volume* slot_of(const QListWidget* list, int* index = nullptr) {
-    const QListWidgetItem* item = list->currentItem();
+    const QListWidgetItem* item = chosen(list);
     if (!item) return nullptr;
     const int slot = item->text().toInt();
     if (index) *index = slot;
@@ -234,12 +237,12 @@ VolumeSelectDialog::VolumeSelectDialog(const SelectRequest& request, QWidget* pa
         if (e) e->setEnabled(false);
     ok_->setEnabled(false);
     list_->setFocus();
-    connect(list_, &QListWidget::currentRowChanged, this, &VolumeSelectDialog::selected);
+    connect(list_, &QListWidget::itemSelectionChanged, this, &VolumeSelectDialog::selected);
     connect(list_, &QListWidget::itemDoubleClicked, this, &VolumeSelectDialog::accept);
 }
 
 void VolumeSelectDialog::selected() {
-    const QListWidgetItem* item = list_->currentItem();
+    const QListWidgetItem* item = chosen(list_);
     if (!item) return;
     ok_->setEnabled(true);
     if (is_new(item->text())) {
@@ -268,7 +271,7 @@ void VolumeSelectDialog::voi_toggled() {
 }
 
 void VolumeSelectDialog::accept() {
-    const QListWidgetItem* item = list_->currentItem();
+    const QListWidgetItem* item = chosen(list_);
     if (!item) return;
     if (request_.kind == SelectKind::Input) {
         int slot = 0;
@@ -325,7 +328,7 @@ CreateVolumeDialog::CreateVolumeDialog(QWidget* parent) : QDialog(parent) {
     main->addLayout(top);
     main->addLayout(ok_cancel(this, ok_));
     ok_->setEnabled(false);
-    connect(list_, &QListWidget::currentRowChanged, this, [this] { ok_->setEnabled(true); });
+    connect(list_, &QListWidget::itemSelectionChanged, this, [this] { ok_->setEnabled(true); });
 }
 
 void CreateVolumeDialog::accept() {
@@ -337,8 +340,8 @@ void CreateVolumeDialog::accept() {
         error_handler(90);
         return;
     }
-    const QString type = types_->currentItem() ? types_->currentItem()->text() : QString();
-    const QString color = colors_->currentItem() ? colors_->currentItem()->text() : QString();
+    const QString type = chosen(types_) ? chosen(types_)->text() : QString();
+    const QString color = chosen(colors_) ? chosen(colors_)->text() : QString();
     const QChar t = type.isEmpty() ? QChar() : type[0];
     result_ = {slot, X, Y, Z, t == 'F' ? 2 : t == 'I' ? 4 : 1, color.startsWith('3') ? 2 : 1};
     store_name(v, info_->text());
@@ -365,9 +368,9 @@ DestroyVolumeDialog::DestroyVolumeDialog(const QString& caption, QWidget* parent
 }
 
 void DestroyVolumeDialog::destroy_selected() {
-    const int row = list_->currentRow();
     Volume* v = slot_of(list_);
     if (!v) return;
+    const int row = list_->row(chosen(list_));
     freedisWin(v);
     DestroyVolume(v);
     delete list_->takeItem(row);
@@ -400,7 +403,7 @@ VolumeInfoDialog::VolumeInfoDialog(Kind kind, QWidget* parent) : QDialog(parent)
     main->addLayout(top);
     main->addLayout(ok_cancel(this, ok_, kind == SetVoi));
     if (kind == SetVoi) ok_->setEnabled(false);
-    connect(list_, &QListWidget::currentRowChanged, this, &VolumeInfoDialog::selected);
+    connect(list_, &QListWidget::itemSelectionChanged, this, &VolumeInfoDialog::selected);
 }
 
 void VolumeInfoDialog::selected() {

@@ -109,7 +109,8 @@ bool DisplayPane::voxel_at(QPoint pos, int& x, int& y) const {
     const int step = owner_->step();
     x = (horizontalScrollBar()->value() + pos.x()) * step;
     y = (verticalScrollBar()->value() + pos.y()) * step;
-    return pos.x() >= 0 && pos.y() >= 0 && x < v->X && y < v->Y;
+    return v->type && owner_->current() < v->Z && pos.x() >= 0 && pos.y() >= 0 && x < v->X &&
+           y < v->Y;
 }
 
 void DisplayPane::paintEvent(QPaintEvent*) {
@@ -121,7 +122,7 @@ void DisplayPane::paintEvent(QPaintEvent*) {
 void DisplayPane::mouseMoveEvent(QMouseEvent* event) {
     const Volume* v = owner_->volume();
     int x, y;
-    if (!v->type || !voxel_at(event->position().toPoint(), x, y)) {
+    if (!voxel_at(event->position().toPoint(), x, y)) {
         PrintCoordinates(32768, 0, 0, 0, 0, 0, 0);
         return;
     }
@@ -135,9 +136,7 @@ void DisplayPane::mouseMoveEvent(QMouseEvent* event) {
 void DisplayPane::mousePressEvent(QMouseEvent* event) {
     Volume* v = owner_->volume();
     int x, y;
-    if (event->button() != Qt::LeftButton || !v->type ||
-        !voxel_at(event->position().toPoint(), x, y))
-        return;
+    if (event->button() != Qt::LeftButton || !voxel_at(event->position().toPoint(), x, y)) return;
     app::AppState& s = app::state();
     const int z = owner_->current();
     if (s.write_voxel) {

@@ -77,6 +77,9 @@ TEST_F(Dialogs, InputDialogEnablesOnSelectionAndValidatesTheVoi) {
     for (int id : {745, 747, 1303, 1187, 1102, 1107}) EXPECT_FALSE(control(&d, id)->isEnabled()) << id;
     EXPECT_FALSE(control<QCheckBox>(&d, 1101)->isChecked());
     EXPECT_EQ(control<QPushButton>(&d, 2)->text(), "Cancel");
+    // a current entry that is not selected (the list took the focus) does not count
+    control<QListWidget>(&d, 604)->setCurrentRow(0, QItemSelectionModel::NoUpdate);
+    EXPECT_FALSE(control(&d, 1)->isEnabled());
 
     choose(&d, "0");
     EXPECT_TRUE(control(&d, 1)->isEnabled());
