@@ -15,7 +15,7 @@ void add_edge_commands(std::vector<CommandSpec>& rows) {
                     .values = kWindow, .out_type = kSameType, .op = nullptr});  // window_op<range_3d>
     rows.push_back({.id = 1191, .text = "&Compass", .typemask = 1, .colormask = 1,
                     .in_caption = res::kInCompass, .out_caption = res::kOutCompass,
-                    .values = kDirections, .out_type = kSameType, .op = nullptr});  // compas3d(in, out, X, Z)
+                    .values = kDirections, .out_type = kSameType, .op = nullptr});  // int2_op<compas3d>
     rows.push_back({.id = 1192, .text = "&Sobel", .typemask = 1, .colormask = 1,
                     .in_caption = res::kInSobel, .out_caption = res::kOutSobel,
                     .out_type = kSameType, .op = nullptr});  // unary_op<Sobel_3D>

@@ -14,15 +14,15 @@ void add_segmentation_commands(std::vector<CommandSpec>& rows) {
                     .values = kThreshold, .out_type = kSameType, .op = nullptr});  // int_op<threshold_3d>
     // the output is cleared over its whole extent and "Pixel Input" gives the seed voxels
     rows.push_back({.id = 1201, .text = "Region &Grow", .typemask = 1, .colormask = 1,
-                    .values = kThreshold, .out_type = kSameType, .op = nullptr});  // region3d_grow
+                    .values = kThreshold, .out_type = kSameType, .op = nullptr});  // seeded_op<region3d_grow>
     rows.push_back({.id = 1202, .text = "Region &Split", .typemask = 1, .colormask = 1,
-                    .values = kThreshold, .out_type = kSameType, .op = nullptr,  // region3d_split
+                    .values = kThreshold, .out_type = kSameType, .op = nullptr,  // counted_op<region3d_split, res::kNoOfRegions>
                     .after = After::MessageAndDisplay, .message_caption = res::kCaption});
     rows.push_back({.id = 1203, .text = "Region &Merge", .typemask = 1, .colormask = 1,
-                    .values = kThresholdRegions, .out_type = kSameType, .op = nullptr,  // region3d_merge
+                    .values = kThresholdRegions, .out_type = kSameType, .op = nullptr,  // returns_count_op<region3d_merge, res::kNumberOfRegions>
                     .after = After::Message, .message_caption = res::kCaption});
     rows.push_back({.id = 1204, .text = "Region S&plit-Merge", .typemask = 1, .colormask = 1,
-                    .values = kThreshold, .out_type = kSameType, .op = nullptr,  // region3d_splitmerge
+                    .values = kThreshold, .out_type = kSameType, .op = nullptr,  // counted_op<region3d_splitmerge, res::kNumberOfRegions>
                     .after = After::MessageAndDisplay, .message_caption = res::kCaption});
     rows.push_back({.id = 1205, .text = "&Label/Count objects", .typemask = 1, .colormask = 1,
                     .out_type = kSameType, .confirm_input = true, .op = nullptr,  // grass3d_label

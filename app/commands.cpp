@@ -2,6 +2,7 @@
 #include "app/commands.h"
 
 #include <cstdio>
+#include <cstring>
 
 #include "app/services.h"
 #include "app/state.h"
@@ -49,6 +50,11 @@ std::string plain_text(const char* menu_text) {
 void report_not_available(const CommandSpec& spec) {
     ui().show_message(format_text(res::kNotAvailable, plain_text(spec.text).c_str()),
                       text(res::kCaption), Icon::Information);
+}
+
+std::string format_count(int id, long count) {
+    if (std::strstr(GetStatusText(id), "%lu")) return format_text(id, static_cast<unsigned long>(count));
+    return format_text(id, static_cast<int>(count));
 }
 
 bool parse_int(const std::string& text, int& value) {
@@ -129,6 +135,24 @@ void report(const CommandSpec& spec, CommandContext& c) {
 }
 
 }  // namespace
+
+int prepare_seeds(CommandContext& c) {
+    Volume* out = c.out;
+    const int channels = out->colortype == 1 ? 1 : 3;
+    const int z1 = out->z1, z2 = out->z2, y1 = out->y1, y2 = out->y2, x1 = out->x1, x2 = out->x2;
+    fill_in_VOI(out, 0, out->Z, 0, out->Y, 0, out->X);
+    const float zeros[3] = {0.f, 0.f, 0.f};
+    const int status = ClearVolume(out, zeros);
+    fill_in_VOI(out, z1, z2, y1, y2, x1, x2);
+    if (status) return status;
+    DisplayVolume(c.in);
+    ui().pixel_input(c.in);
+    for (const Seed& s : state().seeds)
+        if (out->type == 1 && s.z < out->Z && s.y < out->Y && s.x < out->X)
+            for (int ch = 0; ch < channels; ++ch) out->data[ch].uc[s.z][s.y][s.x] = 255;
+    state().seeds.clear();
+    return 0;
+}
 
 void run_pattern(const CommandSpec& spec) {
     if (!spec.op) {

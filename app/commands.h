@@ -103,6 +103,9 @@ void report_not_available(const CommandSpec& spec);
 // The menu text without its mnemonic.
 std::string plain_text(const char* menu_text);
 
+// A result message with one count, "%d" or "%lu" as the text of id has it.
+std::string format_count(int id, long count);
+
 // Parses text with "%d" / "%f" semantics: false when it does not start with a number.
 bool parse_int(const std::string& text, int& value);
 bool parse_float(const std::string& text, float& value);
@@ -125,6 +128,35 @@ template <int (*F)(Volume*, Volume*, int, int, int)> int offset0_op(CommandConte
 // in, structuring element (the second volume), out
 template <int (*F)(Volume*, Volume*, Volume*)> int se_op(CommandContext& c) {
     return F(c.in, c.second, c.out);
+}
+// two integer values in the order asked
+template <int (*F)(Volume*, Volume*, int, int)> int int2_op(CommandContext& c) {
+    return F(c.in, c.out, c.ival(0), c.ival(1));
+}
+// an operator that counts into *count (which starts at 0); the count fills message id
+template <int (*F)(Volume*, Volume*, int*, int), int Message>
+int counted_op(CommandContext& c) {
+    int count = 0;
+    const int status = F(c.in, c.out, &count, c.ival(0));
+    c.message = format_count(Message, count);
+    return status;
+}
+// an operator that returns a positive count on success (region merging)
+template <int (*F)(Volume*, Volume*, int, int), int Message>
+int returns_count_op(CommandContext& c) {
+    const int result = F(c.in, c.out, c.ival(0), c.ival(1));
+    if (result < 0) return result;
+    c.message = format_count(Message, result);
+    return 0;
+}
+
+// Seeded growing: the output is cleared over its whole extent, "Pixel Input" collects the
+// seed clicks on the input's display windows, every seed becomes a non-zero output voxel, then
+// F(in, out, 255 seeds at most, the value asked as tolerance).
+int prepare_seeds(CommandContext& c);
+template <int (*F)(Volume*, Volume*, int, int)> int seeded_op(CommandContext& c) {
+    if (const int status = prepare_seeds(c)) return status;
+    return F(c.in, c.out, 255, c.ival(0));
 }
 
 }  // namespace app

@@ -453,6 +453,66 @@ TEST_F(Commands, ConfirmationComesFirstAndTheMessageFollowsBothDisplays) {
     EXPECT_EQ(windows(in), 1);
 }
 
+int g_seeds, g_tolerance, g_maxseeds;
+int fake_grow(Volume*, Volume* out, int maxseeds, int tolerance) {
+    g_seeds = 0;
+    for (int z = 0; z < out->Z; ++z)
+        for (int y = 0; y < out->Y; ++y)
+            for (int x = 0; x < out->X; ++x) g_seeds += out->data[0].uc[z][y][x] == 255;
+    g_maxseeds = maxseeds, g_tolerance = tolerance;
+    return 0;
+}
+int fake_split(Volume*, Volume*, int* count, int) {
+    *count = 7;
+    return 0;
+}
+int fake_merge(Volume*, Volume*, int tolerance, int) { return tolerance < 0 ? -92 : 4; }
+
+TEST_F(Commands, SegmentationAdaptersPlantSeedsAndReportCounts) {
+    Volume* in = make(3, 4, 5);
+    Volume* out = make(3, 4, 5);
+    const float nines[1] = {9.f};
+    ClearVolume(out, nines);
+    fill_in_VOI(out, 1, 2, 1, 2, 1, 2);
+    const app::CommandSpec grow = {
+        .id = 1, .text = "&Grow", .typemask = 1, .colormask = 1,
+        .values = {res::kThresholdValue, {res::kThreshold}}, .out_type = app::kSameType,
+        .op = app::seeded_op<fake_grow>};
+    Answer seeds;
+    seeds.seeds = {{0, 0, 0}, {2, 3, 4}};
+    ui.pick(slot(in)).values({"12"}).pick(slot(out)).push(seeds);
+    app::run_pattern(grow);
+    EXPECT_TRUE(ui.logged("pixel input"));
+    EXPECT_EQ(g_seeds, 2);
+    EXPECT_EQ(g_maxseeds, 255);
+    EXPECT_EQ(g_tolerance, 12);
+    EXPECT_EQ(out->data[0].uc[0][3][0], 0);          // cleared outside the VOI too
+    EXPECT_EQ(out->z1, 1);                           // and its VOI kept
+    EXPECT_EQ(windows(in), 1);                       // shown for the clicks
+
+    const app::CommandSpec split = {
+        .id = 2, .text = "&Split", .typemask = 1, .colormask = 1,
+        .values = {res::kThresholdValue, {res::kThreshold}}, .out_type = app::kSameType,
+        .op = app::counted_op<fake_split, res::kNoOfRegions>,
+        .after = app::After::MessageAndDisplay, .message_caption = res::kCaption};
+    ui.pick(slot(in)).values({"1"}).pick(slot(out));
+    app::run_pattern(split);
+    EXPECT_EQ(ui.log.back(), "message [VEXILO3D for Windows] (none) No of regions = 7");
+
+    const app::CommandSpec merge = {
+        .id = 3, .text = "&Merge", .typemask = 1, .colormask = 1,
+        .values = {res::kThresholdMaxRegions, {res::kThreshold, res::kMaxRegions}},
+        .out_type = app::kSameType,
+        .op = app::returns_count_op<fake_merge, res::kNumberOfRegions>,
+        .after = app::After::Message, .message_caption = res::kCaption};
+    ui.pick(slot(in)).values({"1", "9"}).pick(slot(out));
+    app::run_pattern(merge);
+    EXPECT_EQ(ui.log.back(), "message [VEXILO3D for Windows] (none) Number of regions = 4");
+    ui.pick(slot(in)).values({"-1", "9"}).pick(slot(out));
+    app::run_pattern(merge);
+    EXPECT_EQ(ui.log.back(), "error: -92");
+}
+
 TEST_F(Commands, WriteVoxelSetsTheFlagForTheNextClick) {
     EXPECT_FALSE(app::state().write_voxel);
     run(1050);

@@ -19,6 +19,7 @@ struct Answer {
     app::FormatRequest format;
     app::CreateRequest create;
     app::LevelsRequest levels;
+    std::vector<app::Seed> seeds;    // clicked while "Pixel Input" is open
 };
 
 constexpr int kNew = -2;
@@ -119,7 +120,9 @@ public:
     }
     bool pixel_input(Volume*) override {
         log.push_back("pixel input");
-        return next().ok;
+        const Answer a = next();
+        app::state().seeds = a.seeds;
+        return a.ok;
     }
     void about() override { log.push_back("about"); }
     void set_wait(bool on) override {
