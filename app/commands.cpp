@@ -78,17 +78,15 @@ bool dispatch(int id) {
 namespace {
 
 bool select_volume(SelectKind kind, int typemask, int colormask, int caption, int fallback,
-                   Selection& s, const Volume* in = nullptr) {
+                   Selection& s, int Z = 0, int Y = 0, int X = 0) {
     SelectRequest r;
     r.kind = kind;
     r.typemask = typemask;
     r.colormask = colormask;
     r.caption = text(caption ? caption : fallback);
-    if (in) {
-        r.X = in->X;
-        r.Y = in->Y;
-        r.Z = in->Z;
-    }
+    r.X = X;
+    r.Y = Y;
+    r.Z = Z;
     return ui().select(r, s);
 }
 
@@ -181,9 +179,11 @@ void run_pattern(const CommandSpec& spec) {
 
     bool created = false;
     if (spec.out_type != kNoOutput && c.in) {
+        int Z = c.in->Z, Y = c.in->Y, X = c.in->X;
+        if (spec.out_dims) spec.out_dims(c, Z, Y, X);
         Selection so;
         if (!select_volume(SelectKind::Output, 7, 3, spec.out_caption, res::kSelectOutput, so,
-                           c.in))
+                           Z, Y, X))
             return;
         Volume* out = so.vol ? so.vol : GetVolumeByIndex(so.slot);
         if (!out) return;
@@ -195,15 +195,14 @@ void run_pattern(const CommandSpec& spec) {
         const int type = spec.out_type == kSameType ? c.in->type : spec.out_type;
         const int color = spec.out_color ? spec.out_color : c.in->colortype;
         if (out->type == 0) {
-            InitializeVolume(out, c.in->Z, c.in->Y, c.in->X, type, color);
+            InitializeVolume(out, Z, Y, X, type, color);
             if (const int status = CreateVolume(out)) {
                 error_handler(status);
                 return;
             }
             created = true;
         } else {
-            const int fit = VerifyOutputVolume(out, c.in->X, c.in->Y, c.in->Z, type, color,
-                                               !spec.at_least);
+            const int fit = VerifyOutputVolume(out, X, Y, Z, type, color, !spec.at_least);
             if (fit == kDeclined || fit == kReallocFailed) return;
         }
         c.out = out;

@@ -56,6 +56,8 @@ struct CommandSpec {
     ValueSpec (*values_for)(Volume* in) = nullptr;  // values that depend on the input
     int out_type = kNoOutput;        // kNoOutput, kSameType, or 1, 2, 4
     int out_color = 0;               // 0: the input's
+    // the output's Z, Y, X when they are not the input's (zooming by the factor asked ...)
+    void (*out_dims)(const struct CommandContext& c, int& Z, int& Y, int& X) = nullptr;
     bool in_place = true;            // false: the same volume as input and output is -525
     bool at_least = false;           // output prepared at least as large instead of exactly
     bool confirm_input = false;      // "Input volume will be modified. Continue?" first
@@ -128,6 +130,10 @@ template <int (*F)(Volume*, Volume*, int, int, int)> int offset0_op(CommandConte
 // in, structuring element (the second volume), out
 template <int (*F)(Volume*, Volume*, Volume*)> int se_op(CommandContext& c) {
     return F(c.in, c.second, c.out);
+}
+// a factor (the one value asked), the result at the output's origin
+template <int (*F)(Volume*, Volume*, int, int, int, int)> int factor_op(CommandContext& c) {
+    return F(c.in, c.out, c.ival(0), 0, 0, 0);
 }
 // two integer values in the order asked
 template <int (*F)(Volume*, Volume*, int, int)> int int2_op(CommandContext& c) {

@@ -513,6 +513,26 @@ TEST_F(Commands, SegmentationAdaptersPlantSeedsAndReportCounts) {
     EXPECT_EQ(ui.log.back(), "error: -92");
 }
 
+int fake_zoom(Volume* in, Volume* out, int f, int dz, int dy, int dx) {
+    if (dz || dy || dx) return -90;
+    return out->X == in->X * f && out->Z == in->Z * f ? 0 : -520;
+}
+
+TEST_F(Commands, AResizingRowProposesAndPreparesTheOutputItProduces) {
+    Volume* in = make(2, 3, 4);
+    const app::CommandSpec zoom = *app::find_command(1150);
+    app::CommandSpec wired = zoom;
+    wired.op = app::factor_op<fake_zoom>;
+    ui.pick(slot(in)).values({"3"}).pick_new();
+    app::run_pattern(wired);
+    EXPECT_EQ(ui.requests.back().X, 12);
+    EXPECT_EQ(ui.requests.back().Z, 6);
+    Volume* out = GetVolumeByIndex(1);
+    EXPECT_EQ(out->Y, 9);
+    EXPECT_EQ(windows(out), 1);
+    EXPECT_FALSE(ui.logged("error: -520"));
+}
+
 TEST_F(Commands, WriteVoxelSetsTheFlagForTheNextClick) {
     EXPECT_FALSE(app::state().write_voxel);
     run(1050);
