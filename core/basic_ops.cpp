@@ -107,12 +107,9 @@ void GetDefaultImageSize(int* height, int* width) {
 }
 
 int ClearVolume(Volume* vol, const float* values) {
-    V3D_CHECK(CheckVolume(vol, kAnyType, kAnyColor));
-    if (!values) return kNullBasicPointer;
-    const int n = channels(vol);
     double wanted[3];
-    for (int c = 0; c < n; ++c)
-        if (!channel_value(vol->type, values[c], &wanted[c])) return kInvalidParams;
+    V3D_CHECK(checked_channel_values(vol, values, wanted));
+    const int n = channels(vol);
     const Voi r = voi_of(vol);
     dispatch_type(vol->type, [&](auto tag) {
         using T = decltype(tag);

@@ -100,9 +100,10 @@ inline int region_mean(double sum, double count) {
     return static_cast<int>(std::floor(sum / count + 0.5));
 }
 
-// A value for every voxel of a channel, as ClearVolume and CheckIfVolumeClear accept it:
-// UC 0..255 truncated, I -2^31..2^31 truncated, F as it is. False when out of range.
-bool channel_value(int type, float value, double* converted);
+// Checks vol (any type and colour) and converts one value per channel as ClearVolume and
+// CheckIfVolumeClear accept them: UC 0..255 truncated, I -2^31..2^31 truncated, F as it is.
+// Returns 0, the volume's status, -4 for null values or -90 for a value out of range.
+int checked_channel_values(Volume* vol, const float* values, double converted[3]);
 
 template <class F> void for_each_channel(const Volume* v, F&& f) {
     for (int c = 0, n = channels(v); c < n; ++c) f(c);
@@ -141,5 +142,18 @@ public:
 private:
     Volume vol_{};
 };
+
+// The volume an operator reads while it writes out: in itself, or, when in and out share
+// storage (an in-place call), a copy of in's VOI at the same coordinates held by copy, so that
+// the result is the one of separate volumes. Returns 0 or -530.
+inline int separate_input(Volume* in, const Volume* out, TempVolume& copy, Volume*& source) {
+    source = in;
+    if (in->data[0].p != out->data[0].p) return kOk;
+    V3D_CHECK(copy.create(in->Z, in->Y, in->X, in->type, in->colortype));
+    V3D_CHECK(CopyVolume(in, copy.get(), in->z1, in->y1, in->x1));
+    fill_in_VOI(copy.get(), in->z1, in->z2, in->y1, in->y2, in->x1, in->x2);
+    source = copy.get();
+    return kOk;
+}
 
 }  // namespace v3d

@@ -27,4 +27,21 @@ template <class F> void parallel_for(int begin, int end, F&& f) {
 #endif
 }
 
+// The number of blocks for parallel_blocks: one per thread (at most one per iteration) when
+// parallel is true, else 1.
+inline int block_count(int begin, int end, bool parallel) {
+    const int n = end - begin, threads = parallel ? thread_count() : 1;
+    return n < 1 ? 1 : (threads < n ? threads : n);
+}
+
+// Splits [begin, end) into `blocks` contiguous runs and calls f(block, run_begin, run_end)
+// for each, the runs spread over the threads. A block index lets each run own a scratch
+// buffer allocated before the work; with one block f runs once, in order, on this thread.
+template <class F> void parallel_blocks(int begin, int end, int blocks, F&& f) {
+    const long long n = end - begin;
+    parallel_for(0, blocks, [&](int b) {
+        f(b, begin + static_cast<int>(n * b / blocks), begin + static_cast<int>(n * (b + 1) / blocks));
+    });
+}
+
 }  // namespace v3d

@@ -31,6 +31,7 @@ enum Status : int {
     kTooManyRegions = -92,         // "Maximum number of regions has been exceeded"
     kStackEmpty = -98,             // "stack is empty"
     kStackNotEmpty = -99,          // "stack is not empty originally"
+    kNullData = -5,                // no message: a volume without voxel storage
 
     // volume and file codes
     kNullVolume = -501,            // "NULL Volume pointer"
@@ -54,6 +55,7 @@ enum Status : int {
     kFwrite = -602,                // "fwrite error"
     kTiff = -1000,                 // "Error in TIFF"
     kTiffSequence = -1001,         // "TIFF Image Sequence inconsistency"
+    kBadSeeds = -990,              // "Seeds not correctly specified"
 };
 
 // Application message ids, passed positive to the message box.

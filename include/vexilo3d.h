@@ -6,7 +6,14 @@
 #include "vexilo3d_types.h"
 #include "vexilo3d_core.h"
 #include "vexilo3d_io.h"
+#include "vexilo3d_imageio.h"
 #include "vexilo3d_stack.h"
+#include "vexilo3d_segment.h"
+#include "vexilo3d_resize.h"
+#include "vexilo3d_morphology.h"
+#include "vexilo3d_filters.h"
 #include "vexilo3d_edges.h"
+#include "vexilo3d_proj.h"
+#include "vexilo3d_fft.h"
 
 #endif

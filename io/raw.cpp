@@ -9,6 +9,7 @@
 #include <string>
 
 #include "core/common.h"
+#include "io/imageseq.h"
 
 namespace v3d {
 namespace {
@@ -22,14 +23,6 @@ std::size_t element_size(const Volume* v) { return v->type == kUC ? 1 : 4; }
 
 void* row_of(const Volume* v, int c, int z, int y) {
     return static_cast<char*>(static_cast<void***>(v->data[c].p)[z][y]);
-}
-
-// "%s%d.%s" without padding, "%s%0*d.%s" with digits characters.
-std::string frame_file_name(const char* base, int number, int digits, const char* ext) {
-    char buf[4096];
-    const int n = digits > 0 ? std::snprintf(buf, sizeof buf, "%s%0*d.%s", base, digits, number, ext)
-                             : std::snprintf(buf, sizeof buf, "%s%d.%s", base, number, ext);
-    return (n < 0 || n >= static_cast<int>(sizeof buf)) ? std::string() : std::string(buf);
 }
 
 bool extensions_present(const char* const* exts, int n) {
@@ -51,6 +44,16 @@ bool seek_from_start(std::FILE* f, long long offset) {
 }
 
 }  // namespace
+
+// "%s%d.%s" without padding, "%s%0*d.%s" with digits characters (shared with the image
+// sequences, io/imageseq.h).
+std::string frame_file_name(const char* base, int number, int digits, const char* ext) {
+    char buf[4096];
+    const int n = digits > 0 ? std::snprintf(buf, sizeof buf, "%s%0*d.%s", base, digits, number, ext)
+                             : std::snprintf(buf, sizeof buf, "%s%d.%s", base, number, ext);
+    return (n < 0 || n >= static_cast<int>(sizeof buf)) ? std::string() : std::string(buf);
+}
+
 }  // namespace v3d
 
 using namespace v3d;

@@ -1,8 +1,12 @@
 // Test helpers: volumes that free themselves, reproducible contents, whole-volume comparison.
 #pragma once
 
+#include <sys/wait.h>
+
 #include <cstdint>
 #include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -75,9 +79,41 @@ inline std::vector<double> snapshot(const Volume* v) {
     return out;
 }
 
-// A file name in the test's temporary folder.
+// A file name in the temporary folder, private to the running test (tests run in parallel).
 inline std::string temp_path(const std::string& name) {
-    return ::testing::TempDir() + name;
+    const ::testing::TestInfo* info = ::testing::UnitTest::GetInstance()->current_test_info();
+    std::string prefix = info ? std::string(info->test_suite_name()) + "." + info->name() + "." : "";
+    for (char& ch : prefix)
+        if (ch == '/') ch = '_';
+    return ::testing::TempDir() + prefix + name;
 }
+
+// The whole content of a file ("" when it cannot be read).
+inline std::string read_file(const std::string& path) {
+    std::ifstream f(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>());
+}
+
+#ifdef V3D_EXE
+struct V3dRun {
+    int code;         // exit code, -1 when the tool did not exit normally
+    std::string out;  // what it printed, stdout and stderr together
+};
+
+// Runs "v3d ARGS" through the shell, in directory dir when one is given.
+inline V3dRun run_v3d(const std::string& args, const std::string& dir = "") {
+    const std::string command =
+        (dir.empty() ? "" : "cd '" + dir + "' && ") + "'" V3D_EXE "' " + args + " 2>&1";
+    V3dRun r{-1, ""};
+    FILE* p = popen(command.c_str(), "r");
+    if (!p) return r;
+    char buf[4096];
+    size_t n;
+    while ((n = fread(buf, 1, sizeof buf, p)) > 0) r.out.append(buf, n);
+    const int status = pclose(p);
+    r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return r;
+}
+#endif
 
 }  // namespace t3d

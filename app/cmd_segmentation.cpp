@@ -1,0 +1,36 @@
+// Segmentation and labelling commands. An operator joins by filling its row's .op.
+#include "app/commands.h"
+#include "res/strings.h"
+
+namespace app {
+namespace {
+const ValueSpec kThreshold = {res::kThresholdValue, {res::kThreshold}};
+const ValueSpec kThresholdRegions = {res::kThresholdMaxRegions,
+                                     {res::kThreshold, res::kMaxRegions}};
+}  // namespace
+
+void add_segmentation_commands(std::vector<CommandSpec>& rows) {
+    rows.push_back({.id = 1200, .text = "&Threshold", .typemask = 1, .colormask = 1,
+                    .values = kThreshold, .out_type = kSameType, .op = nullptr});  // int_op<threshold_3d>
+    // the output is cleared over its whole extent and "Pixel Input" gives the seed voxels
+    rows.push_back({.id = 1201, .text = "Region &Grow", .typemask = 1, .colormask = 1,
+                    .values = kThreshold, .out_type = kSameType, .op = nullptr});  // seeded_op<region3d_grow>
+    rows.push_back({.id = 1202, .text = "Region &Split", .typemask = 1, .colormask = 1,
+                    .values = kThreshold, .out_type = kSameType, .op = nullptr,  // counted_op<region3d_split, res::kNoOfRegions>
+                    .after = After::MessageAndDisplay, .message_caption = res::kCaption});
+    rows.push_back({.id = 1203, .text = "Region &Merge", .typemask = 1, .colormask = 1,
+                    .values = kThresholdRegions, .out_type = kSameType, .op = nullptr,  // returns_count_op<region3d_merge, res::kNumberOfRegions>
+                    .after = After::Message, .message_caption = res::kCaption});
+    rows.push_back({.id = 1204, .text = "Region S&plit-Merge", .typemask = 1, .colormask = 1,
+                    .values = kThreshold, .out_type = kSameType, .op = nullptr,  // counted_op<region3d_splitmerge, res::kNumberOfRegions>
+                    .after = After::MessageAndDisplay, .message_caption = res::kCaption});
+    rows.push_back({.id = 1205, .text = "&Label/Count objects", .typemask = 1, .colormask = 1,
+                    .out_type = kSameType, .confirm_input = true, .op = nullptr,  // grass3d_label
+                    .after = After::DisplayBoth, .message_caption = res::kCaption});
+    // the modeless "Labelled Volume View"; output created with three channels
+    rows.push_back({.id = 1206, .text = "&View Labelled Volume", .typemask = 1, .colormask = 1,
+                    .in_caption = res::kInLabelled, .out_type = 1, .out_color = 2,
+                    .in_place = false, .after = After::Nothing});
+}
+
+}  // namespace app

@@ -1,0 +1,220 @@
+// The dispatcher: the command table and the fixed steps of an operator command.
+#include "app/commands.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "app/services.h"
+#include "app/state.h"
+#include "res/strings.h"
+
+namespace app {
+
+int ValueSpec::count() const {
+    int n = 0;
+    while (n < 4 && labels[n]) ++n;
+    return n;
+}
+
+const std::vector<CommandSpec>& command_table() {
+    static const std::vector<CommandSpec> rows = [] {
+        std::vector<CommandSpec> r;
+        add_file_commands(r);
+        add_volume_commands(r);
+        add_view_commands(r);
+        add_filter_commands(r);
+        add_edge_commands(r);
+        add_segmentation_commands(r);
+        add_resize_commands(r);
+        add_morphology_commands(r);
+        add_transform_commands(r);
+        add_logic_commands(r);
+        return r;
+    }();
+    return rows;
+}
+
+const CommandSpec* find_command(int id) {
+    for (const auto& row : command_table())
+        if (row.id == id) return &row;
+    return nullptr;
+}
+
+std::string plain_text(const char* menu_text) {
+    std::string s;
+    for (const char* p = menu_text; *p; ++p)
+        if (*p != '&') s += *p;
+    return s;
+}
+
+void report_not_available(const CommandSpec& spec) {
+    ui().show_message(format_text(res::kNotAvailable, plain_text(spec.text).c_str()),
+                      text(res::kCaption), Icon::Information);
+}
+
+std::string format_count(int id, long count) {
+    if (std::strstr(GetStatusText(id), "%lu")) return format_text(id, static_cast<unsigned long>(count));
+    return format_text(id, static_cast<int>(count));
+}
+
+bool parse_int(const std::string& text, int& value) {
+    return std::sscanf(text.c_str(), "%d", &value) == 1;
+}
+
+bool parse_float(const std::string& text, float& value) {
+    return std::sscanf(text.c_str(), "%f", &value) == 1;
+}
+
+bool dispatch(int id) {
+    const CommandSpec* spec = find_command(id);
+    if (!spec) return false;
+    if (spec->custom)
+        spec->custom(*spec);
+    else
+        run_pattern(*spec);
+    return true;
+}
+
+namespace {
+
+bool select_volume(SelectKind kind, int typemask, int colormask, int caption, int fallback,
+                   Selection& s, int Z = 0, int Y = 0, int X = 0) {
+    SelectRequest r;
+    r.kind = kind;
+    r.typemask = typemask;
+    r.colormask = colormask;
+    r.caption = text(caption ? caption : fallback);
+    r.X = X;
+    r.Y = Y;
+    r.Z = Z;
+    return ui().select(r, s);
+}
+
+// The value dialog and the parsing of its texts; false when cancelled or unparsable (-90
+// shown).
+bool ask_values(const ValueSpec& v, CommandContext& c) {
+    std::vector<std::string> labels, texts;
+    for (int i = 0; i < v.count(); ++i) labels.push_back(text(v.labels[i]));
+    if (!ui().ask_values(text(v.caption), labels, texts)) return false;
+    for (const auto& t : texts) {
+        int i = 0;
+        float f = 0.f;
+        if (v.real ? !parse_float(t, f) : !parse_int(t, i)) {
+            error_handler(-90);
+            return false;
+        }
+        c.ints.push_back(i);
+        c.reals.push_back(f);
+    }
+    return true;
+}
+
+void report(const CommandSpec& spec, CommandContext& c) {
+    switch (spec.after) {
+    case After::Nothing:
+        break;
+    case After::Display:
+        DisplayVolume(c.out ? c.out : c.in);
+        break;
+    case After::DisplayBoth:
+        DisplayVolume(c.out);
+        if (workspace()) workspace()->display(c.in, false);
+        if (!c.message.empty())
+            ui().show_message(c.message, text(spec.message_caption), spec.message_icon);
+        break;
+    case After::Message:
+        ui().show_message(c.message, text(spec.message_caption), spec.message_icon);
+        break;
+    case After::MessageAndDisplay:
+        ui().show_message(c.message, text(spec.message_caption), spec.message_icon);
+        DisplayVolume(c.out ? c.out : c.in);
+        break;
+    }
+}
+
+}  // namespace
+
+int prepare_seeds(CommandContext& c) {
+    Volume* out = c.out;
+    const int channels = out->colortype == 1 ? 1 : 3;
+    const int z1 = out->z1, z2 = out->z2, y1 = out->y1, y2 = out->y2, x1 = out->x1, x2 = out->x2;
+    fill_in_VOI(out, 0, out->Z, 0, out->Y, 0, out->X);
+    const float zeros[3] = {0.f, 0.f, 0.f};
+    const int status = ClearVolume(out, zeros);
+    fill_in_VOI(out, z1, z2, y1, y2, x1, x2);
+    if (status) return status;
+    DisplayVolume(c.in);
+    ui().pixel_input(c.in);
+    for (const Seed& s : state().seeds)
+        if (out->type == 1 && s.z < out->Z && s.y < out->Y && s.x < out->X)
+            for (int ch = 0; ch < channels; ++ch) out->data[ch].uc[s.z][s.y][s.x] = 255;
+    state().seeds.clear();
+    return 0;
+}
+
+void run_pattern(const CommandSpec& spec) {
+    if (!spec.op) {
+        report_not_available(spec);
+        return;
+    }
+    if (spec.confirm_input && !ConfirmInputModification()) return;
+    CommandContext c;
+    c.spec = &spec;
+    Selection s;
+    if (spec.typemask) {
+        if (!select_volume(SelectKind::Input, spec.typemask, spec.colormask, spec.in_caption,
+                           res::kSelectInput, s) || !s.vol)
+            return;
+        c.in = s.vol;
+    }
+    if (spec.second.typemask) {
+        Selection s2;
+        if (!select_volume(SelectKind::Other, spec.second.typemask, spec.second.colormask,
+                           spec.second.caption, res::kSelectVolume, s2) || !s2.vol)
+            return;
+        c.second = s2.vol;
+    }
+    const ValueSpec values = spec.values_for && c.in ? spec.values_for(c.in) : spec.values;
+    if (values.caption && !ask_values(values, c)) return;
+
+    bool created = false;
+    if (spec.out_type != kNoOutput && c.in) {
+        int Z = c.in->Z, Y = c.in->Y, X = c.in->X;
+        if (spec.out_dims) spec.out_dims(c, Z, Y, X);
+        Selection so;
+        if (!select_volume(SelectKind::Output, 7, 3, spec.out_caption, res::kSelectOutput, so,
+                           Z, Y, X))
+            return;
+        Volume* out = so.vol ? so.vol : GetVolumeByIndex(so.slot);
+        if (!out) return;
+        if (out == c.in && !spec.in_place) {
+            error_handler(-525);
+            return;
+        }
+        WaitCursor wait;
+        const int type = spec.out_type == kSameType ? c.in->type : spec.out_type;
+        const int color = spec.out_color ? spec.out_color : c.in->colortype;
+        if (out->type == 0) {
+            InitializeVolume(out, Z, Y, X, type, color);
+            if (const int status = CreateVolume(out)) {
+                error_handler(status);
+                return;
+            }
+            created = true;
+        } else {
+            const int fit = VerifyOutputVolume(out, X, Y, Z, type, color, !spec.at_least);
+            if (fit == kDeclined || fit == kReallocFailed) return;
+        }
+        c.out = out;
+    }
+
+    WaitCursor wait;
+    if (const int status = spec.op(c)) {
+        error_handler(status);
+        if (created) DestroyVolume(c.out);
+        return;
+    }
+    report(spec, c);
+}
+
+}  // namespace app

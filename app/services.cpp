@@ -1,0 +1,108 @@
+// The application services exported to modules and the output-preparation helpers.
+#include "app/services.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+#include "app/state.h"
+#include "app/ui.h"
+#include "res/strings.h"
+
+namespace app {
+
+std::string text(int id) { return GetStatusText(id); }
+
+std::string format_text(int id, ...) {
+    char buffer[512];
+    va_list args;
+    va_start(args, id);
+    std::vsnprintf(buffer, sizeof buffer, GetStatusText(id), args);
+    va_end(args);
+    return buffer;
+}
+
+int VerifyOutputVolume(Volume* vol, int X, int Y, int Z, int type, int colortype, bool exact) {
+    const bool dims_fit = exact ? (vol->X == X && vol->Y == Y && vol->Z == Z)
+                                : (vol->X >= X && vol->Y >= Y && vol->Z >= Z);
+    if (dims_fit && vol->type == type && vol->colortype == colortype) return kFits;
+    if (!VerifyVolumeReallocation(nullptr)) return kDeclined;
+    if (const int status = ReallocateVolume(vol, type, colortype, Z, Y, X)) {
+        error_handler(status);
+        return kReallocFailed;
+    }
+    return kReallocated;
+}
+
+int ReallocateVolume(Volume* vol, int type, int colortype, int Z, int Y, int X) {
+    freedisWin(vol);
+    DestroyVolume(vol);
+    InitializeVolume(vol, Z, Y, X, type, colortype);
+    return CreateVolume(vol);
+}
+
+bool ConfirmInputModification() { return ui().ask_yes_no(text(res::kInputModified)); }
+
+namespace {
+struct Readout {
+    int mode = 0, x = 0, y = 0, z = 0;
+    double R = 0, G = 0, B = 0;
+} g_readout;
+}  // namespace
+
+}  // namespace app
+
+using namespace app;
+
+extern "C" {
+
+int error_handler(int code) {
+    ui().set_wait(false);
+    ui().show_error(code);
+    return 1;
+}
+
+void DisplayVolume(Volume* vol) {
+    if (!vol || !workspace()) return;
+    if (!workspace()->display(vol, true)) error_handler(723);
+}
+
+void freedisWin(Volume* vol) {
+    if (vol && workspace()) workspace()->release(vol);
+}
+
+int GetInputVolume(int typemask, int colormask, const char* title, Volume** out) {
+    SelectRequest r;
+    r.kind = SelectKind::Input;
+    r.typemask = typemask;
+    r.colormask = colormask;
+    if (title) r.caption = title;
+    Selection s;
+    if (!ui().select(r, s)) return 0;
+    if (out) *out = s.vol;
+    return 1;
+}
+
+int GetOutputVolume(int typemask, int colormask, const char* title, int X, int Y, int Z,
+                    Volume** out) {
+    SelectRequest r;
+    r.kind = SelectKind::Output;
+    r.typemask = typemask;
+    r.colormask = colormask;
+    if (title) r.caption = title;
+    r.X = X;
+    r.Y = Y;
+    r.Z = Z;
+    Selection s;
+    if (!ui().select(r, s)) return 0;
+    if (out) *out = s.vol ? s.vol : GetVolumeByIndex(s.slot);
+    return 1;
+}
+
+int VerifyVolumeReallocation(void*) { return ui().ask_yes_no(text(res::kReallocate)) ? 1 : 0; }
+
+void PrintCoordinates(int mode, int x, int y, int z, double R, double G, double B) {
+    // the read-out window repaints from these when it exists
+    g_readout = {mode, x, y, z, R, G, B};
+}
+
+}  // extern "C"

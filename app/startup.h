@@ -1,0 +1,26 @@
+// The command line of the workstation: vexilo3d [--size ZxYxX] [--type uc|f|i]
+// [--channels 1|3] [--skip N] [FILE ...] opens raw volume files into new volumes and shows
+// them.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace app {
+
+struct CommandLine {
+    std::vector<std::string> files;
+    int Z = 0, Y = 0, X = 0;
+    int type = 1, colortype = 1, skip = 0;
+};
+
+// Parses the arguments (without the program name); false with a reason in error.
+bool parse_command_line(const std::vector<std::string>& args, CommandLine& line,
+                        std::string& error);
+// Opens every file of line into a new volume and displays it; failures are reported through
+// error_handler. Returns the number of volumes opened.
+int open_files(const CommandLine& line);
+
+extern const char* const kUsage;
+
+}  // namespace app

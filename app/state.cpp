@@ -1,0 +1,65 @@
+// Application-wide state, start-up defaults and the orderly shutdown.
+#include "app/state.h"
+
+#include <cstdio>
+#include <filesystem>
+
+#include "app/services.h"
+#include "res/strings.h"
+
+namespace app {
+
+namespace {
+UserInterface* g_ui = nullptr;
+Workspace* g_workspace = nullptr;
+AppState g_state;
+
+// Notices of the library (the restricted edition's refusal) become a warning box.
+void library_notice(int code) {
+    ui().show_message(text(code), text(res::kCaption), Icon::Warning);
+}
+}  // namespace
+
+UserInterface& ui() { return *g_ui; }
+void set_ui(UserInterface* ui) { g_ui = ui; }
+Workspace* workspace() { return g_workspace; }
+void set_workspace(Workspace* workspace) { g_workspace = workspace; }
+AppState& state() { return g_state; }
+
+bool initialise_application() {
+    AppState& s = g_state;
+    s = AppState{};
+    SetDefaultImageSize(s.image_height, s.image_width);
+    SetMessageHook(library_notice);
+    std::error_code error;
+    s.start_directory = std::filesystem::current_path(error).string();
+    if (error) {
+        error_handler(635);
+        return false;
+    }
+    if (!AllocateVolumeTable()) {
+        error_handler(616);
+        return false;
+    }
+    s.levels[0].assign(s.grey_levels, 0);
+    s.levels[1].assign(s.grey_levels, 0);
+    return true;
+}
+
+void shutdown_application() {
+    ReleaseVolumeTable();
+    SetMessageHook(nullptr);
+}
+
+void reset_all_vois() {
+    for (int i = 0; i < 100; ++i) {
+        Volume* v = GetVolumeByIndex(i);
+        if (v && v->type) fill_in_VOI(v, 0, v->Z, 0, v->Y, 0, v->X);
+    }
+}
+
+std::string display_title(int index, int first, int last, int current) {
+    return format_text(res::kDisplayTitle, index, first, last, current);
+}
+
+}  // namespace app

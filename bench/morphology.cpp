@@ -1,0 +1,59 @@
+// Binary morphology on the 256^3 noise-and-spheres volume thresholded at 128, one thread.
+#include <benchmark/benchmark.h>
+
+#include "bench/noise_spheres.h"
+#include "core/parallel.h"
+
+namespace {
+
+constexpr int kSize = 256;
+
+// A cube element of side n, or the 3D cross (centre and its six face neighbours) for n = 0.
+void make_element(bench::Volume3& se, int n) {
+    Volume* v = se.get();
+    for (int z = 0; z < v->Z; ++z)
+        for (int y = 0; y < v->Y; ++y)
+            for (int x = 0; x < v->X; ++x) {
+                const int off = (z != 1) + (y != 1) + (x != 1);
+                v->data[0].uc[z][y][x] = n > 0 || off <= 1 ? 255 : 0;
+            }
+}
+
+void run(benchmark::State& state, int (*op)(Volume*, Volume*, Volume*)) {
+    v3d::set_thread_count(1);
+    const int n = static_cast<int>(state.range(0));
+    bench::Volume3 in(kSize, kSize, kSize, 1), out(kSize, kSize, kSize, 1);
+    bench::Volume3 se(n ? n : 3, n ? n : 3, n ? n : 3, 1);
+    bench::fill_spheres_binary(in.get(), 1);
+    make_element(se, n);
+    for (auto _ : state)
+        if (op(in.get(), se.get(), out.get()) != 0) state.SkipWithError("operator failed");
+    v3d::set_thread_count(0);
+}
+
+void BM_bdilate3d(benchmark::State& s) { run(s, bdilate3d); }
+void BM_berode3d(benchmark::State& s) { run(s, berode3d); }
+void BM_bopening3d(benchmark::State& s) { run(s, bopening3d); }
+void BM_bclosing3d(benchmark::State& s) { run(s, bclosing3d); }
+void BM_MinkowskiAddition3d(benchmark::State& s) { run(s, MinkowskiAddition3d); }
+void BM_MinkowskiSubtraction3d(benchmark::State& s) { run(s, MinkowskiSubtraction3d); }
+
+// the binary check every operator makes of its input, for reference
+void BM_CheckIfUCBinary(benchmark::State& state) {
+    bench::Volume3 in(kSize, kSize, kSize, 1);
+    bench::fill_spheres_binary(in.get(), 1);
+    for (auto _ : state) benchmark::DoNotOptimize(CheckIfUCBinary(in.get()));
+}
+BENCHMARK(BM_CheckIfUCBinary)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// argument: cube side, 0 = the 3x3x3 cross
+BENCHMARK(BM_bdilate3d)->Arg(3)->Arg(5)->Arg(0)->ArgName("cube")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_berode3d)->Arg(3)->Arg(5)->Arg(0)->ArgName("cube")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_bopening3d)->Arg(3)->ArgName("cube")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_bclosing3d)->Arg(3)->ArgName("cube")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_MinkowskiAddition3d)->Arg(3)->ArgName("cube")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_MinkowskiSubtraction3d)->Arg(3)->ArgName("cube")->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,57 @@
+// Resizing and interpolation, one thread: 128^3 -> 256^3 of the noise-and-spheres volume.
+#include <benchmark/benchmark.h>
+
+#include "bench/noise_spheres.h"
+#include "core/parallel.h"
+
+namespace {
+
+struct Volumes {
+    bench::Volume3 small{128, 128, 128, 1}, large{256, 256, 256, 1}, frames{128, 256, 256, 1};
+    Volumes() {
+        v3d::set_thread_count(1);
+        bench::fill_noise_spheres(small.get(), 1);
+        bench::fill_noise_spheres(large.get(), 2);
+        bench::fill_noise_spheres(frames.get(), 3);
+    }
+    ~Volumes() { v3d::set_thread_count(0); }
+};
+
+template <class F> void run(benchmark::State& state, F&& op) {
+    Volumes v;
+    for (auto _ : state)
+        if (op(v) != 0) state.SkipWithError("operator failed");
+}
+
+void BM_zoom3d_x2(benchmark::State& s) {
+    run(s, [](Volumes& v) { return zoom3d(v.small.get(), v.large.get(), 2, 0, 0, 0); });
+}
+void BM_decim3_by2(benchmark::State& s) {
+    run(s, [](Volumes& v) { return decim3(v.large.get(), v.small.get(), 2, 0, 0, 0); });
+}
+void BM_InterpolationNearestNeighbor3d_up(benchmark::State& s) {
+    run(s, [](Volumes& v) {
+        return InterpolationNearestNeighbor3d(v.small.get(), v.large.get(), 1, 0, 0, 0, 0, 0, 0);
+    });
+}
+void BM_InterpolationLinear3d_up(benchmark::State& s) {
+    run(s, [](Volumes& v) { return InterpolationLinear3d(v.small.get(), v.large.get(), 1, 0, 0, 0, 0, 0, 0); });
+}
+void BM_InterpolationLinear3d_down(benchmark::State& s) {
+    run(s, [](Volumes& v) { return InterpolationLinear3d(v.large.get(), v.small.get(), 1, 0, 0, 0, 0, 0, 0); });
+}
+void BM_InterpolationFrameLinear3d_x2(benchmark::State& s) {
+    // 128 frames of 256 x 256 -> 255 frames
+    run(s, [](Volumes& v) { return InterpolationFrameLinear3d(v.frames.get(), v.large.get(), 0, 2.0f, 0, 0, 0); });
+}
+
+BENCHMARK(BM_zoom3d_x2)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_decim3_by2)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_InterpolationNearestNeighbor3d_up)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_InterpolationLinear3d_up)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_InterpolationLinear3d_down)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_InterpolationFrameLinear3d_x2)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,181 @@
+// Internals of the image-sequence formats: the header every frame decoder reports, the sink that
+// receives decoded rows, file loading, the volume-side helpers of readers and writers, and the
+// entry points of each format file that the format table (io/imageseq.cpp) lists.
+//
+// A frame decoder works on the bytes of one file in memory:
+//
+//   int decode_bmp(const uint8_t* data, size_t size, ImageHeader* header, RowSink* sink);
+//
+// It validates the header against the limits below before it allocates anything, fills *header
+// (when not null), and returns at once when sink is null (header only). Otherwise it asks
+// sink->begin(header) (which may refuse with a status) and hands over every row. Bad content
+// returns the format's status; nothing is read outside [data, data + size).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/common.h"
+#include "vexilo3d_imageio.h"
+
+namespace v3d {
+
+// Largest frame and sequence a reader accepts (also the public V3D_IMAGE_MAX_* values).
+constexpr int kMaxImageWidth = V3D_IMAGE_MAX_WIDTH;
+constexpr int kMaxImageHeight = V3D_IMAGE_MAX_HEIGHT;
+constexpr int kMaxImageFrames = V3D_IMAGE_MAX_FRAMES;
+// Largest file a frame reader loads into memory.
+constexpr long long kMaxImageFileBytes = 1LL << 31;
+
+struct ImageHeader {
+    int width = 0, height = 0;
+    int colour = kGrey;  // kGrey or kRGB
+    int maxval = 255;    // largest sample value: 255 for 8-bit samples, 65535 for 16-bit
+    bool same_shape(const ImageHeader& o) const {
+        return width == o.width && height == o.height && colour == o.colour && maxval == o.maxval;
+    }
+};
+
+inline bool image_size_ok(long long width, long long height) {
+    return width >= 1 && height >= 1 && width <= kMaxImageWidth && height <= kMaxImageHeight;
+}
+
+// Receives the decoded rows of one frame: samples interleaved, one or three per pixel, each
+// 0..maxval. Rows may come in any order (bottom-up files, interlaced GIF).
+class RowSink {
+public:
+    virtual ~RowSink() = default;
+    virtual int begin(const ImageHeader& header) = 0;  // 0 or a status that stops the decoder
+    virtual void row(int y, const std::uint16_t* samples) = 0;
+};
+
+// Stores the rows into frame z of a UC or I volume: I volumes get the samples as they are; UC
+// volumes get them as they are when maxval is 255, otherwise scaled by round(v * 255 / maxval)
+// (16-bit samples: (v * 255 + 32767) / 65535). begin() refuses a frame larger than the volume
+// (-521) and a colour type other than the volume's (-503).
+class VolumeSink : public RowSink {
+public:
+    VolumeSink(Volume* vol, int z) : vol_(vol), z_(z) {}
+    int begin(const ImageHeader& header) override;
+    void row(int y, const std::uint16_t* samples) override;
+
+private:
+    Volume* vol_;
+    int z_;
+    ImageHeader h_;
+};
+
+using FrameDecoder = int (*)(const std::uint8_t* data, std::size_t size, ImageHeader* header,
+                             RowSink* sink);
+
+// The whole file in memory: -600 when it cannot be opened, -601 when it cannot be read or is
+// larger than kMaxImageFileBytes.
+int load_file(const std::string& path, std::vector<std::uint8_t>& bytes);
+
+// "%s%d.%s" without padding, "%s%0*d.%s" with digits characters (io/raw.cpp); "" when the name
+// does not fit a path buffer.
+std::string frame_file_name(const char* base, int number, int digits, const char* ext);
+// "%s.%s": the one file of a single-file format.
+std::string single_file_name(const char* base, const char* ext);
+
+// Little-endian and big-endian fields of a byte buffer (the caller has checked the bounds).
+inline unsigned le16(const std::uint8_t* p) { return p[0] | (p[1] << 8u); }
+inline std::uint32_t le32(const std::uint8_t* p) {
+    return p[0] | (p[1] << 8u) | (p[2] << 16u) | (static_cast<std::uint32_t>(p[3]) << 24u);
+}
+inline void put_le16(std::vector<std::uint8_t>& out, unsigned v) {
+    out.push_back(v & 0xff);
+    out.push_back((v >> 8) & 0xff);
+}
+inline void put_le32(std::vector<std::uint8_t>& out, std::uint32_t v) {
+    put_le16(out, v & 0xffff);
+    put_le16(out, v >> 16);
+}
+
+// Writes bytes to a new file: -600 when it cannot be created, -602 on a short write.
+int save_bytes(const std::string& path, const std::vector<std::uint8_t>& bytes);
+
+// A sample of a UC or I volume for writing: UC as it is, I clamped to 0..maxval.
+unsigned sample_of(const Volume* v, int c, int z, int y, int x, unsigned maxval);
+
+// True when r == g == b for every one of n palette entries (rgb triples).
+bool palette_is_grey(const std::uint8_t* rgb, int n);
+
+// Names present, digits >= 0, count 1..kMaxImageFrames, frame numbers first .. first + count - 1
+// without overflow: 0, otherwise -90.
+int check_sequence_args(const char* base, int first, int digits, const char* ext, int count);
+
+// The frame-file sequence engine: check, read and write a numbered series of one image per
+// frame with the given decoder (or, for writers, frame writer).
+struct FrameFormatOps {
+    FrameDecoder decode;  // null for formats that open their files themselves (TIFF)
+    int (*decode_file)(const std::string& path, ImageHeader* header, RowSink* sink);
+    int inconsistency;    // status when a later frame differs from the first
+    int (*write_frame)(Volume* vol, int z, const std::string& path, int option);
+    int write_types;      // data types the writer accepts (kUC, or kUC | kI)
+};
+int check_frame_sequence(const FrameFormatOps& f, const char* base, int first, int digits,
+                         const char* ext, int count, ImageSequenceInfo* info);
+int read_frame_sequence(const FrameFormatOps& f, Volume* vol, const char* base, int first,
+                        int digits, const char* ext, int count);
+int write_frame_sequence(const FrameFormatOps& f, Volume* vol, const char* base, int first,
+                         int digits, const char* ext, int option);
+
+// Frame decoders of the formats (the fuzz targets call them directly).
+int decode_bmp(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink);
+int decode_tga(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink);
+int decode_gif(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink);
+int decode_jpeg(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink);
+int decode_pnm(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink);
+int decode_tiff(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink);
+
+// TIFF pages (io/tiff.cpp), shared with the multi-page stack (io/tiff_stack.cpp).
+struct TiffFile;  // an open TIFF file or memory image; closes itself
+TiffFile* tiff_open_file(const char* path, const char* mode);
+TiffFile* tiff_open_memory(const std::uint8_t* data, std::size_t size);
+void tiff_close(TiffFile* t);
+int tiff_page_count(TiffFile* t, int limit);   // directories, counted up to limit
+bool tiff_select_page(TiffFile* t, int page);
+bool tiff_next_page(TiffFile* t);
+// Checks (vol null) or reads the pages first .. first + count - 1 of a stack (count 0: to the
+// end) into frames 0.. of vol (io/tiff_stack.cpp).
+int walk_tiff_pages(TiffFile* t, int first, int count, ImageSequenceInfo* info, Volume* vol);
+int tiff_decode_page(TiffFile* t, ImageHeader* header, RowSink* sink);  // 0 or -1000
+int tiff_write_page(TiffFile* t, Volume* vol, int z, int compression, int page, int pages);
+bool tiff_compression_ok(int compression);  // none, LZW or PackBits
+
+// The format table's entries (one file each).
+int check_raw_frames(const char*, int, int, const char*, int, ImageSequenceInfo*);
+int read_raw_frames(Volume*, const char*, int, int, const char*, int);
+int write_raw_frames(Volume*, const char*, int, int, const char*);
+int check_raw_volume(const char*, int, int, const char*, int, ImageSequenceInfo*);
+int read_raw_volume(Volume*, const char*, int, int, const char*, int);
+int write_raw_volume(Volume*, const char*, int, int, const char*);
+int check_raw_rgb(const char*, int, int, const char*, int, ImageSequenceInfo*);
+int read_raw_rgb(Volume*, const char*, int, int, const char*, int);
+int write_raw_rgb(Volume*, const char*, int, int, const char*);
+int check_tiff(const char*, int, int, const char*, int, ImageSequenceInfo*);
+int read_tiff(Volume*, const char*, int, int, const char*, int);
+int write_tiff(Volume*, const char*, int, int, const char*);
+int check_bmp(const char*, int, int, const char*, int, ImageSequenceInfo*);
+int read_bmp(Volume*, const char*, int, int, const char*, int);
+int write_bmp(Volume*, const char*, int, int, const char*);
+int check_tga(const char*, int, int, const char*, int, ImageSequenceInfo*);
+int read_tga(Volume*, const char*, int, int, const char*, int);
+int write_tga(Volume*, const char*, int, int, const char*);
+int check_gif(const char*, int, int, const char*, int, ImageSequenceInfo*);
+int read_gif(Volume*, const char*, int, int, const char*, int);
+int write_gif(Volume*, const char*, int, int, const char*);
+int check_jpeg(const char*, int, int, const char*, int, ImageSequenceInfo*);
+int read_jpeg(Volume*, const char*, int, int, const char*, int);
+int write_jpeg(Volume*, const char*, int, int, const char*);
+int check_pnm(const char*, int, int, const char*, int, ImageSequenceInfo*);
+int read_pnm(Volume*, const char*, int, int, const char*, int);
+int write_pnm(Volume*, const char*, int, int, const char*);
+int check_tiff_stack(const char*, int, int, const char*, int, ImageSequenceInfo*);
+int read_tiff_stack(Volume*, const char*, int, int, const char*, int);
+int write_tiff_stack(Volume*, const char*, int, int, const char*);
+
+}  // namespace v3d

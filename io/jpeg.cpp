@@ -1,0 +1,201 @@
+// JPEG frames through libjpeg: grey images as grey frames, every other colour space libjpeg can
+// turn into RGB as colour frames (CMYK is refused); the writer does not subsample colour.
+// libjpeg reports errors through a callback that must not return; we leave it with longjmp back
+// into the plain C-style functions below, which hold no C++ objects with destructors, so no C++
+// frame is ever jumped over. Their work buffers come from libjpeg's own pools. Content errors
+// are -29; a premature end of the data, more than 100 warnings or 200 progressive scans count as
+// errors (corrupt data would otherwise take very long).
+#include <csetjmp>
+#include <cstdio>
+
+#include "io/imageseq.h"
+
+extern "C" {
+#include <jpeglib.h>
+#include <jerror.h>
+}
+
+namespace v3d {
+namespace {
+
+struct JpegError {
+    jpeg_error_mgr mgr;
+    std::jmp_buf jump;
+    int warnings;
+};
+
+void on_error(j_common_ptr c) { std::longjmp(reinterpret_cast<JpegError*>(c->err)->jump, 1); }
+
+void on_message(j_common_ptr c, int level) {
+    JpegError* e = reinterpret_cast<JpegError*>(c->err);
+    // a truncated file is an error, not a warning followed by grey rows
+    if (level < 0 && (c->err->msg_code == JWRN_JPEG_EOF || ++e->warnings > 100))
+        std::longjmp(e->jump, 1);
+}
+
+void on_progress(j_common_ptr c) {
+    if (c->is_decompressor && reinterpret_cast<j_decompress_ptr>(c)->input_scan_number > 200)
+        std::longjmp(reinterpret_cast<JpegError*>(c->err)->jump, 1);
+}
+
+void install_error(JpegError* e) {
+    jpeg_std_error(&e->mgr);
+    e->mgr.error_exit = on_error;
+    e->mgr.emit_message = on_message;
+    e->warnings = 0;
+}
+
+// The row callbacks of the decoder: plain functions over the C++ sink, called between libjpeg
+// calls (never while libjpeg can jump).
+struct DecodeTarget {
+    ImageHeader header;
+    RowSink* sink;
+    std::uint16_t* row;  // width * 3 samples, owned by the caller
+};
+
+int header_of(j_decompress_ptr d, DecodeTarget* t) {
+    if (!image_size_ok(d->image_width, d->image_height)) return kJpegRead;
+    if (d->jpeg_color_space == JCS_GRAYSCALE) {
+        d->out_color_space = JCS_GRAYSCALE;
+        t->header.colour = kGrey;
+    } else if (d->jpeg_color_space == JCS_YCbCr || d->jpeg_color_space == JCS_RGB) {
+        d->out_color_space = JCS_RGB;
+        t->header.colour = kRGB;
+    } else {
+        return kJpegRead;
+    }
+    t->header.width = static_cast<int>(d->image_width);
+    t->header.height = static_cast<int>(d->image_height);
+    t->header.maxval = 255;
+    return kOk;
+}
+
+void deliver_row(DecodeTarget* t, int y, const JSAMPLE* s) {
+    const int n = t->header.colour == kGrey ? t->header.width : 3 * t->header.width;
+    for (int i = 0; i < n; ++i) t->row[i] = s[i];
+    t->sink->row(y, t->row);
+}
+
+// Decodes data into t (header only when t->sink is null). Plain C style: see the file comment.
+int jpeg_decode_c(const unsigned char* data, unsigned long size, DecodeTarget* t,
+                  int (*begin)(DecodeTarget*)) {
+    jpeg_decompress_struct d;
+    JpegError err;
+    jpeg_progress_mgr progress;
+    volatile int status = kJpegRead;
+    d.err = &err.mgr;
+    install_error(&err);
+    if (setjmp(err.jump)) {
+        jpeg_destroy_decompress(&d);
+        return status == kOk ? kJpegRead : status;
+    }
+    jpeg_create_decompress(&d);
+    progress.progress_monitor = on_progress;
+    d.progress = &progress;
+    jpeg_mem_src(&d, data, size);
+    jpeg_read_header(&d, TRUE);
+    status = header_of(&d, t);
+    if (status == kOk && t->sink) status = begin(t);
+    if (status != kOk || !t->sink) {
+        jpeg_destroy_decompress(&d);
+        return status;
+    }
+    status = kJpegRead;
+    jpeg_start_decompress(&d);
+    JSAMPARRAY row = (*d.mem->alloc_sarray)(reinterpret_cast<j_common_ptr>(&d), JPOOL_IMAGE,
+                                            d.output_width * d.output_components, 1);
+    while (d.output_scanline < d.output_height) {
+        const int y = static_cast<int>(d.output_scanline);
+        if (jpeg_read_scanlines(&d, row, 1) != 1) break;
+        deliver_row(t, y, row[0]);
+    }
+    status = d.output_scanline == d.output_height ? kOk : kJpegRead;
+    jpeg_destroy_decompress(&d);
+    return status;
+}
+
+int begin_sink(DecodeTarget* t) { return t->sink->begin(t->header); }
+
+// The encoder, the same way: rows come from frame z of a UC volume.
+int jpeg_encode_c(Volume* v, int z, std::FILE* f, int quality) {
+    jpeg_compress_struct c;
+    JpegError err;
+    c.err = &err.mgr;
+    install_error(&err);
+    if (setjmp(err.jump)) {
+        jpeg_destroy_compress(&c);
+        return kFwrite;
+    }
+    jpeg_create_compress(&c);
+    jpeg_stdio_dest(&c, f);
+    const bool grey = v->colortype == kGrey;
+    c.image_width = static_cast<JDIMENSION>(v->X);
+    c.image_height = static_cast<JDIMENSION>(v->Y);
+    c.input_components = grey ? 1 : 3;
+    c.in_color_space = grey ? JCS_GRAYSCALE : JCS_RGB;
+    jpeg_set_defaults(&c);
+    jpeg_set_quality(&c, quality, TRUE);
+    for (int i = 0; i < c.num_components; ++i)  // no chroma subsampling: colour edges stay sharp
+        c.comp_info[i].h_samp_factor = c.comp_info[i].v_samp_factor = 1;
+    jpeg_start_compress(&c, TRUE);
+    JSAMPARRAY row = (*c.mem->alloc_sarray)(reinterpret_cast<j_common_ptr>(&c), JPOOL_IMAGE,
+                                            c.image_width * c.input_components, 1);
+    for (int y = 0; y < v->Y; ++y) {
+        for (int x = 0; x < v->X; ++x)
+            for (int ch = 0; ch < c.input_components; ++ch)
+                row[0][x * c.input_components + ch] = v->data[ch].uc[z][y][x];
+        jpeg_write_scanlines(&c, row, 1);
+    }
+    jpeg_finish_compress(&c);
+    jpeg_destroy_compress(&c);
+    return kOk;
+}
+
+int write_jpeg_frame(Volume* v, int z, const std::string& path, int quality) {
+    std::FILE* f = path.empty() ? nullptr : std::fopen(path.c_str(), "wb");
+    if (!f) return kFopen;
+    const int status = jpeg_encode_c(v, z, f, quality);
+    const bool closed = std::fclose(f) == 0;
+    return status != kOk ? status : (closed ? kOk : kFwrite);
+}
+
+const FrameFormatOps kJpeg = {decode_jpeg, nullptr, kBadInputDims, write_jpeg_frame, kUC};
+
+}  // namespace
+
+int decode_jpeg(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink) {
+    if (size == 0 || size > 0xffffffffu) return kJpegRead;
+    std::vector<std::uint16_t> row;
+    DecodeTarget t{ImageHeader{}, sink, nullptr};
+    if (sink) {
+        ImageHeader h;  // the row buffer is sized from a header-only pass first
+        V3D_CHECK(decode_jpeg(data, size, &h, nullptr));
+        row.resize(static_cast<std::size_t>(h.width) * 3);
+        t.row = row.data();
+    }
+    const int status = jpeg_decode_c(data, static_cast<unsigned long>(size), &t, begin_sink);
+    if (header && status == kOk) *header = t.header;
+    return status;
+}
+
+int check_jpeg(const char* base, int first, int digits, const char* ext, int count,
+               ImageSequenceInfo* info) {
+    return check_frame_sequence(kJpeg, base, first, digits, ext, count, info);
+}
+int read_jpeg(Volume* vol, const char* base, int first, int digits, const char* ext, int count) {
+    return read_frame_sequence(kJpeg, vol, base, first, digits, ext, count);
+}
+int write_jpeg(Volume* vol, const char* base, int first, int digits, const char* ext) {
+    return SaveJpegSequence(vol, base, first, digits, ext, 95);
+}
+
+}  // namespace v3d
+
+extern "C" int SaveJpegSequence(Volume* vol, const char* base, int first, int digits,
+                                const char* ext, int quality) {
+    using namespace v3d;
+    V3D_CHECK(CheckVolume(vol, kUC, kAnyColor));
+    if (quality < 1 || quality > 100) return kInvalidParams;
+    if (vol->X > 65500 || vol->Y > 65500) return kInvalidParams;
+    return write_frame_sequence(kJpeg, vol, base, first, digits, ext, quality);
+}

@@ -1,0 +1,176 @@
+// Targa images: grey (types 3 and 11, 8 bits) and true colour (types 2 and 10, 24 or 32 bits,
+// the fourth byte ignored), uncompressed or run-length encoded; rows bottom-up or top-down and
+// right-to-left as the descriptor says. Run-length packets may run across rows. Colour-mapped
+// images and other depths are refused. Content errors are -30.
+#include <algorithm>
+
+#include "io/imageseq.h"
+
+namespace v3d {
+namespace {
+
+constexpr int kBad = kTgaRead;
+
+struct TgaInfo {
+    ImageHeader h;
+    int type = 0, bytes = 0;  // image type, bytes per pixel
+    bool top_down = false, right_to_left = false;
+    std::size_t data = 0;
+};
+
+int parse_header(const std::uint8_t* d, std::size_t n, TgaInfo& t) {
+    if (n < 18) return kBad;
+    t.type = d[2];
+    const int cmap_type = d[1], cmap_len = static_cast<int>(le16(d + 5)), cmap_bits = d[7];
+    const int w = static_cast<int>(le16(d + 12)), h = static_cast<int>(le16(d + 14));
+    const int bpp = d[16], desc = d[17];
+    const bool grey = t.type == 3 || t.type == 11;
+    const bool colour = t.type == 2 || t.type == 10;
+    if ((!grey && !colour) || cmap_type > 1) return kBad;
+    if ((grey && bpp != 8) || (colour && bpp != 24 && bpp != 32)) return kBad;
+    if (!image_size_ok(w, h)) return kBad;
+    t.bytes = bpp / 8;
+    t.top_down = (desc & 0x20) != 0;
+    t.right_to_left = (desc & 0x10) != 0;
+    t.data = 18 + static_cast<std::size_t>(d[0]) +
+             (cmap_type ? static_cast<std::size_t>(cmap_len) * ((cmap_bits + 7) / 8) : 0);
+    if (t.data > n) return kBad;
+    t.h.width = w;
+    t.h.height = h;
+    t.h.colour = grey ? kGrey : kRGB;
+    return kOk;
+}
+
+// Collects pixels in file order and hands over each row when it is complete.
+class RowAssembler {
+public:
+    RowAssembler(const TgaInfo& t, RowSink& sink)
+        : t_(t), sink_(sink), n_(t.h.colour == kGrey ? 1 : 3),
+          row_(static_cast<std::size_t>(t.h.width) * n_) {}
+    bool done() const { return line_ >= t_.h.height; }
+    void put(const std::uint8_t* px) {  // grey, or blue green red [alpha]
+        const int x = t_.right_to_left ? t_.h.width - 1 - x_ : x_;
+        for (int c = 0; c < n_; ++c) row_[x * n_ + c] = px[n_ == 1 ? 0 : 2 - c];
+        if (++x_ == t_.h.width) {
+            sink_.row(t_.top_down ? line_ : t_.h.height - 1 - line_, row_.data());
+            x_ = 0;
+            ++line_;
+        }
+    }
+
+private:
+    const TgaInfo& t_;
+    RowSink& sink_;
+    int n_;
+    std::vector<std::uint16_t> row_;
+    int x_ = 0, line_ = 0;
+};
+
+int decode_pixels(const std::uint8_t* d, std::size_t n, const TgaInfo& t, RowSink& sink) {
+    RowAssembler rows(t, sink);
+    std::size_t p = t.data;
+    const std::size_t b = static_cast<std::size_t>(t.bytes);
+    if (t.type < 8) {
+        const std::size_t need = static_cast<std::size_t>(t.h.width) * t.h.height * b;
+        if (n - p < need) return kBad;
+        while (!rows.done()) {
+            rows.put(d + p);
+            p += b;
+        }
+        return kOk;
+    }
+    while (!rows.done()) {
+        if (p >= n) return kBad;
+        const int packet = d[p++];
+        const int count = (packet & 0x7f) + 1;
+        if (packet & 0x80) {
+            if (n - p < b) return kBad;
+            for (int i = 0; i < count && !rows.done(); ++i) rows.put(d + p);
+            p += b;
+        } else {
+            if ((n - p) / b < static_cast<std::size_t>(count)) return kBad;
+            for (int i = 0; i < count && !rows.done(); ++i) rows.put(d + p + i * b);
+            p += count * b;
+        }
+    }
+    return kOk;
+}
+
+// Writer: 8-bit grey or 24-bit colour, bottom-up, optionally run-length encoded per row.
+void encode_row(const std::vector<std::uint8_t>& px, int w, int b, bool rle,
+                std::vector<std::uint8_t>& out) {
+    if (!rle) {
+        out.insert(out.end(), px.begin(), px.end());
+        return;
+    }
+    auto same = [&](int i, int j) { return std::equal(&px[i * b], &px[i * b] + b, &px[j * b]); };
+    for (int x = 0; x < w;) {
+        int run = 1;
+        while (x + run < w && run < 128 && same(x, x + run)) ++run;
+        if (run > 1) {
+            out.push_back(static_cast<std::uint8_t>(0x80 | (run - 1)));
+            out.insert(out.end(), &px[x * b], &px[x * b] + b);
+            x += run;
+            continue;
+        }
+        int raw = 1;  // up to the next pair of equal pixels
+        while (x + raw < w && raw < 128 && !(x + raw + 1 < w && same(x + raw, x + raw + 1))) ++raw;
+        out.push_back(static_cast<std::uint8_t>(raw - 1));
+        out.insert(out.end(), &px[x * b], &px[(x + raw) * b]);
+        x += raw;
+    }
+}
+
+int write_tga_frame(Volume* v, int z, const std::string& path, int rle) {
+    const bool grey = v->colortype == kGrey;
+    const int b = grey ? 1 : 3;
+    std::vector<std::uint8_t> out(18, 0);
+    out[2] = static_cast<std::uint8_t>((grey ? 3 : 2) + (rle ? 8 : 0));
+    out[12] = v->X & 0xff;
+    out[13] = (v->X >> 8) & 0xff;
+    out[14] = v->Y & 0xff;
+    out[15] = (v->Y >> 8) & 0xff;
+    out[16] = static_cast<std::uint8_t>(8 * b);
+    std::vector<std::uint8_t> px(static_cast<std::size_t>(v->X) * b);
+    for (int y = v->Y - 1; y >= 0; --y) {
+        for (int x = 0; x < v->X; ++x)
+            for (int c = 0; c < b; ++c) px[x * b + c] = v->data[grey ? 0 : 2 - c].uc[z][y][x];
+        encode_row(px, v->X, b, rle != 0, out);
+    }
+    return save_bytes(path, out);
+}
+
+const FrameFormatOps kTga = {decode_tga, nullptr, kBadInputDims, write_tga_frame, kUC};
+
+}  // namespace
+
+int decode_tga(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink) {
+    TgaInfo t;
+    V3D_CHECK(parse_header(data, size, t));
+    if (header) *header = t.h;
+    if (!sink) return kOk;
+    V3D_CHECK(sink->begin(t.h));
+    return decode_pixels(data, size, t, *sink);
+}
+
+int check_tga(const char* base, int first, int digits, const char* ext, int count,
+              ImageSequenceInfo* info) {
+    return check_frame_sequence(kTga, base, first, digits, ext, count, info);
+}
+int read_tga(Volume* vol, const char* base, int first, int digits, const char* ext, int count) {
+    return read_frame_sequence(kTga, vol, base, first, digits, ext, count);
+}
+int write_tga(Volume* vol, const char* base, int first, int digits, const char* ext) {
+    return SaveTgaSequence(vol, base, first, digits, ext, 0);
+}
+
+}  // namespace v3d
+
+extern "C" int SaveTgaSequence(Volume* vol, const char* base, int first, int digits,
+                               const char* ext, int rle) {
+    using namespace v3d;
+    V3D_CHECK(CheckVolume(vol, kUC, kAnyColor));
+    if (rle != 0 && rle != 1) return kInvalidParams;
+    if (vol->X > 65535 || vol->Y > 65535) return kInvalidParams;
+    return write_frame_sequence(kTga, vol, base, first, digits, ext, rle);
+}

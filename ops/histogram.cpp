@@ -1,0 +1,143 @@
+// Histogram and equalization of UC volumes: the density of each channel over the VOI, its
+// cumulative sum, and the mapping of every VOI voxel through the cumulative distribution.
+#include <cstdint>
+#include <cstring>
+
+#include "core/common.h"
+#include "core/parallel.h"
+
+namespace v3d {
+namespace {
+
+// Adds the values of n bytes to count; four interleaved tables keep repeated values from
+// stalling on one counter.
+void count_row(const unsigned char* __restrict row, int n, uint32_t (&t)[4][256]) {
+    int x = 0;
+    for (; x + 4 <= n; x += 4) {
+        ++t[0][row[x]];
+        ++t[1][row[x + 1]];
+        ++t[2][row[x + 2]];
+        ++t[3][row[x + 3]];
+    }
+    for (; x < n; ++x) ++t[0][row[x]];
+}
+
+// counts[v] = number of voxels of channel c's VOI equal to v. Each block of frames counts on
+// its own (block_counts holds 256 entries per block); integer sums make the result the same
+// for any number of threads.
+void count_channel(Volume* in, int c, uint64_t* block_counts, int blocks, uint64_t* counts) {
+    const Voi r = voi_of(in);
+    unsigned char*** v = voxels<unsigned char>(in, c);
+    parallel_blocks(r.z1, r.z2, blocks, [&](int b, int z_begin, int z_end) {
+        uint64_t* total = block_counts + 256 * b;
+        std::memset(total, 0, 256 * sizeof(uint64_t));
+        for (int z = z_begin; z < z_end; ++z) {
+            uint32_t t[4][256] = {};  // one frame at most Y*X < 2^32 voxels
+            for (int y = r.y1; y < r.y2; ++y) count_row(v[z][y] + r.x1, r.nx(), t);
+            for (int i = 0; i < 256; ++i) total[i] += uint64_t{t[0][i]} + t[1][i] + t[2][i] + t[3][i];
+        }
+    });
+    for (int i = 0; i < 256; ++i) {
+        counts[i] = 0;
+        for (int b = 0; b < blocks; ++b) counts[i] += block_counts[256 * b + i];
+    }
+}
+
+// d[x] = level[s[x]]; d may be s (equalization in place).
+void map_row(unsigned char* d, const unsigned char* s, int n, const unsigned char* level) {
+    for (int x = 0; x < n; ++x) d[x] = level[s[x]];
+}
+
+bool vectors_present(float* const* set, int n) {
+    if (!set) return false;
+    for (int c = 0; c < n; ++c)
+        if (!set[c]) return false;
+    return true;
+}
+
+// The integer part of (value + 0.5) for value >= 0, exactly (as in double precision).
+unsigned char rounded_level(float value) {
+    const double r = static_cast<double>(value) + 0.5;
+    return clamp_uc(static_cast<int>(r));
+}
+
+}  // namespace
+}  // namespace v3d
+
+using namespace v3d;
+
+extern "C" {
+
+int hist3(Volume* in, float** pdf) {
+    V3D_CHECK(CheckVolume(in, kUC, kAnyColor));
+    const int n = channels(in);
+    if (!vectors_present(pdf, n)) return kNullVector;
+    const Voi r = voi_of(in);
+    const int blocks = block_count(r.z1, r.z2, true);
+    auto block_counts = make_buffer<uint64_t>(256 * static_cast<std::size_t>(blocks + 1));
+    if (!block_counts) return kNoBuffer;
+    uint64_t* counts = block_counts.get() + 256 * blocks;
+    const float total = static_cast<float>(r.nx()) * static_cast<float>(r.ny()) *
+                        static_cast<float>(r.nz());
+    for (int c = 0; c < n; ++c) {
+        count_channel(in, c, block_counts.get(), blocks, counts);
+        for (int v = 0; v < 256; ++v) pdf[c][v] = static_cast<float>(counts[v]) / total;
+    }
+    return kOk;
+}
+
+int cdfhist3(const float* pdf, float* cdf) {
+    if (!pdf || !cdf) return kNullVector;
+    cdf[0] = pdf[0];
+    for (int v = 1; v < 256; ++v) cdf[v] = cdf[v - 1] + pdf[v];
+    return kOk;
+}
+
+int histeq3(Volume* in, Volume* out, float** cdf) {
+    V3D_CHECK(CheckVolume(in, kUC, kAnyColor));
+    V3D_CHECK(CheckVolume(out, kUC, kAnyColor));
+    if (smaller_than(out, in)) return kBadOutputDims;
+    // Colour types are not compared, but an RGB input cannot be written into a grey output.
+    if (channels(out) < channels(in)) return kBadOutputColor;
+    const int n = channels(in);
+    if (!vectors_present(cdf, n)) return kNullVector;
+    auto lut = make_buffer<float>(256);
+    if (!lut) return kNoBuffer;
+    const Voi r = voi_of(in);
+    const int blocks = block_count(r.z1, r.z2, in != out);
+    for (int c = 0; c < n; ++c) {
+        unsigned char level[256];
+        for (int v = 0; v < 256; ++v) {
+            lut[v] = cdf[c][v] * 255.0f;
+            level[v] = rounded_level(lut[v]);
+        }
+        unsigned char*** src = voxels<unsigned char>(in, c);
+        unsigned char*** dst = voxels<unsigned char>(out, c);
+        parallel_blocks(r.z1, r.z2, blocks, [&](int, int z_begin, int z_end) {
+            for (int z = z_begin; z < z_end; ++z)
+                for (int y = r.y1; y < r.y2; ++y)
+                    map_row(dst[z][y] + r.x1, src[z][y] + r.x1, r.nx(), level);
+        });
+    }
+    return kOk;
+}
+
+int HistogramEqual3d(Volume* in, Volume* out) {
+    const int n = in && in->colortype == kGrey ? 1 : 3;  // read before any check
+    std::unique_ptr<float[]> pdf_store[3], cdf_store[3];
+    float* pdf[3] = {};
+    float* cdf[3] = {};
+    for (int c = 0; c < n; ++c) {
+        pdf_store[c] = make_buffer<float>(256);
+        if (!pdf_store[c]) return kNoBuffer;
+        cdf_store[c] = make_buffer<float>(256);
+        if (!cdf_store[c]) return kNoBuffer;
+        pdf[c] = pdf_store[c].get();
+        cdf[c] = cdf_store[c].get();
+    }
+    V3D_CHECK(hist3(in, pdf));
+    for (int c = 0; c < n; ++c) cdfhist3(pdf[c], cdf[c]);
+    return histeq3(in, out, cdf);
+}
+
+}  // extern "C"

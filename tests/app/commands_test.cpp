@@ -1,0 +1,584 @@
+// The command pattern of the menu commands, run through the scripted user interface.
+#include <QAction>
+#include <QApplication>
+#include <QFile>
+#include <QMenuBar>
+#include <QMouseEvent>
+#include <QMdiArea>
+#include <QTemporaryDir>
+#include <fstream>
+#include <set>
+
+#include "app/commands.h"
+#include "app/startup.h"
+#include "fixture.h"
+#include "res/menu.h"
+#include "res/strings.h"
+
+namespace t3d {
+namespace {
+
+using Commands = AppTest;
+
+void fill_binary_cube(Volume* v, int lo, int hi) {
+    for (int z = lo; z < hi; ++z)
+        for (int y = lo; y < hi; ++y)
+            for (int x = lo; x < hi; ++x) v->data[0].uc[z][y][x] = 255;
+}
+
+TEST_F(Commands, MenuHoldsEveryCommandRowOnceWithItsIdAndText) {
+    EXPECT_EQ(window->windowTitle(), "VEXILO3D for Windows");
+    std::set<int> in_menu;
+    for (int i = 0; i < res::kMenu3dSize; ++i)
+        if (res::kMenu3d[i].kind == res::MenuEntry::Item) {
+            EXPECT_TRUE(in_menu.insert(res::kMenu3d[i].id).second) << res::kMenu3d[i].id;
+        }
+    for (const auto& row : app::command_table()) {
+        EXPECT_TRUE(in_menu.count(row.id)) << row.id;
+        QAction* a = window->action(row.id);
+        ASSERT_NE(a, nullptr) << row.id;
+        EXPECT_EQ(a->data().toInt(), row.id);
+        EXPECT_EQ(a->text(), row.text);
+    }
+    EXPECT_EQ(in_menu.size(), app::command_table().size());
+    // a few texts with their mnemonics, and the fourth top-level item for modules
+    EXPECT_EQ(window->action(1141)->text(), "&F to UC conversion (with scaling)");
+    EXPECT_EQ(window->action(1140)->text(), "F to UC conversion (with &truncation)");
+    EXPECT_EQ(window->action(212)->text(), "D&isplay Coordinates");
+    EXPECT_EQ(window->menuBar()->actions().at(3)->text(), "&Modules");
+    EXPECT_FALSE(window->action(40008)->isEnabled());
+}
+
+TEST_F(Commands, CancelAtEachStepEndsSilentlyAndCreatesNothing) {
+    Volume* in = make(2, 3, 4);
+    Volume* se = make(2, 3, 4);
+    ui.cancel();                            // input
+    run(1120);
+    ui.pick(slot(in)).cancel();             // second input
+    run(1120);
+    ui.pick(slot(in)).cancel();             // values
+    run(1110);
+    ui.pick(slot(in)).values({"0", "0", "0"}).cancel();  // output
+    run(1110);
+    for (const auto& line : ui.log) EXPECT_EQ(line.rfind("error", 0), std::string::npos) << line;
+    EXPECT_EQ(GetNewVolumeIndex(), 2);
+    EXPECT_EQ(windows(nullptr), 0);
+    (void)se;
+}
+
+TEST_F(Commands, UnparsableValueIsInvalidParametersBeforeTheOutputIsAsked) {
+    Volume* in = make(2, 3, 4);
+    ui.pick(slot(in)).values({"1", "x2", "0"});
+    run(1110);
+    EXPECT_EQ(ui.log.back(), "error: -90");
+    for (const auto& line : ui.log) EXPECT_EQ(line.find("select output"), std::string::npos);
+    // "%d" reads a leading number and ignores what follows
+    ui.log.clear();
+    ui.pick(slot(in)).values({"0 ", "0abc", "+0"}).pick_new();
+    run(1110);
+    EXPECT_FALSE(ui.logged("error: -90"));
+    EXPECT_EQ(windows(GetVolumeByIndex(1)), 1);
+}
+
+TEST_F(Commands, SameVolumeIsRefusedWhereNotInPlace) {
+    Volume* in = make(2, 3, 4);
+    in->data[0].uc[1][2][3] = 7;
+    ui.pick(slot(in)).pick(slot(in));
+    run(1142);  // UC to F
+    EXPECT_EQ(ui.log.back(), "error: -525");
+    EXPECT_EQ(in->type, 1);
+    EXPECT_EQ(in->data[0].uc[1][2][3], 7);
+    // symmetric may work in place: no refusal
+    ui.log.clear();
+    ui.pick(slot(in)).pick(slot(in));
+    run(1130);
+    EXPECT_FALSE(ui.logged("error: -525"));
+    EXPECT_EQ(in->data[0].uc[0][0][0], 7);
+}
+
+TEST_F(Commands, ReallocationQuestionAnsweredNoLeavesTheOutput) {
+    Volume* in = make(2, 3, 4);
+    Volume* out = make(5, 5, 5);
+    out->data[0].uc[4][4][4] = 9;
+    ASSERT_TRUE(window->open_display(2, out, 0, 0, 4, 0));
+    ui.pick(slot(in)).pick(slot(out)).no();
+    run(1142);
+    EXPECT_EQ(ui.log.back(),
+              "question: Output Volume is not appropriate\nand will be reallocated. Continue?");
+    EXPECT_EQ(out->type, 1);
+    EXPECT_EQ(out->Z, 5);
+    EXPECT_EQ(out->data[0].uc[4][4][4], 9);
+    EXPECT_EQ(windows(out), 1);
+}
+
+TEST_F(Commands, ReallocationAnsweredYesClosesTheWindowsFirstAndReallocates) {
+    Volume* in = make(2, 3, 4);
+    in->data[0].uc[1][2][3] = 200;
+    Volume* out = make(5, 5, 5);
+    ASSERT_TRUE(window->open_display(2, out, 0, 0, 4, 0));
+    view::FrameDisplay* old_window = window->displays(out).at(0);
+    QPointer<view::FrameDisplay> watch(old_window);
+    ui.pick(slot(in)).pick(slot(out)).yes();
+    run(1142);
+    EXPECT_TRUE(watch.isNull());                 // the old window went with the old storage
+    EXPECT_EQ(out->type, 2);
+    EXPECT_EQ(out->Z, 2);
+    EXPECT_EQ(out->Y, 3);
+    EXPECT_EQ(out->X, 4);
+    EXPECT_FLOAT_EQ(out->data[0].f[1][2][3], 200.f);
+    ASSERT_EQ(windows(out), 1);                  // and a new one shows the result
+    EXPECT_EQ(window->displays(out).at(0)->windowTitle(), "vol 1 [fr 0-1,0]");
+    EXPECT_GT(ui.wait_calls, 0);
+    EXPECT_FALSE(ui.waiting);
+}
+
+TEST_F(Commands, OperatorFailureDestroysTheOutputItCreatedButKeepsAnExistingOne) {
+    Volume* a = make(3, 3, 3);
+    Volume* b = make(3, 3, 3);
+    a->data[0].uc[1][1][1] = 1;                  // not binary: -535
+    ui.pick(slot(a)).pick(slot(b)).pick_new();
+    run(1121);  // OR
+    EXPECT_EQ(ui.log.back(), "error: -535");
+    EXPECT_EQ(GetVolumeByIndex(2)->type, 0);     // the new output is gone again
+    EXPECT_EQ(GetVolumeByIndex(2)->name[0], '\0');
+    EXPECT_EQ(windows(nullptr), 0);
+
+    Volume* existing = make(4, 4, 4);            // slot 2, reallocated then failing
+    ui.pick(slot(a)).pick(slot(b)).pick(slot(existing)).yes();
+    run(1121);
+    EXPECT_EQ(ui.log.back(), "error: -535");
+    EXPECT_EQ(existing->type, 1);
+    EXPECT_EQ(existing->Z, 3);
+}
+
+TEST_F(Commands, LogicCombinesIntoANewOutputAndDisplaysIt) {
+    Volume* a = make(4, 4, 4);
+    Volume* b = make(4, 4, 4);
+    fill_binary_cube(a, 0, 2);
+    fill_binary_cube(b, 1, 3);
+    ui.pick(slot(a)).pick(slot(b)).pick_new();
+    run(1120);  // AND
+    Volume* out = GetVolumeByIndex(2);
+    ASSERT_EQ(out->type, 1);
+    EXPECT_EQ(out->data[0].uc[1][1][1], 255);
+    EXPECT_EQ(out->data[0].uc[0][0][0], 0);
+    EXPECT_EQ(windows(out), 1);
+    // the second input's list leaves nothing out and asks for one-channel UC
+    EXPECT_EQ(ui.requests.at(1).caption, "Select Volume");
+    EXPECT_EQ(ui.requests.at(1).typemask, 1);
+    EXPECT_EQ(ui.requests.at(2).caption, "Select Output Volume");
+    EXPECT_EQ(ui.requests.at(2).typemask, 7);
+    EXPECT_EQ(ui.requests.at(2).X, 4);
+    // a volume already shown is repainted, not shown twice
+    ui.pick(slot(a)).pick(slot(b)).pick(slot(out));
+    run(1122);
+    EXPECT_EQ(windows(out), 1);
+}
+
+TEST_F(Commands, MetricsReportWithTheirOwnCaptionAndTheInformationIcon) {
+    Volume* v = make(7, 7, 7);
+    fill_binary_cube(v, 1, 6);
+    ui.pick(slot(v));
+    run(1220);
+    EXPECT_EQ(ui.log.back(), "message [VEXILO 3.4  for Windows] (information) "
+                             "Surface (nonzero surface points) = 98");
+    ui.pick(slot(v));
+    run(1221);
+    EXPECT_EQ(ui.log.back(), "message [VEXILO 3.4  for Windows] (information) "
+                             "Volume (nonzero points) = 125");
+    fill_in_VOI(v, 0, 7, 0, 7, 2, 7);
+    ui.pick(slot(v));
+    run(1222);
+    EXPECT_EQ(ui.log.back(), "message [VEXILO 3.4  for Windows] (information) "
+                             "Bounding Box (x1,y1,z1) - (x2,y2,z2) : (2,1,1) - (5,5,5)");
+    Volume* empty = make(2, 2, 2);
+    ui.pick(slot(empty));
+    run(1222);
+    EXPECT_EQ(ui.log.back(), "message [VEXILO 3.4  for Windows] (information) "
+                             "Selected Volume (VOI) contains only background points");
+    EXPECT_EQ(ui.requests.back().colormask, 3);
+}
+
+TEST_F(Commands, MissingOperatorSaysSoWithoutAnyDialog) {
+    make(2, 2, 2);
+    run(1172);
+    ASSERT_EQ(ui.log.size(), 1u);
+    EXPECT_EQ(ui.log[0], "message [VEXILO3D for Windows] (information) Standard Median is not "
+                         "available yet: its operator is not part of this build.");
+    EXPECT_TRUE(ui.answers.empty());
+}
+
+TEST_F(Commands, ClearAsksOneValuePerChannelCaptionedByType) {
+    Volume* f = make(2, 2, 2, 2, 2);
+    ui.pick(slot(f)).values({"1.5", "-2", "3e1"});
+    run(1100);
+    EXPECT_EQ(ui.log[1], "values: Clear float Volume | Channel1 Value: | Channel2 Value: | "
+                         "Channel3 Value:");
+    EXPECT_FLOAT_EQ(f->data[0].f[1][1][1], 1.5f);
+    EXPECT_FLOAT_EQ(f->data[1].f[1][1][1], -2.f);
+    EXPECT_FLOAT_EQ(f->data[2].f[1][1][1], 30.f);
+    EXPECT_EQ(windows(f), 1);
+    Volume* uc = make(2, 2, 2);
+    ui.log.clear();
+    ui.pick(slot(uc)).values({"256"});
+    run(1100);
+    EXPECT_EQ(ui.log[1], "values: Clear UC Volume | Channel1 Value:");
+    EXPECT_EQ(ui.log.back(), "error: -90");   // the library refuses 256 for UC
+}
+
+TEST_F(Commands, CopyPreparesItsOutputAtLeastAsLargeAndUsesTheOffsets) {
+    Volume* in = make(2, 2, 2);
+    in->data[0].uc[1][1][1] = 42;
+    Volume* big = make(4, 4, 4);
+    ui.pick(slot(in)).values({"1", "2", "0"}).pick(slot(big));
+    run(1110);
+    EXPECT_EQ(ui.log[0], "select input: Select Input Volume to Copy");
+    EXPECT_EQ(ui.log[1], "values: Give Offsets for Copy | Give X Offset: | Give Y Offset: | "
+                         "Give Z Offset:");
+    EXPECT_EQ(ui.log[2], "select output: Select Output Volume for Copy");
+    EXPECT_EQ(big->Z, 4);                          // larger is accepted without a question
+    EXPECT_EQ(big->data[0].uc[1][3][2], 42);       // z0 0, y0 2, x0 1
+}
+
+TEST_F(Commands, ConversionsCallTheNormalisingAndTheTruncatingVariant) {
+    Volume* f = make(1, 1, 2, 2);
+    f->data[0].f[0][0][0] = 10.f;
+    f->data[0].f[0][0][1] = 265.6f;
+    ui.pick(slot(f)).pick_new();
+    run(1141);  // scaling
+    Volume* scaled = GetVolumeByIndex(1);
+    EXPECT_EQ(scaled->data[0].uc[0][0][1], 255);
+    EXPECT_EQ(scaled->data[0].uc[0][0][0], 0);
+    ui.pick(slot(f)).pick_new();
+    run(1140);  // truncation: 266 wraps to 10
+    Volume* truncated = GetVolumeByIndex(2);
+    EXPECT_EQ(truncated->data[0].uc[0][0][1], 10);
+    EXPECT_EQ(truncated->data[0].uc[0][0][0], 10);
+}
+
+TEST_F(Commands, DisplayChecksTheLevelsAndTitlesTheRange) {
+    Volume* v = make(5, 8, 8);
+    Answer levels;
+    levels.levels = {5, 0, 0.0};
+    ui.pick(slot(v)).push(levels);
+    run(1300);
+    EXPECT_EQ(ui.log.back(), "error: 611");
+    EXPECT_EQ(ui.log[0], "select other: Select Volume to Display");
+    levels.levels = {3, 1, 0.5};
+    ui.pick(slot(v)).push(levels);
+    run(1300);
+    ASSERT_EQ(windows(v), 1);
+    view::FrameDisplay* d = window->displays(v).at(0);
+    EXPECT_EQ(d->windowTitle(), "vol 0 [fr 1-3,1]");
+    EXPECT_EQ(d->mode(), 2);
+    EXPECT_DOUBLE_EQ(d->delay(), 0.5);
+    // the colour display lists three-channel volumes only
+    ui.cancel();
+    run(1307);
+    EXPECT_EQ(ui.requests.back().colormask, 2);
+}
+
+TEST_F(Commands, CreateDestroyAndDumpGoThroughTheirDialogs) {
+    Answer create;
+    create.create = {3, 4, 5, 6, 2, 1};
+    ui.push(create);
+    run(1040);
+    Volume* v = GetVolumeByIndex(3);
+    EXPECT_EQ(v->type, 2);
+    EXPECT_EQ(v->X, 4);
+    EXPECT_EQ(v->Z, 6);
+    run(1041);
+    EXPECT_EQ(ui.log.back(), "destroy: Select Volume to Free");
+
+    QTemporaryDir dir;
+    const std::string file = dir.filePath("dump.txt").toStdString();
+    Volume* uc = make(1, 1, 2);
+    uc->data[0].uc[0][0][0] = 5;
+    uc->data[0].uc[0][0][1] = 200;
+    ui.pick(slot(uc)).push({.texts = {file}});
+    run(1030);
+    EXPECT_EQ(ui.log.back(), "save file: Dump Volume | All Files (*)");
+    std::ifstream in(file);
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_EQ(text, "  5 200 \n\n\n");
+}
+
+TEST_F(Commands, OpenReadsARawFileIntoANewVolumeAndShowsIt) {
+    QTemporaryDir dir;
+    const QString path = dir.filePath("cube.raw");
+    {
+        QFile f(path);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        QByteArray bytes(2 * 3 * 4, 0);
+        bytes[23] = 99;
+        f.write(bytes);
+    }
+    Answer format;
+    format.format.format = 0;
+    format.format.file = path.toStdString();
+    format.format.first = 0, format.format.last = 1;
+    format.format.width = 4, format.format.height = 3;
+    ui.push(format).pick_new();
+    run(40003);
+    Volume* v = GetVolumeByIndex(0);
+    ASSERT_EQ(v->type, 1);
+    EXPECT_EQ(v->Z, 2);
+    EXPECT_EQ(v->data[0].uc[1][2][3], 99);
+    EXPECT_STREQ(v->name, "cube.raw");
+    EXPECT_EQ(windows(v), 1);
+    EXPECT_EQ(ui.requests.back().kind, app::SelectKind::OpenTarget);
+    EXPECT_EQ(ui.requests.back().Z, 2);
+    // a reader that is not built says so
+    format.format.format = 2;
+    ui.push(format);
+    run(40003);
+    EXPECT_EQ(ui.log.back(), "message [VEXILO3D for Windows] (information) TIFF sequence is not "
+                             "available yet: its operator is not part of this build.");
+    // a short file fails, and the volume created for it goes again
+    format.format.format = 0;
+    format.format.last = 4;
+    ui.push(format).pick_new();
+    run(40003);
+    EXPECT_EQ(ui.log.back(), "error: -601");
+    EXPECT_EQ(GetVolumeByIndex(1)->type, 0);
+}
+
+TEST_F(Commands, ExportedSelectionServicesFollowTheDialogs) {
+    Volume* v = make(2, 2, 2);
+    Volume* out = nullptr;
+    ui.cancel();
+    EXPECT_EQ(GetInputVolume(1, 1, "Pick", &out), 0);
+    EXPECT_EQ(ui.log.back(), "select input: Pick");
+    ui.pick(slot(v));
+    EXPECT_EQ(GetInputVolume(1, 1, "Pick", &out), 1);
+    EXPECT_EQ(out, v);
+    ui.pick_new();
+    EXPECT_EQ(GetOutputVolume(7, 3, "Out", 3, 4, 5, &out), 1);
+    EXPECT_EQ(out, GetVolumeByIndex(1));
+    EXPECT_EQ(ui.requests.back().X, 3);
+    ui.no();
+    EXPECT_EQ(VerifyVolumeReallocation(nullptr), 0);
+    ui.yes();
+    EXPECT_EQ(VerifyVolumeReallocation(nullptr), 1);
+    EXPECT_EQ(error_handler(-530), 1);
+    EXPECT_EQ(ui.log.back(), "error: -530");
+}
+
+TEST_F(Commands, OutputFitsExactlyOrAtLeastWithEqualTypes) {
+    Volume* v = make(4, 4, 4);
+    EXPECT_EQ(app::VerifyOutputVolume(v, 4, 4, 4, 1, 1, true), app::kFits);
+    EXPECT_EQ(app::VerifyOutputVolume(v, 3, 3, 3, 1, 1, false), app::kFits);
+    ui.no();
+    EXPECT_EQ(app::VerifyOutputVolume(v, 3, 3, 3, 1, 1, true), app::kDeclined);
+    ui.no();
+    EXPECT_EQ(app::VerifyOutputVolume(v, 4, 4, 4, 1, 2, false), app::kDeclined);
+    ui.yes();
+    EXPECT_EQ(app::VerifyOutputVolume(v, 5, 4, 4, 4, 1, false), app::kReallocated);
+    EXPECT_EQ(v->type, 4);
+    EXPECT_EQ(v->X, 5);
+    EXPECT_EQ(ui.answers.size(), 0u);
+}
+
+TEST_F(Commands, FrameRightClickResetsEveryVoiAndExitRemovesTheTemporaryFile) {
+    Volume* a = make(4, 5, 6);
+    Volume* b = make(2, 2, 2);
+    fill_in_VOI(a, 1, 2, 1, 2, 1, 2);
+    fill_in_VOI(b, 0, 1, 0, 1, 0, 1);
+    QWidget* client = window->mdi()->viewport();
+    QMouseEvent press(QEvent::MouseButtonPress, QPointF(5, 5), client->mapToGlobal(QPointF(5, 5)),
+                      Qt::RightButton, Qt::RightButton, Qt::NoModifier);
+    QApplication::sendEvent(client, &press);
+    EXPECT_EQ(a->z2, 4);
+    EXPECT_EQ(a->y2, 5);
+    EXPECT_EQ(a->x1, 0);
+    EXPECT_EQ(b->x2, 2);
+
+    const QString tmp = app::temporary_file();
+    auto touch = [&] {
+        QFile f(tmp);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    };
+    touch();
+    window->close();                  // closing leaves the file and frees every volume
+    EXPECT_TRUE(QFile::exists(tmp));
+    EXPECT_EQ(GetVolumeByIndex(0), nullptr);
+    window = std::make_unique<app::MainWindow>();
+    ASSERT_TRUE(app::initialise_application());
+    run(1060);                        // Exit removes it
+    EXPECT_FALSE(QFile::exists(tmp));
+}
+
+int g_window[3];
+int fake_window_filter(Volume* in, Volume* out, int wz, int wy, int wx) {
+    g_window[0] = wz, g_window[1] = wy, g_window[2] = wx;
+    return CopyVolume(in, out, 0, 0, 0);
+}
+
+int fake_labelling(app::CommandContext& c) {
+    c.message = app::format_text(res::kNumberOfRegions, 3);
+    return CopyVolume(c.in, c.out, 0, 0, 0);
+}
+
+TEST_F(Commands, AnOperatorJoinsWithOneLineAndGetsItsWindowAsZYX) {
+    Volume* in = make(2, 2, 2);
+    const app::CommandSpec row = {
+        .id = 1, .text = "&Filter", .typemask = 1, .colormask = 3,
+        .values = {res::kWindowDims, {res::kXDim, res::kYDim, res::kZDim}},
+        .out_type = app::kSameType, .op = app::window_op<fake_window_filter>};
+    ui.pick(slot(in)).values({"3", "5", "7"}).pick_new();
+    app::run_pattern(row);
+    EXPECT_EQ(ui.log[1], "values: Give Window Dimensions | X Dimension: | Y Dimension: | "
+                         "Z Dimension:");
+    EXPECT_EQ(g_window[0], 7);
+    EXPECT_EQ(g_window[1], 5);
+    EXPECT_EQ(g_window[2], 3);
+    EXPECT_EQ(windows(GetVolumeByIndex(1)), 1);
+}
+
+TEST_F(Commands, ConfirmationComesFirstAndTheMessageFollowsBothDisplays) {
+    Volume* in = make(2, 2, 2);
+    ASSERT_TRUE(window->open_display(2, in, 0, 0, 1, 0));
+    const app::CommandSpec row = {
+        .id = 2, .text = "&Label", .typemask = 1, .colormask = 1, .out_type = app::kSameType,
+        .confirm_input = true, .op = fake_labelling, .after = app::After::DisplayBoth,
+        .message_caption = res::kCaption};
+    ui.no();
+    app::run_pattern(row);
+    ASSERT_EQ(ui.log.size(), 1u);
+    EXPECT_EQ(ui.log[0], "question: Input volume will be modified. Continue?");
+    ui.yes().pick(slot(in)).pick_new();
+    app::run_pattern(row);
+    EXPECT_EQ(ui.log.back(), "message [VEXILO3D for Windows] (none) Number of regions = 3");
+    EXPECT_EQ(windows(GetVolumeByIndex(1)), 1);
+    EXPECT_EQ(windows(in), 1);
+}
+
+int g_seeds, g_tolerance, g_maxseeds;
+int fake_grow(Volume*, Volume* out, int maxseeds, int tolerance) {
+    g_seeds = 0;
+    for (int z = 0; z < out->Z; ++z)
+        for (int y = 0; y < out->Y; ++y)
+            for (int x = 0; x < out->X; ++x) g_seeds += out->data[0].uc[z][y][x] == 255;
+    g_maxseeds = maxseeds, g_tolerance = tolerance;
+    return 0;
+}
+int fake_split(Volume*, Volume*, int* count, int) {
+    *count = 7;
+    return 0;
+}
+int fake_merge(Volume*, Volume*, int tolerance, int) { return tolerance < 0 ? -92 : 4; }
+
+TEST_F(Commands, SegmentationAdaptersPlantSeedsAndReportCounts) {
+    Volume* in = make(3, 4, 5);
+    Volume* out = make(3, 4, 5);
+    const float nines[1] = {9.f};
+    ClearVolume(out, nines);
+    fill_in_VOI(out, 1, 2, 1, 2, 1, 2);
+    const app::CommandSpec grow = {
+        .id = 1, .text = "&Grow", .typemask = 1, .colormask = 1,
+        .values = {res::kThresholdValue, {res::kThreshold}}, .out_type = app::kSameType,
+        .op = app::seeded_op<fake_grow>};
+    Answer seeds;
+    seeds.seeds = {{0, 0, 0}, {2, 3, 4}};
+    ui.pick(slot(in)).values({"12"}).pick(slot(out)).push(seeds);
+    app::run_pattern(grow);
+    EXPECT_TRUE(ui.logged("pixel input"));
+    EXPECT_EQ(g_seeds, 2);
+    EXPECT_EQ(g_maxseeds, 255);
+    EXPECT_EQ(g_tolerance, 12);
+    EXPECT_EQ(out->data[0].uc[0][3][0], 0);          // cleared outside the VOI too
+    EXPECT_EQ(out->z1, 1);                           // and its VOI kept
+    EXPECT_EQ(windows(in), 1);                       // shown for the clicks
+
+    const app::CommandSpec split = {
+        .id = 2, .text = "&Split", .typemask = 1, .colormask = 1,
+        .values = {res::kThresholdValue, {res::kThreshold}}, .out_type = app::kSameType,
+        .op = app::counted_op<fake_split, res::kNoOfRegions>,
+        .after = app::After::MessageAndDisplay, .message_caption = res::kCaption};
+    ui.pick(slot(in)).values({"1"}).pick(slot(out));
+    app::run_pattern(split);
+    EXPECT_EQ(ui.log.back(), "message [VEXILO3D for Windows] (none) No of regions = 7");
+
+    const app::CommandSpec merge = {
+        .id = 3, .text = "&Merge", .typemask = 1, .colormask = 1,
+        .values = {res::kThresholdMaxRegions, {res::kThreshold, res::kMaxRegions}},
+        .out_type = app::kSameType,
+        .op = app::returns_count_op<fake_merge, res::kNumberOfRegions>,
+        .after = app::After::Message, .message_caption = res::kCaption};
+    ui.pick(slot(in)).values({"1", "9"}).pick(slot(out));
+    app::run_pattern(merge);
+    EXPECT_EQ(ui.log.back(), "message [VEXILO3D for Windows] (none) Number of regions = 4");
+    ui.pick(slot(in)).values({"-1", "9"}).pick(slot(out));
+    app::run_pattern(merge);
+    EXPECT_EQ(ui.log.back(), "error: -92");
+}
+
+int fake_zoom(Volume* in, Volume* out, int f, int dz, int dy, int dx) {
+    if (dz || dy || dx) return -90;
+    return out->X == in->X * f && out->Z == in->Z * f ? 0 : -520;
+}
+
+TEST_F(Commands, AResizingRowProposesAndPreparesTheOutputItProduces) {
+    Volume* in = make(2, 3, 4);
+    const app::CommandSpec zoom = *app::find_command(1150);
+    app::CommandSpec wired = zoom;
+    wired.op = app::factor_op<fake_zoom>;
+    ui.pick(slot(in)).values({"3"}).pick_new();
+    app::run_pattern(wired);
+    EXPECT_EQ(ui.requests.back().X, 12);
+    EXPECT_EQ(ui.requests.back().Z, 6);
+    Volume* out = GetVolumeByIndex(1);
+    EXPECT_EQ(out->Y, 9);
+    EXPECT_EQ(windows(out), 1);
+    EXPECT_FALSE(ui.logged("error: -520"));
+}
+
+TEST_F(Commands, WriteVoxelSetsTheFlagForTheNextClick) {
+    EXPECT_FALSE(app::state().write_voxel);
+    run(1050);
+    EXPECT_TRUE(app::state().write_voxel);
+}
+
+TEST(CommandLine, ParsesTheSizeTypeAndChannelsOfRawFiles) {
+    app::CommandLine line;
+    std::string error;
+    ASSERT_TRUE(app::parse_command_line({"--size", "64x128x96", "--type", "f", "--channels", "3",
+                                         "a.raw", "b.raw"}, line, error));
+    EXPECT_EQ(line.Z, 64);
+    EXPECT_EQ(line.Y, 128);
+    EXPECT_EQ(line.X, 96);
+    EXPECT_EQ(line.type, 2);
+    EXPECT_EQ(line.colortype, 2);
+    EXPECT_EQ(line.files.size(), 2u);
+    app::CommandLine bad;
+    EXPECT_FALSE(app::parse_command_line({"a.raw"}, bad, error));
+    EXPECT_FALSE(app::parse_command_line({"--size", "4x4"}, bad, error));
+    EXPECT_FALSE(app::parse_command_line({"--channels", "2"}, bad, error));
+    EXPECT_FALSE(app::parse_command_line({"--type", "double"}, bad, error));
+    app::CommandLine none;
+    EXPECT_TRUE(app::parse_command_line({}, none, error));
+}
+
+TEST_F(Commands, CommandLineFilesOpenIntoNewVolumesAndShow) {
+    QTemporaryDir dir;
+    const QString path = dir.filePath("v.raw");
+    {
+        QFile f(path);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(QByteArray(2 * 2 * 2, 3));
+    }
+    app::CommandLine line;
+    std::string error;
+    ASSERT_TRUE(app::parse_command_line({"--size", "2x2x2", path.toStdString(), "missing.raw"},
+                                        line, error));
+    EXPECT_EQ(app::open_files(line), 1);
+    EXPECT_EQ(ui.log.back(), "error: -600");
+    Volume* v = GetVolumeByIndex(0);
+    EXPECT_EQ(v->data[0].uc[1][1][1], 3);
+    EXPECT_STREQ(v->name, "v.raw");
+    EXPECT_EQ(windows(v), 1);
+    EXPECT_EQ(GetVolumeByIndex(1)->type, 0);
+}
+
+}  // namespace
+}  // namespace t3d

@@ -1,0 +1,324 @@
+// Basic operations: check orders, exact values, writes confined to the VOI or the target box.
+#include <cmath>
+#include <vector>
+
+#include "core/parallel.h"
+#include "support.h"
+
+using t3d::Vol;
+
+namespace {
+
+// Fills a binary one-channel volume from a seed.
+void fill_binary(Volume* v, uint32_t seed) {
+    t3d::fill_random(v, seed, 2);
+    for (int z = 0; z < v->Z; ++z)
+        for (int y = 0; y < v->Y; ++y)
+            for (int x = 0; x < v->X; ++x) v->data[0].uc[z][y][x] *= 255;
+}
+
+}  // namespace
+
+TEST(ClearVolume, WritesOnlyTheVoiAndChecksEveryValueFirst) {
+    Vol v(4, 4, 4, 1, 2);
+    v.voi(1, 3, 0, 2, 2, 4);
+    const float good[3] = {255.0f, 7.9f, 0.0f};
+    ASSERT_EQ(ClearVolume(v.get(), good), 0);
+    for (int z = 0; z < 4; ++z)
+        for (int y = 0; y < 4; ++y)
+            for (int x = 0; x < 4; ++x) {
+                const bool in = z >= 1 && z < 3 && y < 2 && x >= 2;
+                EXPECT_EQ(v.uc(z, y, x, 0), in ? 255 : 0);
+                EXPECT_EQ(v.uc(z, y, x, 1), in ? 7 : 0);
+            }
+    const auto before = t3d::snapshot(v.get());
+    const float bad[3] = {1.0f, 2.0f, 255.5f};  // the last channel fails: nothing is written
+    EXPECT_EQ(ClearVolume(v.get(), bad), -90);
+    const float negative[3] = {-1.0f, 0.0f, 0.0f};
+    EXPECT_EQ(ClearVolume(v.get(), negative), -90);
+    EXPECT_EQ(t3d::snapshot(v.get()), before);
+
+    Vol i(2, 2, 2, 4);
+    const float big = 3e9f;
+    EXPECT_EQ(ClearVolume(i.get(), &big), -90);
+    const float minus = -12.7f;
+    ASSERT_EQ(ClearVolume(i.get(), &minus), 0);
+    EXPECT_EQ(i.i(1, 1, 1), -12);
+}
+
+TEST(CopyVolume, ChecksTypeColourOffsetAndSizeInOrder) {
+    Vol in(4, 4, 4, 1), out(4, 4, 4, 1), f(4, 4, 4, 2), rgb(4, 4, 4, 1, 2);
+    t3d::fill_random(in.get(), 1);
+    EXPECT_EQ(CopyVolume(in.get(), f.get(), 0, 0, 0), -522);
+    EXPECT_EQ(CopyVolume(in.get(), rgb.get(), -1, 0, 0), -523);
+    EXPECT_EQ(CopyVolume(in.get(), out.get(), -1, 0, 9), -90);
+    EXPECT_EQ(CopyVolume(in.get(), out.get(), 0, 0, 1), -520);
+    for (double d : t3d::snapshot(out.get())) ASSERT_EQ(d, 0.0);
+}
+
+TEST(CopyVolume, PlacesTheVoiAtTheOffsetForEveryType) {
+    for (int type : {1, 2, 4}) {
+        Vol in(5, 6, 7, type, 2), out(6, 6, 6, type, 2);
+        t3d::fill_random(in.get(), 3);
+        t3d::fill_random(out.get(), 4);
+        const auto before = t3d::snapshot(out.get());
+        in.voi(1, 4, 2, 5, 3, 7);
+        out.voi(0, 1, 0, 1, 0, 1);  // the output's VOI plays no part
+        ASSERT_EQ(CopyVolume(in.get(), out.get(), 2, 1, 0), 0);
+        const auto in_all = t3d::snapshot(in.get()), out_all = t3d::snapshot(out.get());
+        for (int c = 0; c < 3; ++c)
+            for (int z = 0; z < 6; ++z)
+                for (int y = 0; y < 6; ++y)
+                    for (int x = 0; x < 6; ++x) {
+                        const size_t o = ((c * 6 + z) * 6 + y) * 6 + x;
+                        const int sz = z - 2 + 1, sy = y - 1 + 2, sx = x + 3;
+                        const bool target = z >= 2 && z < 5 && y >= 1 && y < 4 && x < 4;
+                        const double want =
+                            target ? in_all[((c * 5 + sz) * 6 + sy) * 7 + sx] : before[o];
+                        ASSERT_EQ(out_all[o], want) << type << " " << c << z << y << x;
+                    }
+    }
+}
+
+TEST(CopyVolume, WithinOneVolumeCopiesVoxelByVoxelInScanOrder) {
+    Vol v(1, 1, 4, 1);
+    for (int x = 0; x < 4; ++x) v.uc(0, 0, x) = static_cast<unsigned char>(10 + x);
+    v.voi(0, 1, 0, 1, 0, 3);
+    ASSERT_EQ(CopyVolume(v.get(), v.get(), 0, 0, 1), 0);
+    // each copied voxel is read after the one before it was written
+    EXPECT_EQ(v.uc(0, 0, 0), 10);
+    EXPECT_EQ(v.uc(0, 0, 1), 10);
+    EXPECT_EQ(v.uc(0, 0, 2), 10);
+    EXPECT_EQ(v.uc(0, 0, 3), 10);
+}
+
+TEST(FVolume2UCVolume, RoundsAndWrapsToEightBits) {
+    Vol in(1, 1, 6, 2), out(1, 1, 6, 1);
+    const float values[6] = {254.6f, 255.5f, -0.4f, -0.6f, 256.0f, -1.0f};
+    const int want[6] = {255, 0, 0, 255, 0, 255};
+    for (int x = 0; x < 6; ++x) in.f(0, 0, x) = values[x];
+    ASSERT_EQ(FVolume2UCVolume(in.get(), out.get(), 0, 0, 0), 0);
+    for (int x = 0; x < 6; ++x) EXPECT_EQ(out.uc(0, 0, x), want[x]) << values[x];
+}
+
+TEST(FVolume2UCVolume, UsesInvalidParametersForOffsetAndSize) {
+    Vol in(2, 2, 2, 2), out(2, 2, 2, 1), rgb(2, 2, 2, 1, 2), i(2, 2, 2, 4);
+    EXPECT_EQ(FVolume2UCVolume(out.get(), out.get(), 0, 0, 0), -502);
+    EXPECT_EQ(FVolume2UCVolume(in.get(), i.get(), 0, 0, 0), -502);
+    EXPECT_EQ(FVolume2UCVolume(in.get(), rgb.get(), 0, 0, 0), -523);
+    EXPECT_EQ(FVolume2UCVolume(in.get(), out.get(), 0, 1, 0), -90);
+    EXPECT_EQ(FVolume2UCVolume_norm(in.get(), out.get(), -1, 0, 0), -90);
+}
+
+TEST(FVolume2UCVolume_norm, ScalesEachChannelToItsRange) {
+    Vol in(1, 2, 3, 2, 2), out(1, 2, 3, 1, 2);
+    const float constants[3] = {7.0f, 300.0f, -3.0f};
+    for (int c = 0; c < 3; ++c) {
+        const float v = constants[c];
+        for (int y = 0; y < 2; ++y)
+            for (int x = 0; x < 3; ++x) in.f(0, y, x, c) = v;
+    }
+    ASSERT_EQ(FVolume2UCVolume_norm(in.get(), out.get(), 0, 0, 0), 0);
+    EXPECT_EQ(out.uc(0, 1, 2, 0), 7);
+    EXPECT_EQ(out.uc(0, 1, 2, 1), 255);
+    EXPECT_EQ(out.uc(0, 1, 2, 2), 0);
+
+    Vol ramp(1, 1, 5, 2), grey(1, 1, 5, 1);
+    const float values[5] = {-10.0f, 0.0f, 40.0f, 89.9f, 90.0f};
+    for (int x = 0; x < 5; ++x) ramp.f(0, 0, x) = values[x];
+    ASSERT_EQ(FVolume2UCVolume_norm(ramp.get(), grey.get(), 0, 0, 0), 0);
+    const float step = static_cast<float>(100.0f * 0.003921569);
+    EXPECT_EQ(grey.uc(0, 0, 0), 0);
+    EXPECT_EQ(grey.uc(0, 0, 1), static_cast<int>(10.0f / step));
+    EXPECT_EQ(grey.uc(0, 0, 2), static_cast<int>(50.0f / step));
+    EXPECT_EQ(grey.uc(0, 0, 3), static_cast<int>(99.9f / step));
+    EXPECT_EQ(grey.uc(0, 0, 4), 255);
+}
+
+TEST(UCVolume2FVolume, ConvertsAtAnOffset) {
+    Vol in(2, 3, 4, 1, 2), out(3, 3, 5, 2, 2), small(2, 3, 4, 2, 2);
+    t3d::fill_random(in.get(), 9);
+    in.voi(0, 2, 1, 3, 0, 4);
+    EXPECT_EQ(UCVolume2FVolume(in.get(), small.get(), 1, 0, 0), -520);
+    EXPECT_EQ(UCVolume2FVolume(in.get(), out.get(), 0, -1, 0), -90);
+    ASSERT_EQ(UCVolume2FVolume(in.get(), out.get(), 1, 0, 1), 0);
+    EXPECT_EQ(out.f(1, 0, 1, 2), in.uc(0, 1, 0, 2));
+    EXPECT_EQ(out.f(2, 1, 4, 1), in.uc(1, 2, 3, 1));
+    EXPECT_EQ(out.f(0, 0, 0, 0), 0.0f);
+}
+
+TEST(CountNonZeroSurfacePoints3d, IgnoresTheVoiBorderLayer) {
+    Vol full(5, 5, 5), padded(7, 7, 7);
+    for (int z = 0; z < 5; ++z)
+        for (int y = 0; y < 5; ++y)
+            for (int x = 0; x < 5; ++x) full.uc(z, y, x) = padded.uc(z + 1, y + 1, x + 1) = 255;
+    unsigned int n = 1;
+    ASSERT_EQ(CountNonZeroSurfacePoints3d(full.get(), &n), 0);
+    EXPECT_EQ(n, 0u);
+    ASSERT_EQ(CountNonZeroSurfacePoints3d(padded.get(), &n), 0);
+    EXPECT_EQ(n, 98u);
+    EXPECT_EQ(CountNonZeroSurfacePoints3d(padded.get(), nullptr), -4);
+    Vol rgb(3, 3, 3, 1, 2);
+    EXPECT_EQ(CountNonZeroSurfacePoints3d(rgb.get(), &n), -503);
+}
+
+TEST(Metrics, CountMinMaxAndBoundingBoxOverTheVoi) {
+    Vol v(4, 5, 6);
+    v.uc(1, 2, 3) = 9;
+    v.uc(2, 4, 1) = 200;
+    v.uc(3, 0, 5) = 4;  // outside the VOI below
+    v.voi(0, 3, 0, 5, 0, 6);
+    unsigned int n = 0, lo = 99, hi = 0;
+    ASSERT_EQ(CountNonZeroPoints3d(v.get(), &n), 0);
+    EXPECT_EQ(n, 2u);
+    EXPECT_EQ(FindMinMaxIntensity(v.get(), nullptr, nullptr), -4);
+    ASSERT_EQ(FindMinMaxIntensity(v.get(), &lo, &hi), 0);
+    EXPECT_EQ(lo, 0u);
+    EXPECT_EQ(hi, 200u);
+    ASSERT_EQ(FindMinMaxIntensity(v.get(), nullptr, &hi), 0);
+
+    int b[6];
+    EXPECT_EQ(FindBoundingBox3d(v.get(), &b[0], &b[1], &b[2], &b[3], &b[4], nullptr), -4);
+    ASSERT_EQ(FindBoundingBox3d(v.get(), &b[0], &b[1], &b[2], &b[3], &b[4], &b[5]), 0);
+    EXPECT_EQ(std::vector<int>(b, b + 6), (std::vector<int>{1, 2, 2, 4, 1, 3}));
+    v.voi(0, 1, 0, 5, 0, 6);
+    ASSERT_EQ(FindBoundingBox3d(v.get(), &b[0], &b[1], &b[2], &b[3], &b[4], &b[5]), 0);
+    EXPECT_EQ(std::vector<int>(b, b + 6), std::vector<int>(6, -1));
+
+    Vol rgb(2, 2, 2, 1, 2);
+    rgb.uc(1, 0, 1, 2) = 1;  // only the blue channel is set
+    ASSERT_EQ(FindBoundingBox3d(rgb.get(), &b[0], &b[1], &b[2], &b[3], &b[4], &b[5]), 0);
+    EXPECT_EQ(std::vector<int>(b, b + 6), (std::vector<int>{1, 1, 0, 0, 1, 1}));
+}
+
+TEST(Logic, CombinesBinaryVolumesOverTheFirstVoi) {
+    Vol a(3, 4, 5), b(3, 4, 5), out(3, 4, 5);
+    fill_binary(a.get(), 1);
+    fill_binary(b.get(), 2);
+    a.voi(1, 3, 0, 4, 1, 5);
+    ASSERT_EQ(xor3d(a.get(), a.get(), out.get()), 0);
+    ASSERT_EQ(and3d(a.get(), b.get(), out.get()), 0);
+    for (int z = 0; z < 3; ++z)
+        for (int y = 0; y < 4; ++y)
+            for (int x = 0; x < 5; ++x) {
+                const bool in = z >= 1 && x >= 1;
+                EXPECT_EQ(out.uc(z, y, x), in ? (a.uc(z, y, x) & b.uc(z, y, x)) : 0);
+            }
+    ASSERT_EQ(or3d(a.get(), b.get(), out.get()), 0);
+    EXPECT_EQ(out.uc(2, 3, 4), a.uc(2, 3, 4) | b.uc(2, 3, 4));
+    ASSERT_EQ(and3d(a.get(), a.get(), out.get()), 0);
+    EXPECT_EQ(out.uc(1, 2, 3), a.uc(1, 2, 3));
+}
+
+TEST(Logic, ChecksSizesBeforeBinarity) {
+    Vol a(3, 3, 3), b(3, 3, 3), out(3, 3, 3), small(2, 3, 3);
+    a.uc(1, 1, 1) = 1;
+    EXPECT_EQ(or3d(a.get(), small.get(), out.get()), -520);
+    EXPECT_EQ(or3d(a.get(), b.get(), small.get()), -520);
+    EXPECT_EQ(or3d(a.get(), b.get(), out.get()), -535);
+    EXPECT_EQ(xor3d(b.get(), a.get(), out.get()), -535);
+    for (double d : t3d::snapshot(out.get())) ASSERT_EQ(d, 0.0);
+    Vol rgb(3, 3, 3, 1, 2);
+    EXPECT_EQ(and3d(b.get(), b.get(), rgb.get()), -503);
+}
+
+TEST(Symmetric3d, ReflectsThroughTheVoiCentreAndUndoesItself) {
+    Vol in(4, 5, 6, 1, 2), once(4, 5, 6, 1, 2), twice(4, 5, 6, 1, 2);
+    t3d::fill_random(in.get(), 5);
+    in.voi(1, 4, 0, 3, 2, 6);
+    ASSERT_EQ(Symmetric3d(in.get(), once.get()), 0);
+    EXPECT_EQ(once.uc(1, 0, 2, 1), in.uc(3, 2, 5, 1));
+    EXPECT_EQ(once.uc(2, 1, 4, 0), in.uc(2, 1, 3, 0));
+    EXPECT_EQ(once.uc(0, 0, 0, 0), 0);  // outside the VOI
+    once.voi(1, 4, 0, 3, 2, 6);
+    ASSERT_EQ(Symmetric3d(once.get(), twice.get()), 0);
+    for (int c = 0; c < 3; ++c)
+        for (int z = 1; z < 4; ++z)
+            for (int y = 0; y < 3; ++y)
+                for (int x = 2; x < 6; ++x) ASSERT_EQ(twice.uc(z, y, x, c), in.uc(z, y, x, c));
+    Vol small(4, 5, 5, 1, 2), grey(4, 5, 6, 1, 1);
+    EXPECT_EQ(Symmetric3d(in.get(), small.get()), -520);
+    EXPECT_EQ(Symmetric3d(in.get(), grey.get()), -523);
+}
+
+TEST(FrameImageCopies, KeepTheirOwnCheckOrders) {
+    Vol v(2, 3, 4, 1, 2);
+    t3d::fill_random(v.get(), 7);
+    std::vector<unsigned char> pixels(3 * 256 * 256, 0);
+    std::vector<unsigned char*> rows(3 * 256);
+    for (int i = 0; i < 3 * 256; ++i) rows[i] = &pixels[static_cast<size_t>(i) * 256];
+    unsigned char** planes[3] = {&rows[0], &rows[256], &rows[512]};
+    unsigned char** missing[3] = {&rows[0], nullptr, &rows[512]};
+
+    // frame -> image: pointers first, then the range
+    EXPECT_EQ(CopyFrame2Image(v.get(), 9, missing, 0, 0), -1);
+    EXPECT_EQ(CopyFrame2Image(v.get(), 9, planes, 0, 0), -90);
+    EXPECT_EQ(CopyFrame2Image(v.get(), 1, planes, 254, 0), -90);
+    ASSERT_EQ(CopyFrame2Image(v.get(), 1, planes, 254 - 1, 252), 0);
+    EXPECT_EQ(planes[2][253][252], v.uc(1, 0, 0, 2));
+    EXPECT_EQ(planes[1][255][255], v.uc(1, 2, 3, 1));
+
+    // image -> frame: the range first, then the pointers
+    EXPECT_EQ(CopyImage2Frame(v.get(), 9, missing, 0, 0, 0, 1, 0, 1), -90);
+    EXPECT_EQ(CopyImage2Frame(v.get(), 0, missing, 0, 0, 0, 1, 0, 1), -1);
+    EXPECT_EQ(CopyImage2Frame(v.get(), 0, planes, 1, 0, 0, 3, 0, 1), -90);
+    planes[0][10][20] = 77;
+    planes[0][11][21] = 78;
+    v.voi(1, 2, 0, 1, 0, 1);  // neither used nor changed
+    ASSERT_EQ(CopyImage2Frame(v.get(), 0, planes, 1, 2, 10, 12, 20, 22), 0);
+    EXPECT_EQ(v.uc(0, 1, 2, 0), 77);
+    EXPECT_EQ(v.uc(0, 2, 3, 0), 78);
+    EXPECT_EQ(v->z1, 1);
+
+    SetDefaultImageSize(4, 4);
+    EXPECT_EQ(CopyFrame2Image(v.get(), 0, planes, 4, 0), -90);
+    SetDefaultImageSize(256, 256);
+}
+
+TEST(Rotation, QuarterTurnsMoveVoxelsWhereExpected) {
+    Vol in(1, 3, 3), out(1, 3, 3);
+    in.uc(0, 0, 1) = 50;  // above the centre
+    ASSERT_EQ(RotateVol2d(in.get(), out.get(), 90.0f), 0);
+    EXPECT_EQ(out.uc(0, 1, 0), 50);  // counter-clockwise: now left of the centre
+    EXPECT_EQ(out.uc(0, 0, 1), 0);
+
+    Vol cube(3, 3, 3), turned(3, 3, 3), rotated2d(3, 3, 3);
+    t3d::fill_random(cube.get(), 11);
+    ASSERT_EQ(RotateVol3d(cube.get(), turned.get(), 90.0f, 0.0f, 0.0f), 0);
+    ASSERT_EQ(RotateVol2d(cube.get(), rotated2d.get(), 90.0f), 0);
+    EXPECT_EQ(t3d::snapshot(turned.get()), t3d::snapshot(rotated2d.get()));
+
+    ASSERT_EQ(RotateVol3d(cube.get(), turned.get(), 0.0f, 0.0f, 90.0f), 0);  // Y towards Z
+    EXPECT_EQ(turned.uc(2, 1, 1), cube.uc(1, 2, 1));
+    ASSERT_EQ(RotateVol3d(cube.get(), turned.get(), 0.0f, 90.0f, 0.0f), 0);  // X towards Z
+    EXPECT_EQ(turned.uc(2, 1, 1), cube.uc(1, 1, 2));
+}
+
+TEST(Rotation, HalfTurnOfEachFrameIsItsPointReflection) {
+    Vol in(3, 5, 7), out(3, 5, 7);
+    t3d::fill_random(in.get(), 13);
+    in.voi(0, 3, 1, 4, 2, 5);  // odd extents: the half turn maps voxels onto voxels
+    ASSERT_EQ(RotateVol2d(in.get(), out.get(), 180.0f), 0);
+    for (int z = 0; z < 3; ++z)
+        for (int y = 0; y < 5; ++y)
+            for (int x = 0; x < 7; ++x) {
+                const bool inside = y >= 1 && y < 4 && x >= 2 && x < 5;
+                ASSERT_EQ(out.uc(z, y, x), inside ? in.uc(z, 4 - y, 6 - x) : 0);
+            }
+}
+
+TEST(Rotation, ChecksAndThreadIndependence) {
+    Vol in(8, 9, 10, 2, 2), out(8, 9, 10, 2, 2), small(8, 9, 9, 2, 2), uc(8, 9, 10, 1, 2);
+    EXPECT_EQ(RotateVol2d(in.get(), in.get(), 10.0f), -525);
+    EXPECT_EQ(RotateVol2d(in.get(), small.get(), 10.0f), -520);
+    EXPECT_EQ(RotateVol3d(in.get(), uc.get(), 1, 2, 3), -522);
+    EXPECT_EQ(RotateVol3d(in.get(), out.get(), NAN, 0, 0), -90);
+    t3d::fill_random(in.get(), 17);
+    v3d::set_thread_count(1);
+    ASSERT_EQ(RotateVol3d(in.get(), out.get(), 23.0f, -41.0f, 7.5f), 0);
+    const auto serial = t3d::snapshot(out.get());
+    v3d::set_thread_count(4);
+    ASSERT_EQ(RotateVol3d(in.get(), out.get(), 23.0f, -41.0f, 7.5f), 0);
+    v3d::set_thread_count(0);
+    EXPECT_EQ(t3d::snapshot(out.get()), serial);
+}

@@ -1,0 +1,213 @@
+// The volume record, its storage, the volume table and the status texts.
+#include <cstring>
+#include <string>
+
+#include "core/parallel.h"
+#include "support.h"
+
+using t3d::Vol;
+
+TEST(CreateVolume, RefusesBadRecordsInOrderAndLeavesThemEmpty) {
+    EXPECT_EQ(CreateVolume(nullptr), -501);
+    Volume v{};
+    InitializeVolume(&v, 2, 2, 2, 3, 1);
+    EXPECT_EQ(CreateVolume(&v), -502);
+    EXPECT_EQ(v.type, 0);
+    InitializeVolume(&v, 2, 2, 2, 1, 3);
+    EXPECT_EQ(CreateVolume(&v), -503);
+    EXPECT_EQ(v.type, 0);
+    InitializeVolume(&v, 0, 2, 2, 1, 1);
+    EXPECT_EQ(CreateVolume(&v), -90);
+    EXPECT_EQ(v.type, 0);
+    InitializeVolume(&v, 2, 2, -1, 4, 2);
+    EXPECT_EQ(CreateVolume(&v), -90);
+}
+
+TEST(CreateVolume, AbsurdSizesGiveNoVolumeAndAnEmptyRecord) {
+    for (int colortype : {1, 2}) {
+        Volume v{};
+        InitializeVolume(&v, 100000, 100000, 100000, 1, colortype);
+        EXPECT_EQ(CreateVolume(&v), -530);
+        EXPECT_EQ(v.type, 0);
+        DestroyVolume(&v);  // harmless on the failed record
+    }
+}
+
+TEST(CreateVolume, NewVolumesAreZeroWithTheWholeVoi) {
+    for (int type : {1, 2, 4}) {
+        Vol v(3, 4, 5, type, 2);
+        ASSERT_EQ(v.status(), 0);
+        EXPECT_EQ(v->x1, 0);
+        EXPECT_EQ(v->x2, 5);
+        EXPECT_EQ(v->y1, 0);
+        EXPECT_EQ(v->y2, 4);
+        EXPECT_EQ(v->z1, 0);
+        EXPECT_EQ(v->z2, 3);
+        for (double d : t3d::snapshot(v.get())) EXPECT_EQ(d, 0.0);
+    }
+}
+
+TEST(CreateVolume, StorageIsOnePointerBlockAndOneBlockPerFrame) {
+    Vol v(3, 4, 5, 2, 1);
+    ASSERT_EQ(v.status(), 0);
+    void** slots = static_cast<void**>(v->data[0].p);
+    for (int z = 0; z < 3; ++z) {
+        EXPECT_EQ(slots[z], static_cast<void*>(slots + 3 + z * 4)) << "frame " << z;
+        for (int y = 1; y < 4; ++y)  // rows of a frame are contiguous
+            EXPECT_EQ(v->data[0].f[z][y], v->data[0].f[z][0] + y * 5);
+    }
+}
+
+TEST(DestroyVolume, ClearsTypeAndNameAndIsHarmlessTwice) {
+    Volume v{};
+    InitializeVolume(&v, 2, 3, 4, 1, 1);
+    ASSERT_EQ(CreateVolume(&v), 0);
+    std::strcpy(v.name, "phantom");
+    DestroyVolume(&v);
+    EXPECT_EQ(v.type, 0);
+    EXPECT_STREQ(v.name, "");
+    EXPECT_EQ(v.Z, 2);  // dimensions stay
+    DestroyVolume(&v);
+    DestroyVolume(nullptr);
+}
+
+TEST(CheckVolume, ChecksInTheFixedOrder) {
+    EXPECT_EQ(CheckVolume(nullptr, 7, 3), -501);
+    Volume empty{};
+    EXPECT_EQ(CheckVolume(&empty, 0, 3), 0);
+    EXPECT_EQ(CheckVolume(&empty, 7, 3), -502);
+
+    Vol v(4, 5, 6, 1, 1);
+    EXPECT_EQ(CheckVolume(v.get(), 2, 3), -502);
+    EXPECT_EQ(CheckVolume(v.get(), 1, 2), -503);
+    EXPECT_EQ(CheckVolume(v.get(), 7, 3), 0);
+    v.voi(1, 1, 0, 5, 0, 6);
+    EXPECT_EQ(CheckVolume(v.get(), 7, 3), -510);
+    v.voi(0, 4, 0, 5, 0, 6);  // x2 = X is inside
+    EXPECT_EQ(CheckVolume(v.get(), 7, 3), 0);
+    v.voi(0, 4, 0, 5, 0, 7);
+    EXPECT_EQ(CheckVolume(v.get(), 7, 3), -510);
+    v.voi(0, 4, -1, 5, 0, 6);
+    EXPECT_EQ(CheckVolume(v.get(), 7, 3), -510);
+    // a missing channel is found before a bad VOI
+    void* saved = v->data[0].p;
+    v->data[0].p = nullptr;
+    EXPECT_EQ(CheckVolume(v.get(), 7, 3), -504);
+    v->data[0].p = saved;
+}
+
+TEST(CheckIfUCBinary, LooksOnlyInsideTheVoi) {
+    Vol v(3, 3, 3, 1, 2);
+    v.uc(1, 1, 1, 2) = 255;
+    EXPECT_EQ(CheckIfUCBinary(v.get()), 1);
+    v.uc(0, 0, 0, 1) = 1;
+    EXPECT_EQ(CheckIfUCBinary(v.get()), 0);
+    v.voi(1, 3, 0, 3, 0, 3);
+    EXPECT_EQ(CheckIfUCBinary(v.get()), 1);
+    Vol f(2, 2, 2, 2);
+    EXPECT_EQ(CheckIfUCBinary(f.get()), -502);
+}
+
+TEST(CheckIfVolumeClear, ConvertsAndComparesPerChannel) {
+    Vol v(2, 2, 2, 1, 1);
+    float value = 256.0f;
+    EXPECT_EQ(CheckIfVolumeClear(v.get(), &value), -90);
+    value = 0.0f;
+    EXPECT_EQ(CheckIfVolumeClear(v.get(), &value), 1);
+    value = 0.9f;  // truncated to 0
+    EXPECT_EQ(CheckIfVolumeClear(v.get(), &value), 1);
+    v.uc(1, 1, 1) = 3;
+    EXPECT_EQ(CheckIfVolumeClear(v.get(), &value), 0);
+
+    Vol f(2, 2, 2, 2, 2);
+    const float rgb[3] = {0.0f, 0.0f, 0.5f};
+    EXPECT_EQ(CheckIfVolumeClear(f.get(), rgb), 0);  // F values are compared as they are
+    f.f(0, 0, 0, 2) = 0.5f;
+    f.voi(0, 1, 0, 1, 0, 1);
+    EXPECT_EQ(CheckIfVolumeClear(f.get(), rgb), 1);
+}
+
+class VolumeTable : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(AllocateVolumeTable(), 1); }
+    void TearDown() override { ReleaseVolumeTable(); }
+};
+
+TEST_F(VolumeTable, SlotsAreHandedOutInOrderUntilFull) {
+    EXPECT_EQ(AllocateVolumeTable(), 1);  // idempotent
+    EXPECT_EQ(GetVolumeByIndex(-1), nullptr);
+    EXPECT_EQ(GetVolumeByIndex(100), nullptr);
+    EXPECT_EQ(GetNewVolumeIndex(), 0);
+    for (int i = 0; i < 100; ++i) {
+        Volume* out = nullptr;
+        ASSERT_EQ(CreateVolumeEx(1, 1, 1, 2, 2, 0, &out), 0);
+        EXPECT_EQ(out, GetVolumeByIndex(i));
+        EXPECT_EQ(GetVolumeIndex(out), i);
+        EXPECT_EQ(out->x2, 2);
+    }
+    EXPECT_EQ(GetNewVolumeIndex(), -1);
+    Volume* untouched = reinterpret_cast<Volume*>(0x1);
+    EXPECT_EQ(CreateVolumeEx(1, 1, 1, 2, 2, 0, &untouched), 612);
+    EXPECT_EQ(untouched, reinterpret_cast<Volume*>(0x1));
+
+    DestroyVolume(GetVolumeByIndex(37));
+    EXPECT_EQ(GetNewVolumeIndex(), 37);
+    Volume outside{};
+    EXPECT_EQ(GetVolumeIndex(&outside), 100);
+}
+
+TEST_F(VolumeTable, FailedCreationStoresNullAndKeepsTheSlotFree) {
+    Volume* out = GetVolumeByIndex(5);
+    EXPECT_EQ(CreateVolumeEx(3, 1, 2, 2, 2, 0, &out), -502);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(GetNewVolumeIndex(), 0);
+}
+
+#if !defined(VEXILO3D_RESTRICTED_EDITION)
+TEST_F(VolumeTable, RestrictedRequestsProceedAsUCInTheFullEdition) {
+    Volume* out = nullptr;
+    ASSERT_EQ(CreateVolumeEx(65535, 1, 300, 300, 300, 0, &out), 0);
+    EXPECT_EQ(out->type, 1);
+}
+#else
+int g_notice = 0;
+TEST_F(VolumeTable, TheRestrictedEditionRefusesLargeVolumesWithANotice) {
+    SetMessageHook([](int code) { g_notice = code; });
+    Volume* out = reinterpret_cast<Volume*>(0x1);
+    EXPECT_EQ(CreateVolumeEx(65535, 1, 1, 1, VEXILO3D_RESTRICTED_MAX_VOXELS + 1, 0, &out), -1);
+    EXPECT_EQ(g_notice, 7003);
+    EXPECT_EQ(out, reinterpret_cast<Volume*>(0x1));
+    ASSERT_EQ(CreateVolumeEx(65535, 1, 1, 1, VEXILO3D_RESTRICTED_MAX_VOXELS, 0, &out), 0);
+    EXPECT_EQ(out->type, 1);
+    SetMessageHook(nullptr);
+}
+#endif
+
+TEST(StatusText, KeepsEveryTextExactly) {
+    EXPECT_STREQ(GetStatusText(-530), "Cannot allocate internal volume");
+    EXPECT_STREQ(GetStatusText(530), "Cannot allocate internal volume");
+    EXPECT_STREQ(GetStatusText(-9), GetStatusText(-10));
+    EXPECT_STREQ(GetStatusText(-510), "Invalid VOI definitions");
+    EXPECT_STREQ(GetStatusText(94), "Maxinum number of nodes has been exceeded");
+    EXPECT_STREQ(GetStatusText(999), "Stack is empty(path not fount)");
+    EXPECT_STREQ(GetStatusText(618), "Win_uc not found \n or \n Invalid mask size");
+    EXPECT_STREQ(GetStatusText(629), "At least 3 float buffers \nare needed for this operation");
+    EXPECT_STREQ(GetStatusText(-1001), "TIFF Image Sequence inconsistency");
+    EXPECT_STREQ(GetStatusText(7000), "Lower frame is larger than Upper frame.");
+    EXPECT_STRNE(GetStatusText(7003), "");
+    EXPECT_STREQ(GetStatusText(0), "");
+    EXPECT_STREQ(GetStatusText(7004), "");
+    EXPECT_STREQ(GetStatusText(-2147483647 - 1), "");
+}
+
+TEST(Parallel, ThreadCountCanBeOverriddenAndRestored) {
+    const int all = v3d::thread_count();
+    EXPECT_GE(all, 1);
+    v3d::set_thread_count(1);
+    EXPECT_EQ(v3d::thread_count(), 1);
+    v3d::set_thread_count(0);
+    EXPECT_EQ(v3d::thread_count(), all);
+    std::vector<int> hits(1000, 0);
+    v3d::parallel_for(0, 1000, [&](int i) { hits[i] += 1; });
+    for (int h : hits) EXPECT_EQ(h, 1);
+}

@@ -1,0 +1,222 @@
+// The 3D Fourier transforms against a brute-force DFT in double precision, their round trip,
+// placement, in-place rule and every check code; the two-dimensional frame transform's codes.
+#include <cmath>
+#include <complex>
+#include <vector>
+
+#include "core/parallel.h"
+#include "ops/fft_core.h"
+#include "tests/support.h"
+
+namespace {
+
+using t3d::Vol;
+using Fft = int (*)(Volume*, Volume*, Volume*, Volume*, int, int, int, int);
+using cd = std::complex<double>;
+
+// The DFT of the VOI of (re, im), by the definition, in double precision.
+std::vector<cd> brute_dft(Volume* re, Volume* im, int direction) {
+    const int Ez = re->z2 - re->z1, Ey = re->y2 - re->y1, Ex = re->x2 - re->x1;
+    const double s = direction == 0 ? -1.0 : 1.0, pi2 = 2.0 * 3.14159265358979323846;
+    std::vector<cd> in(static_cast<size_t>(Ez) * Ey * Ex), out(in.size());
+    for (int z = 0; z < Ez; ++z)
+        for (int y = 0; y < Ey; ++y)
+            for (int x = 0; x < Ex; ++x)
+                in[(z * Ey + y) * Ex + x] = cd(re->data[0].f[re->z1 + z][re->y1 + y][re->x1 + x],
+                                               im->data[0].f[re->z1 + z][re->y1 + y][re->x1 + x]);
+    const double scale = direction == 1 ? 1.0 / (static_cast<double>(Ez) * Ey * Ex) : 1.0;
+    for (int kz = 0; kz < Ez; ++kz)
+        for (int ky = 0; ky < Ey; ++ky)
+            for (int kx = 0; kx < Ex; ++kx) {
+                cd sum = 0;
+                for (int z = 0; z < Ez; ++z)
+                    for (int y = 0; y < Ey; ++y)
+                        for (int x = 0; x < Ex; ++x) {
+                            const double a = s * pi2 *
+                                (static_cast<double>(kz) * z / Ez + static_cast<double>(ky) * y / Ey +
+                                 static_cast<double>(kx) * x / Ex);
+                            sum += in[(z * Ey + y) * Ex + x] * cd(std::cos(a), std::sin(a));
+                        }
+                out[(kz * Ey + ky) * Ex + kx] = sum * scale;
+            }
+    return out;
+}
+
+// Largest difference between the block of (re, im) at (z0, y0, x0) and the reference.
+double max_error(Volume* re, Volume* im, int z0, int y0, int x0, int Ez, int Ey, int Ex,
+                 const std::vector<cd>& ref) {
+    double worst = 0;
+    for (int z = 0; z < Ez; ++z)
+        for (int y = 0; y < Ey; ++y)
+            for (int x = 0; x < Ex; ++x) {
+                const cd got(re->data[0].f[z0 + z][y0 + y][x0 + x], im->data[0].f[z0 + z][y0 + y][x0 + x]);
+                worst = std::max(worst, std::abs(got - ref[(z * Ey + y) * Ex + x]));
+            }
+    return worst;
+}
+
+struct Shape {
+    int Ez, Ey, Ex;
+};
+
+// Every transform, both directions, several shapes, a VOI inside a larger input and a
+// destination offset; everything outside the destination block stays as it was.
+TEST(Fft3d, MatchesBruteForceDftWithOffsets) {
+    const Shape shapes[] = {{8, 8, 8}, {4, 4, 4}, {2, 2, 2}, {1, 1, 1}, {4, 8, 16}, {16, 2, 4},
+                            {1, 8, 4}, {8, 1, 1}, {2, 32, 8}};
+    for (const Shape& sh : shapes)
+        for (int direction = 0; direction < 2; ++direction)
+            for (Fft f : {fft3d, lrcfft3d, vrfft3d}) {
+                const bool cubic = sh.Ez == sh.Ey && sh.Ey == sh.Ex;
+                if (f == vrfft3d && !cubic) continue;
+                Vol re(sh.Ez + 3, sh.Ey + 2, sh.Ex + 1, 2), im(sh.Ez + 3, sh.Ey + 2, sh.Ex + 1, 2);
+                t3d::fill_random(re.get(), 11 + sh.Ex);
+                t3d::fill_random(im.get(), 23 + sh.Ey);
+                re.voi(2, 2 + sh.Ez, 1, 1 + sh.Ey, 1, 1 + sh.Ex);
+                Vol ore(sh.Ez + 2, sh.Ey + 3, sh.Ex + 4, 2), oim(sh.Ez + 2, sh.Ey + 3, sh.Ex + 4, 2);
+                t3d::fill_random(ore.get(), 5);
+                t3d::fill_random(oim.get(), 6);
+                const auto ore_before = t3d::snapshot(ore.get()), oim_before = t3d::snapshot(oim.get());
+                ASSERT_EQ(f(&re, &im, &ore, &oim, direction, 1, 2, 3), 0);
+                const auto ref = brute_dft(re.get(), im.get(), direction);
+                double magnitude = 1;
+                for (const cd& v : ref) magnitude = std::max(magnitude, std::abs(v));
+                EXPECT_LT(max_error(ore.get(), oim.get(), 1, 2, 3, sh.Ez, sh.Ey, sh.Ex, ref),
+                          1e-5 * magnitude)
+                    << sh.Ez << "x" << sh.Ey << "x" << sh.Ex << " direction " << direction;
+                // outside the destination block nothing changed
+                const auto ore_after = t3d::snapshot(ore.get()), oim_after = t3d::snapshot(oim.get());
+                const int Y = ore->Y, X = ore->X;
+                for (int z = 0; z < ore->Z; ++z)
+                    for (int y = 0; y < Y; ++y)
+                        for (int x = 0; x < X; ++x) {
+                            const bool inside = z >= 1 && z < 1 + sh.Ez && y >= 2 && y < 2 + sh.Ey &&
+                                                x >= 3 && x < 3 + sh.Ex;
+                            const size_t i = (static_cast<size_t>(z) * Y + y) * X + x;
+                            if (!inside) {
+                                ASSERT_EQ(ore_after[i], ore_before[i]);
+                                ASSERT_EQ(oim_after[i], oim_before[i]);
+                            }
+                        }
+            }
+}
+
+// Forward then inverse, in place at the VOI's own position, gives the input back; the
+// vector-radix and row-column transforms agree on a cube.
+TEST(Fft3d, RoundTripInPlaceAndBothTransformsAgree) {
+    for (int n : {16, 32}) {
+        Vol re(n + 2, n + 1, n + 3, 2), im(n + 2, n + 1, n + 3, 2);
+        t3d::fill_random(re.get(), 1);
+        t3d::fill_random(im.get(), 2);
+        re.voi(1, 1 + n, 0, n, 2, 2 + n);
+        const auto re0 = t3d::snapshot(re.get()), im0 = t3d::snapshot(im.get());
+        Vol are(n, n, n, 2), aim(n, n, n, 2);
+        ASSERT_EQ(lrcfft3d(&re, &im, &are, &aim, 0, 0, 0, 0), 0);
+        ASSERT_EQ(fft3d(&re, &im, &re, &im, 0, 1, 0, 2), 0);
+        double worst = 0;
+        for (int z = 0; z < n; ++z)
+            for (int y = 0; y < n; ++y)
+                for (int x = 0; x < n; ++x) {
+                    worst = std::max(worst, static_cast<double>(std::fabs(are.f(z, y, x) - re.f(1 + z, y, 2 + x))));
+                    worst = std::max(worst, static_cast<double>(std::fabs(aim.f(z, y, x) - im.f(1 + z, y, 2 + x))));
+                }
+        EXPECT_LT(worst, 1e-5 * 94.0 * n * n * n);
+        ASSERT_EQ(fft3d(&re, &im, &re, &im, 1, 1, 0, 2), 0);
+        const auto re1 = t3d::snapshot(re.get()), im1 = t3d::snapshot(im.get());
+        for (size_t i = 0; i < re0.size(); ++i) {
+            ASSERT_NEAR(re1[i], re0[i], 1e-3);
+            ASSERT_NEAR(im1[i], im0[i], 1e-3);
+        }
+    }
+}
+
+// Non-cubic shapes through lrcfft3d, round trip at an offset.
+TEST(Fft3d, RowColumnRoundTrip) {
+    Vol re(4, 64, 8, 2), im(4, 64, 8, 2), fre(5, 64, 9, 2), fim(5, 64, 9, 2), bre(4, 64, 8, 2),
+        bim(4, 64, 8, 2);
+    t3d::fill_random(re.get(), 3);
+    t3d::fill_random(im.get(), 4);
+    ASSERT_EQ(fft3d(&re, &im, &fre, &fim, 0, 1, 0, 1), 0);
+    fre.voi(1, 5, 0, 64, 1, 9);
+    ASSERT_EQ(fft3d(&fre, &fim, &bre, &bim, 1, 0, 0, 0), 0);
+    for (int z = 0; z < 4; ++z)
+        for (int y = 0; y < 64; ++y)
+            for (int x = 0; x < 8; ++x) {
+                ASSERT_NEAR(bre.f(z, y, x), re.f(z, y, x), 1e-3);
+                ASSERT_NEAR(bim.f(z, y, x), im.f(z, y, x), 1e-3);
+            }
+}
+
+// Threads split frames, rows and octants; the result is the one-thread result, bit for bit.
+TEST(Fft3d, ThreadsGiveTheSameBits) {
+    for (Fft f : {lrcfft3d, vrfft3d}) {
+        Vol re(32, 32, 32, 2), im(32, 32, 32, 2);
+        t3d::fill_random(re.get(), 5);
+        t3d::fill_random(im.get(), 6);
+        std::vector<double> results[2];
+        for (int threads : {1, 3}) {
+            v3d::set_thread_count(threads);
+            Vol ore(32, 32, 32, 2), oim(32, 32, 32, 2);
+            ASSERT_EQ(f(&re, &im, &ore, &oim, 0, 0, 0, 0), 0);
+            results[threads == 3] = t3d::snapshot(ore.get());
+        }
+        v3d::set_thread_count(0);
+        EXPECT_EQ(results[0], results[1]);
+    }
+}
+
+TEST(Fft3d, CheckCodesInOrderAndNothingWritten) {
+    Vol re(8, 8, 8, 2), im(8, 8, 8, 2), ore(8, 8, 8, 2), oim(8, 8, 8, 2), uc(8, 8, 8, 1),
+        rgb(8, 8, 8, 2, 2), small(8, 8, 4, 2);
+    t3d::fill_random(ore.get(), 9);
+    const auto before = t3d::snapshot(ore.get());
+    for (Fft f : {fft3d, lrcfft3d, vrfft3d}) {
+        EXPECT_EQ(f(&uc, &im, &ore, &oim, 0, 0, 0, 0), -502);
+        EXPECT_EQ(f(&re, &rgb, &ore, &oim, 0, 0, 0, 0), -503);
+        EXPECT_EQ(f(&re, &im, &uc, &oim, 0, 0, 0, 0), -502);
+        EXPECT_EQ(f(&re, &im, &ore, &rgb, 0, 0, 0, 0), -503);
+        EXPECT_EQ(f(&re, &im, &ore, &oim, 2, 0, 0, 0), -90);
+        EXPECT_EQ(f(&re, &im, &ore, &oim, -1, 0, 0, 0), -90);
+        EXPECT_EQ(f(&re, &im, &ore, &oim, 0, 0, -1, 0), -90);
+        EXPECT_EQ(f(&re, &small, &ore, &oim, 0, 0, 0, 0), -521);
+        EXPECT_EQ(f(&re, &im, &small, &oim, 0, 0, 0, 0), -520);
+        EXPECT_EQ(f(&re, &im, &ore, &small, 0, 0, 0, 0), -520);
+        EXPECT_EQ(f(&re, &im, &ore, &oim, 0, 1, 0, 0), -520);
+        // in place only at the VOI's own position
+        re.voi(0, 4, 0, 4, 0, 4);
+        EXPECT_EQ(f(&re, &im, &re, &oim, 0, 0, 0, 1), -536);
+        EXPECT_EQ(f(&re, &im, &ore, &im, 0, 1, 0, 0), -536);
+        re.voi(0, 6, 0, 8, 0, 8);  // an extent of 6
+        EXPECT_EQ(f(&re, &im, &ore, &oim, 2, 0, 0, 0), -533);
+        re.voi(0, 8, 0, 8, 0, 8);
+    }
+    EXPECT_EQ(t3d::snapshot(ore.get()), before);
+    re.voi(0, 4, 0, 8, 0, 8);
+    EXPECT_EQ(vrfft3d(&re, &im, &ore, &oim, 0, 0, 0, 0), -534);
+    EXPECT_EQ(vrfft3d(&re, &im, &ore, &oim, 2, 0, 0, 0), -534);
+    EXPECT_EQ(fft3d(&re, &im, &ore, &oim, 2, 0, 0, 0), -90);  // from lrcfft3d
+    EXPECT_EQ(fft3d(&re, &im, &ore, &oim, 0, 0, 0, 0), 0);
+}
+
+TEST(Fft2d, WorkAreaCodesAndTransform) {
+    Vol re(1, 8, 8, 2), im(1, 8, 8, 2), ore(1, 8, 8, 2), oim(1, 8, 8, 2);
+    t3d::fill_random(re.get(), 7);
+    float** sr = re->data[0].f[0];
+    float** si = im->data[0].f[0];
+    float** dr = ore->data[0].f[0];
+    float** di = oim->data[0].f[0];
+    EXPECT_EQ(v3d::fft2d(sr, si, 8, 8, -1, 4, 0, 4, dr, di, 8, 8, 0, 0, 0), -21);
+    EXPECT_EQ(v3d::fft2d(sr, si, 8, 8, 0, 9, 0, 4, dr, di, 8, 8, 0, 0, 0), -21);
+    EXPECT_EQ(v3d::fft2d(sr, si, 8, 8, 4, 4, 0, 4, dr, di, 8, 8, 0, 0, 0), -21);
+    EXPECT_EQ(v3d::fft2d(sr, si, 8, 8, 0, 4, 0, 4, dr, di, 8, 8, 5, 0, 0), -22);
+    EXPECT_EQ(v3d::fft2d(sr, si, 8, 8, 0, 4, 0, 4, dr, di, 8, 8, 0, -1, 0), -22);
+    EXPECT_EQ(v3d::fft2d(sr, si, 8, 8, 0, 3, 0, 4, dr, di, 8, 8, 0, 0, 0), -33);
+    EXPECT_EQ(v3d::fft2d(sr, si, 8, 8, 0, 4, 0, 4, dr, di, 8, 8, 0, 0, 1), 0);
+    // a 2 x 4 area at (1, 2) into (3, 4), inverse: matches the DFT with 1/8
+    ASSERT_EQ(v3d::fft2d(sr, si, 8, 8, 1, 3, 2, 6, dr, di, 8, 8, 3, 4, 1), 0);
+    re.voi(0, 1, 1, 3, 2, 6);
+    const auto ref = brute_dft(re.get(), im.get(), 1);
+    EXPECT_LT(max_error(ore.get(), oim.get(), 0, 3, 4, 1, 2, 4, ref), 1e-4);
+}
+
+}  // namespace

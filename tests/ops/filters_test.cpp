@@ -1,0 +1,350 @@
+// Neighbourhood filters against brute-force references: every window gathered voxel by voxel,
+// sorted with std::sort, on small random volumes with VOIs away from the origin, RGB inputs
+// and outputs larger than the inputs (whose other voxels must keep their values).
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <vector>
+
+#include "core/parallel.h"
+#include "tests/support.h"
+
+namespace {
+
+using t3d::Vol;
+using Values = std::vector<int>;
+// f(window values in frame, row, column order, centre value) -> output value
+using Rule = std::function<int(const Values&, int)>;
+
+// Expected output: out's previous contents with every centre whose window lies inside in's
+// VOI replaced by rule over in's values (read from a copy, so never from replaced voxels).
+std::vector<double> reference(Volume* in, Volume* out, int wz, int wy, int wx, const Rule& rule) {
+    std::vector<double> expected = t3d::snapshot(out);
+    const std::vector<double> src = t3d::snapshot(in);
+    auto at = [&](const Volume* v, int c, int z, int y, int x) {
+        return ((static_cast<size_t>(c) * v->Z + z) * v->Y + y) * v->X + x;
+    };
+    const int n = in->colortype == 1 ? 1 : 3;
+    for (int c = 0; c < n; ++c)
+        for (int z = in->z1 + wz / 2; z < in->z2 - wz / 2; ++z)
+            for (int y = in->y1 + wy / 2; y < in->y2 - wy / 2; ++y)
+                for (int x = in->x1 + wx / 2; x < in->x2 - wx / 2; ++x) {
+                    Values w;
+                    for (int dz = -wz / 2; dz <= wz / 2; ++dz)
+                        for (int dy = -wy / 2; dy <= wy / 2; ++dy)
+                            for (int dx = -wx / 2; dx <= wx / 2; ++dx)
+                                w.push_back(static_cast<int>(src[at(in, c, z + dz, y + dy, x + dx)]));
+                    expected[at(out, c, z, y, x)] =
+                        rule(w, static_cast<int>(src[at(in, c, z, y, x)]));
+                }
+    return expected;
+}
+
+Values sorted(Values v) {
+    std::sort(v.begin(), v.end());
+    return v;
+}
+
+const Rule kMedian = [](const Values& v, int) { return sorted(v)[v.size() / 2]; };
+const Rule kMax = [](const Values& v, int) { return *std::max_element(v.begin(), v.end()); };
+const Rule kMin = [](const Values& v, int) { return *std::min_element(v.begin(), v.end()); };
+const Rule kMean = [](const Values& v, int) {
+    long long s = 0;
+    for (int x : v) s += x;
+    const float q = static_cast<float>(s) / static_cast<float>(v.size());
+    return static_cast<int>(std::floor(static_cast<double>(q) + 0.5));
+};
+
+// A random RGB input 7x9x11 with VOI [1,6)x[2,9)x[1,10) and a random output 8x10x12.
+struct Case {
+    Vol in{7, 9, 11, 1, 2}, out{8, 10, 12, 1, 2};
+    explicit Case(uint32_t seed, int range = 256) {
+        t3d::fill_random(&in, seed, range);
+        t3d::fill_random(&out, seed + 1000);
+        in.voi(1, 6, 2, 9, 1, 10);
+    }
+};
+
+struct Shape {
+    int wz, wy, wx;
+};
+// 1x1x1 copies the VOI; 5x7x9 is the whole VOI: only its centre is written.
+const Shape kShapes[] = {{1, 1, 1}, {3, 3, 3}, {1, 3, 5}, {5, 3, 1}, {3, 5, 3}, {5, 7, 9}};
+
+using BoxFilter = int (*)(Volume*, Volume*, int, int, int);
+
+void expect_filter(BoxFilter filter, const Rule& rule, int range = 256) {
+    for (int threads : {1, 3}) {
+        v3d::set_thread_count(threads);
+        for (const Shape& s : kShapes) {
+            Case t(static_cast<uint32_t>(s.wz * 100 + s.wy * 10 + s.wx), range);
+            const auto expected = reference(&t.in, &t.out, s.wz, s.wy, s.wx, rule);
+            ASSERT_EQ(filter(&t.in, &t.out, s.wz, s.wy, s.wx), 0);
+            EXPECT_EQ(t3d::snapshot(&t.out), expected)
+                << "window " << s.wz << "x" << s.wy << "x" << s.wx << ", threads " << threads;
+        }
+    }
+    v3d::set_thread_count(0);
+}
+
+TEST(BoxFilters, MatchBruteForceWithBordersUntouched) {
+    expect_filter(median3, kMedian);
+    expect_filter(run_median3, kMedian);
+    expect_filter(run_max3, kMax);
+    expect_filter(run_min3, kMin);
+    expect_filter(mov_ave3, kMean);
+    expect_filter(median3, kMedian, 3);  // many ties
+    expect_filter(run_median3, kMedian, 3);
+}
+
+TEST(BoxFilters, RunningMedianEqualsMedianOnRandomInputs) {
+    uint32_t s = 99;
+    for (int trial = 0; trial < 60; ++trial) {
+        const int Z = 1 + t3d::next_random(s) % 8, Y = 1 + t3d::next_random(s) % 12,
+                  X = 1 + t3d::next_random(s) % 40;
+        auto odd_upto = [&](int n) { return 1 + 2 * static_cast<int>(t3d::next_random(s) % ((n + 1) / 2)); };
+        const int wz = odd_upto(Z), wy = odd_upto(Y), wx = odd_upto(X);
+        Vol in(Z, Y, X), a(Z, Y, X), b(Z, Y, X);
+        t3d::fill_random(&in, trial, trial % 2 ? 256 : 1 + trial % 7);
+        ASSERT_EQ(median3(&in, &a, wz, wy, wx), 0);
+        ASSERT_EQ(run_median3(&in, &b, wz, wy, wx), 0);
+        ASSERT_EQ(t3d::snapshot(&a), t3d::snapshot(&b)) << Z << "x" << Y << "x" << X;
+    }
+}
+
+TEST(BoxFilters, LargeWindowsTakeTheGeneralPaths) {
+    // 9x9x9 = 729 values: past the median network.
+    Vol in(11, 12, 13), out(11, 12, 13);
+    t3d::fill_random(&in, 5);
+    auto expected = reference(&in, &out, 9, 9, 9, kMedian);
+    ASSERT_EQ(median3(&in, &out, 9, 9, 9), 0);
+    EXPECT_EQ(t3d::snapshot(&out), expected);
+    expected = reference(&in, &out, 9, 11, 13, kMax);
+    ASSERT_EQ(run_max3(&in, &out, 9, 11, 13), 0);
+    EXPECT_EQ(t3d::snapshot(&out), expected);
+    expected = reference(&in, &out, 3, 1, 13, kMean);  // running sums along long rows
+    ASSERT_EQ(mov_ave3(&in, &out, 3, 1, 13), 0);
+    EXPECT_EQ(t3d::snapshot(&out), expected);
+}
+
+TEST(BoxFilters, MovingAverageRoundsHalfUp) {
+    Vol in(1, 1, 3), out(1, 1, 3);
+    in.uc(0, 0, 1) = 1, in.uc(0, 0, 2) = 1;
+    ASSERT_EQ(mov_ave3(&in, &out, 1, 1, 3), 0);
+    EXPECT_EQ(out.uc(0, 0, 1), 1);  // 0.667 + 0.5
+    in.uc(0, 0, 1) = 0;
+    ASSERT_EQ(mov_ave3(&in, &out, 1, 1, 3), 0);
+    EXPECT_EQ(out.uc(0, 0, 1), 0);
+    in.uc(0, 0, 1) = 2;  // 1.0 exactly
+    ASSERT_EQ(mov_ave3(&in, &out, 1, 1, 3), 0);
+    EXPECT_EQ(out.uc(0, 0, 1), 1);
+}
+
+// In place, the per-voxel formulations read voxels already replaced, in scan order.
+void in_place_reference(Volume* v, int wz, int wy, int wx, const Rule& rule) {
+    const int n = v->colortype == 1 ? 1 : 3;
+    for (int c = 0; c < n; ++c)
+        for (int z = v->z1 + wz / 2; z < v->z2 - wz / 2; ++z)
+            for (int y = v->y1 + wy / 2; y < v->y2 - wy / 2; ++y)
+                for (int x = v->x1 + wx / 2; x < v->x2 - wx / 2; ++x) {
+                    Values w;
+                    for (int dz = -wz / 2; dz <= wz / 2; ++dz)
+                        for (int dy = -wy / 2; dy <= wy / 2; ++dy)
+                            for (int dx = -wx / 2; dx <= wx / 2; ++dx)
+                                w.push_back(v->data[c].uc[z + dz][y + dy][x + dx]);
+                    v->data[c].uc[z][y][x] = static_cast<unsigned char>(rule(w, v->data[c].uc[z][y][x]));
+                }
+}
+
+TEST(BoxFilters, InPlaceReadsReplacedValues) {
+    for (auto [filter, rule] : {std::pair{median3, kMedian}, std::pair{mov_ave3, kMean}}) {
+        Case a(8), b(8);
+        ASSERT_EQ(filter(&a.in, &a.in, 3, 3, 5), 0);
+        in_place_reference(&b.in, 3, 3, 5, rule);
+        EXPECT_EQ(t3d::snapshot(&a.in), t3d::snapshot(&b.in));
+    }
+    // the running maximum reads the whole input before it writes
+    Case m(9);
+    const auto expected = reference(&m.in, &m.in, 3, 5, 3, kMax);
+    ASSERT_EQ(run_max3(&m.in, &m.in, 3, 5, 3), 0);
+    EXPECT_EQ(t3d::snapshot(&m.in), expected);
+    // the running median in place stays within its histogram and ends
+    Case r(10, 4);
+    EXPECT_EQ(run_median3(&r.in, &r.in, 5, 7, 9), 0);
+}
+
+TEST(WeightedMedian, AllOnesIsTheMedianEvenSumsAverage) {
+    Case t(11), u(11);
+    Vol weights(3, 3, 5);
+    const float one = 1;
+    ASSERT_EQ(ClearVolume(&weights, &one), 0);
+    weights.voi(1, 2, 1, 2, 1, 2);  // the weights' VOI is ignored
+    ASSERT_EQ(wei_median3(&t.in, &t.out, &weights), 0);
+    ASSERT_EQ(median3(&u.in, &u.out, 3, 3, 5), 0);
+    EXPECT_EQ(t3d::snapshot(&t.out), t3d::snapshot(&u.out));
+
+    // weights 0..3 including an even total: the two middle values averaged, truncated
+    t3d::fill_random(&weights, 4, 4);
+    std::vector<int> wv;
+    for (int z = 0; z < 3; ++z)
+        for (int y = 0; y < 3; ++y)
+            for (int x = 0; x < 5; ++x) wv.push_back(weights.uc(z, y, x));
+    const Rule weighted = [&](const Values& v, int) {
+        Values all;
+        for (size_t i = 0; i < v.size(); ++i) all.insert(all.end(), wv[i], v[i]);
+        all = sorted(all);
+        const size_t s = all.size();
+        return s % 2 ? all[s / 2] : (all[s / 2 - 1] + all[s / 2]) / 2;
+    };
+    for (int extra : {0, 1}) {  // make the total odd and even
+        weights.uc(0, 1, 2) = static_cast<unsigned char>(wv[7] + extra);
+        wv[7] += extra;
+        Case c(12 + extra);
+        const auto expected = reference(&c.in, &c.out, 3, 3, 5, weighted);
+        ASSERT_EQ(wei_median3(&c.in, &c.out, &weights), 0);
+        EXPECT_EQ(t3d::snapshot(&c.out), expected);
+    }
+}
+
+TEST(WeightedMedian, ChecksTheWeights) {
+    Case t(13);
+    Vol zero(3, 3, 3), even(3, 2, 3), rgb(3, 3, 3, 1, 2), big(7, 3, 3), small_out(7, 9, 10, 1, 2);
+    const auto before = t3d::snapshot(&t.out);
+    EXPECT_EQ(wei_median3(&t.in, &t.out, &zero), -524);
+    EXPECT_EQ(wei_median3(&t.in, &t.out, &even), -24);
+    EXPECT_EQ(wei_median3(&t.in, &t.out, &big), -24);   // 7 frames > VOI's 5
+    EXPECT_EQ(wei_median3(&t.in, &small_out, &rgb), -503);  // weights checked before -520
+    EXPECT_EQ(wei_median3(&t.in, &small_out, &zero), -520);
+    EXPECT_EQ(wei_median3(&t.in, &t.out, nullptr), -501);
+    EXPECT_EQ(t3d::snapshot(&t.out), before);
+}
+
+TEST(MultistageMedian, MatchesBruteForce) {
+    const int n = 5, h = 2;
+    const Rule rule = [&](const Values& v, int centre) {
+        auto at = [&](int dz, int dy, int dx) { return v[((dz + h) * n + dy + h) * n + dx + h]; };
+        Values stats;
+        for (int line = 0; line < 7; ++line) {
+            Values l;
+            for (int i = 0; i < n; ++i) {
+                const int a = i - h, b = h - i;
+                const int d[7][3] = {{0, 0, a}, {a, 0, 0}, {0, a, 0}, {a, a, a},
+                                     {a, a, b}, {a, b, a}, {a, b, b}};
+                l.push_back(at(d[line][0], d[line][1], d[line][2]));
+            }
+            stats.push_back(sorted(l)[h]);
+        }
+        stats.push_back(centre);
+        stats = sorted(stats);
+        return (stats[3] + stats[4]) / 2;
+    };
+    Case t(14);
+    const auto expected = reference(&t.in, &t.out, n, n, n, rule);
+    ASSERT_EQ(multistage_median3(&t.in, &t.out, n), 0);
+    EXPECT_EQ(t3d::snapshot(&t.out), expected);
+    EXPECT_EQ(multistage_median3(&t.in, &t.out, 7), -24);  // beyond the VOI's 5 frames
+    EXPECT_EQ(multistage_median3(&t.in, &t.out, 4), -24);
+}
+
+TEST(LFilter, WeighsTheSortedWindowClampsAndRounds) {
+    Case t(15);
+    std::vector<float> coef(27);
+    for (int i = 0; i < 27; ++i) coef[i] = (i % 5 - 1.5f) * 0.173f;  // negative and large sums
+    const Rule rule = [&](const Values& v, int) {
+        const Values s = sorted(v);
+        float sum = 0;
+        for (size_t i = 0; i < s.size(); ++i) sum += coef[i] * static_cast<float>(s[i]);
+        if (sum < 0) sum = 0;
+        if (sum > 255) sum = 255;
+        return static_cast<int>(sum + 0.5);
+    };
+    const auto expected = reference(&t.in, &t.out, 3, 3, 3, rule);
+    ASSERT_EQ(l_filter3(&t.in, &t.out, coef.data(), 3, 3, 3), 0);
+    EXPECT_EQ(t3d::snapshot(&t.out), expected);
+}
+
+TEST(LocalAdaptive, BlendsCentreAndMeanByNoiseOverVariance) {
+    Case t(16);
+    const float noise = 300.0f;
+    const Rule rule = [&](const Values& v, int centre) {
+        long long s = 0, q = 0;
+        for (int x : v) s += x, q += x * x;
+        const float n = static_cast<float>(v.size());
+        const float mean = s / n, var = q / n - mean * mean;
+        float r = mean;
+        if (!(var < 0.0001)) {
+            const float k = std::min(noise / var, 1.0f);
+            r = (1 - k) * centre + k * mean;
+        }
+        return std::clamp(static_cast<int>(r + 0.5), 0, 255);
+    };
+    const auto expected = reference(&t.in, &t.out, 3, 5, 3, rule);
+    ASSERT_EQ(local_adapt_filt3(&t.in, &t.out, noise, 3, 5, 3), 0);
+    EXPECT_EQ(t3d::snapshot(&t.out), expected);
+
+    // noise 0 returns the centre; a flat window returns its mean
+    Case u(17);
+    ASSERT_EQ(local_adapt_filt3(&u.in, &u.out, 0.0f, 3, 3, 3), 0);
+    EXPECT_EQ(u.out.uc(3, 5, 5, 1), u.in.uc(3, 5, 5, 1));
+    Vol flat(3, 3, 3), out(3, 3, 3);
+    const float v = 77;
+    ASSERT_EQ(ClearVolume(&flat, &v), 0);
+    ASSERT_EQ(local_adapt_filt3(&flat, &out, 5.0f, 3, 3, 3), 0);
+    EXPECT_EQ(out.uc(1, 1, 1), 77);
+}
+
+TEST(BoxFilters, CheckOrderAndNothingWrittenOnFailure) {
+    Case t(18);
+    Vol f(7, 9, 11, 2, 2), grey(8, 10, 12), small_out(7, 9, 10, 1, 2);
+    const float coef[27] = {};
+    const auto before = t3d::snapshot(&t.out);
+    using Call = std::function<int(Volume*, Volume*, int, int, int)>;
+    const Call calls[] = {
+        mov_ave3, median3, run_median3, run_max3, run_min3,
+        [&](Volume* a, Volume* b, int z, int y, int x) { return l_filter3(a, b, coef, z, y, x); },
+        [](Volume* a, Volume* b, int z, int y, int x) { return local_adapt_filt3(a, b, 1, z, y, x); },
+    };
+    for (const Call& call : calls) {
+        EXPECT_EQ(call(nullptr, &t.out, 3, 3, 3), -501);
+        EXPECT_EQ(call(&f, &t.out, 3, 3, 3), -502);
+        EXPECT_EQ(call(&t.in, &f, 3, 3, 3), -502);
+        EXPECT_EQ(call(&t.in, &small_out, 2, 3, 3), -520);
+        EXPECT_EQ(call(&t.in, &grey, 2, 3, 3), -523);
+        EXPECT_EQ(call(&t.in, &t.out, 2, 3, 3), -24);
+        EXPECT_EQ(call(&t.in, &t.out, 3, 3, 0), -24);
+        EXPECT_EQ(call(&t.in, &t.out, 7, 3, 3), -24);  // VOI extent 5 + 2
+        EXPECT_EQ(call(&t.in, &t.out, 3, 7, 11), -24);
+    }
+    EXPECT_EQ(l_filter3(&t.in, &small_out, nullptr, 2, 3, 3), -2);  // right after the volumes
+    EXPECT_EQ(local_adapt_filt3(&t.in, &t.out, -1.0f, 2, 3, 3), -90);
+    EXPECT_EQ(local_adapt_filt3(&t.in, &grey, -1.0f, 3, 3, 3), -523);
+    EXPECT_EQ(multistage_median3(&t.in, &small_out, 3), -520);
+    EXPECT_EQ(t3d::snapshot(&t.out), before);
+}
+
+TEST(Wiener, FilterAndChecks) {
+    Vol hre(2, 3, 4, 2), him(2, 3, 4, 2), psd(2, 3, 4, 2), dre(2, 3, 4, 2), dim(2, 3, 4, 2);
+    uint32_t seed = 20;
+    for (Volume* v : {psd.get(), dre.get(), dim.get(), hre.get()}) t3d::fill_random(v, seed++);
+    hre.voi(1, 2, 0, 3, 1, 4);
+    const auto outside = t3d::snapshot(&hre);
+    ASSERT_EQ(wienerfrequency3(&hre, &him, &psd, &dre, &dim, 2.5f), 0);
+    for (int y = 0; y < 3; ++y)
+        for (int x = 1; x < 4; ++x) {
+            const float a = dre.f(1, y, x), b = dim.f(1, y, x), p = psd.f(1, y, x);
+            const float g = p / ((a * a + b * b) * p + 2.5f);
+            EXPECT_EQ(hre.f(1, y, x), g * a);
+            EXPECT_EQ(him.f(1, y, x), -g * b);
+        }
+    EXPECT_EQ(hre.f(0, 1, 1), outside[1 * 4 + 1]);
+    EXPECT_EQ(hre.f(1, 1, 0), outside[12 + 4]);
+
+    Vol small(2, 3, 3, 2), uc(2, 3, 4), rgb(2, 3, 4, 2, 2);
+    EXPECT_EQ(wienerfrequency3(&hre, &him, &psd, &dre, &uc, 1), -502);
+    EXPECT_EQ(wienerfrequency3(&hre, &him, &rgb, &dre, &dim, 1), -503);
+    EXPECT_EQ(wienerfrequency3(&hre, &small, &psd, &dre, &dim, 1), -520);
+    EXPECT_EQ(wienerfrequency3(&hre, &him, &psd, &small, &dim, 1), -521);
+    EXPECT_EQ(wienerfrequency3(&hre, &him, &psd, &dre, &dim, -1), -90);
+}
+
+}  // namespace

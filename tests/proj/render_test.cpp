@@ -1,0 +1,333 @@
+// Projection renderers against direct computations over the VOI.
+#include <algorithm>
+#include <cmath>
+#include <functional>
+
+#include "core/parallel.h"
+#include "support.h"
+#include "tests/proj/picture.h"
+
+namespace {
+
+using t3d::Picture;
+using t3d::Vol;
+
+const unsigned char kZero[3] = {0, 0, 0};
+
+// Along +y, as the 2d renderers see a frame at angle 0: the reduction of every (z, x) column.
+struct Column {
+    int max = 0, last_above = 0, count = 0;
+    float sum = 0;
+};
+Column column(Vol& v, int z, int x, unsigned char thr, int c = 0) {
+    Column out;
+    for (int y = v->y1; y < v->y2; ++y) {
+        const int s = v.uc(z, y, x, c);
+        out.max = std::max(out.max, s);
+        out.sum += s;
+        ++out.count;
+        if (s > thr) out.last_above = s;
+    }
+    return out;
+}
+
+// A VOI-sized picture at angle 0, and one with a margin
+// of one row and two columns on every side: the box centred, the first frame at the bottom.
+TEST(Projection, AxisAlignedAgainstDirectReductions) {
+    Vol v(7, 9, 11);
+    t3d::fill_random(&v, 3);
+    v.voi(1, 6, 2, 8, 3, 9);  // 5 x 6 x 6
+    const unsigned char thr = 140;
+    for (int margin = 0; margin <= 1; ++margin) {
+        const int H = 5 + 2 * margin, W = 6 + 4 * margin;
+        Picture mx(H, W), mean(H, W), th(H, W);
+        ASSERT_EQ(ProvoliMax2d(&v, mx.image(), H, W, 0, 0), 0);
+        ASSERT_EQ(ProvoliAvrg2d(&v, mean.image(), H, W, 0, 0), 0);
+        ASSERT_EQ(Provoli2d(&v, th.image(), H, W, 0, 0, &thr), 0);
+        for (int r = 0; r < H; ++r)
+            for (int c = 0; c < W; ++c) {
+                const int z = 1 + (H - 1 - margin - r), x = 3 + c - 2 * margin;
+                const bool in = z >= 1 && z < 6 && x >= 3 && x < 9;
+                const Column e = in ? column(v, z, x, thr) : Column{};
+                SCOPED_TRACE(testing::Message() << "margin " << margin << " pixel " << r << "," << c);
+                EXPECT_EQ(mx.at(r, c), e.max);
+                EXPECT_EQ(mean.at(r, c), in ? static_cast<int>(e.sum / static_cast<float>(e.count)) : 0);
+                EXPECT_EQ(th.at(r, c), e.last_above);
+            }
+    }
+}
+
+// Elevation 90 looks down along +z: rows run along +y, columns along +x.
+TEST(Projection, TopViewReducesFrames) {
+    Vol v(6, 5, 7);
+    t3d::fill_random(&v, 4);
+    v.voi(1, 5, 0, 5, 1, 6);
+    Picture mx(5, 5), mean(5, 5);
+    ASSERT_EQ(ProvoliMax3d(&v, mx.image(), 5, 5, 0, 90, 0), 0);
+    ASSERT_EQ(ProvoliAvrg3d(&v, mean.image(), 5, 5, 0, 90, 0), 0);
+    for (int y = 0; y < 5; ++y)
+        for (int x = 1; x < 6; ++x) {
+            int best = 0;
+            float sum = 0;
+            for (int z = 1; z < 5; ++z) best = std::max<int>(best, v.uc(z, y, x)), sum += v.uc(z, y, x);
+            EXPECT_EQ(mx.at(y, x - 1), best) << y << "," << x;
+            EXPECT_EQ(mean.at(y, x - 1), static_cast<int>(sum / 4.0f)) << y << "," << x;
+        }
+}
+
+// The frames turned by 90 degrees: r[z][y][x] = v[z][Y-1-x][y], of size Z x X x Y.
+void turn_frames(Vol& v, Vol& r) {
+    for (int z = 0; z < v->Z; ++z)
+        for (int y = 0; y < r->Y; ++y)
+            for (int x = 0; x < r->X; ++x) r.uc(z, y, x) = v.uc(z, v->Y - 1 - x, y);
+}
+
+using Render2d = std::function<int(Volume*, Image2d, int, int, int)>;
+
+TEST(Projection, QuarterTurnsMatchTurnedVolumes) {
+    const unsigned char thr = 120;
+    const Render2d renderers[] = {
+        [](Volume* v, Image2d im, int H, int W, int a) { return ProvoliMax2d(v, im, H, W, a, 0); },
+        [](Volume* v, Image2d im, int H, int W, int a) { return ProvoliAvrg2d(v, im, H, W, a, 0); },
+        [&](Volume* v, Image2d im, int H, int W, int a) { return Provoli2d(v, im, H, W, a, 0, &thr); },
+    };
+    for (int Y : {6, 7}) {  // even and odd extents
+        Vol v(4, Y, 9);
+        t3d::fill_random(&v, 5 + Y);
+        Vol t1(4, 9, Y), t2(4, Y, 9), t3(4, 9, Y);
+        turn_frames(v, t1);
+        turn_frames(t1, t2);
+        turn_frames(t2, t3);
+        Volume* turned[] = {v.get(), t1.get(), t2.get(), t3.get()};
+        for (const auto& render : renderers)
+            for (int k = 1; k < 4; ++k) {
+                const int W = turned[k]->X;
+                Picture a(4, W), b(4, W);
+                ASSERT_EQ(render(&v, a.image(), 4, W, 90 * k), 0);
+                ASSERT_EQ(render(turned[k], b.image(), 4, W, 0), 0);
+                EXPECT_EQ(a.pixels(), b.pixels()) << "Y " << Y << " angle " << 90 * k;
+            }
+    }
+}
+
+TEST(Projection, LoneVoxelAboveThresholdIsDrawnInItsFrameRowOnly) {
+    Vol v(5, 6, 7);
+    v.uc(3, 2, 4) = 90;
+    const unsigned char thr = 50;
+    Picture p(5, 7);
+    ASSERT_EQ(Provoli2d(&v, p.image(), 5, 7, 0, 0, &thr), 0);
+    for (int r = 0; r < 5; ++r)
+        for (int c = 0; c < 7; ++c) EXPECT_EQ(p.at(r, c), r == 5 - 1 - 3 && c == 4 ? 90 : 0);
+}
+
+TEST(Projection, ThresholdOf255GivesBlack) {
+    Vol v(8, 8, 8), rgb(8, 8, 8, 1, 2);
+    t3d::fill_random(&v, 6);
+    t3d::fill_random(&rgb, 7);
+    const unsigned char all[3] = {255, 255, 255};
+    Picture a(12, 12), b(12, 12), c(12, 12, 2);
+    ASSERT_EQ(Provoli2d(&v, a.image(), 12, 12, 33, 0, all), 0);
+    ASSERT_EQ(Provoli3d(&v, b.image(), 12, 12, 33, -40, 0, all), 0);
+    ASSERT_EQ(Provoli3d(&rgb, c.image(), 12, 12, 10, 20, 0, all), 0);
+    EXPECT_TRUE(a.all(0));
+    EXPECT_TRUE(b.all(0));
+    EXPECT_TRUE(c.all(0));
+}
+
+TEST(Projection, TrimCentresTheNonZeroBoundingBox) {
+    Vol v(9, 9, 9);
+    v.uc(1, 2, 1) = 10;  // bounding box z 1..2, y 2..6, x 1..3
+    v.uc(2, 6, 3) = 30;
+    v.uc(2, 4, 2) = 20;
+    Picture trimmed(3, 5), whole(3, 5);
+    ASSERT_EQ(ProvoliMax2d(&v, trimmed.image(), 3, 5, 0, 1), 0);
+    ASSERT_EQ(ProvoliMax2d(&v, whole.image(), 3, 5, 0, 0), 0);
+    // trimmed: 2 frames x 3 columns centred in 3 x 5 (rows 1..2 from the top... z 2 above z 1)
+    const unsigned char expect[3][5] = {{0, 0, 0, 0, 0}, {0, 0, 20, 30, 0}, {0, 10, 0, 0, 0}};
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 5; ++c) EXPECT_EQ(trimmed.at(r, c), expect[r][c]) << r << "," << c;
+    // whole VOI: frame 4 (centre) in the middle row and columns 2..6; frames 1 and 2 fall outside
+    EXPECT_TRUE(whole.all(0));
+
+    Vol empty(4, 4, 4);
+    Picture p(4, 4);
+    EXPECT_EQ(ProvoliAvrg3d(&empty, p.image(), 4, 4, 20, 30, 1), 0);
+    EXPECT_TRUE(p.all(0));
+}
+
+TEST(Projection, ColourRules) {
+    Vol v(3, 4, 5, 1, 2);
+    // one ray (z 1, x 2) holds a sample above the threshold on the green channel only
+    v.uc(1, 1, 2, 0) = 5, v.uc(1, 1, 2, 1) = 200, v.uc(1, 1, 2, 2) = 7;
+    v.uc(1, 3, 2, 0) = 60, v.uc(1, 3, 2, 2) = 90;  // above on no channel
+    const unsigned char thr[3] = {100, 100, 100};
+    Picture th(3, 5, 2), mx(3, 5, 2), mean(3, 5, 2);
+    ASSERT_EQ(Provoli2d(&v, th.image(), 3, 5, 0, 0, thr), 0);
+    ASSERT_EQ(ProvoliMax2d(&v, mx.image(), 3, 5, 0, 0), 0);
+    ASSERT_EQ(ProvoliAvrg2d(&v, mean.image(), 3, 5, 0, 0), 0);
+    EXPECT_EQ(th.at(1, 2, 0), 5);
+    EXPECT_EQ(th.at(1, 2, 1), 200);
+    EXPECT_EQ(th.at(1, 2, 2), 7);
+    EXPECT_EQ(mx.at(1, 2, 0), 60);  // per channel independently
+    EXPECT_EQ(mx.at(1, 2, 1), 200);
+    EXPECT_EQ(mx.at(1, 2, 2), 90);
+    EXPECT_EQ(mean.at(1, 2, 0), 16);  // 65 / 4
+    EXPECT_EQ(mean.at(1, 2, 1), 50);
+    EXPECT_EQ(mean.at(1, 2, 2), 24);  // 97 / 4
+}
+
+TEST(Projection, ObliqueViewsDoNotDependOnTheThreadCount) {
+    Vol v(20, 24, 28);
+    t3d::fill_random(&v, 8);
+    const unsigned char thr = 200;
+    for (int threads : {1, 2, 4}) {
+        v3d::set_thread_count(threads);
+        Picture a(40, 44), b(40, 44), c(40, 44);
+        ASSERT_EQ(ProvoliMax3d(&v, a.image(), 40, 44, 37, 23, 0), 0);
+        ASSERT_EQ(ProvoliAvrg3d(&v, b.image(), 40, 44, 37, 23, 0), 0);
+        ASSERT_EQ(Provoli3d(&v, c.image(), 40, 44, 37, 23, 0, &thr), 0);
+        static std::vector<unsigned char> first[3];
+        if (threads == 1) {
+            first[0] = a.pixels(), first[1] = b.pixels(), first[2] = c.pixels();
+        } else {
+            EXPECT_EQ(a.pixels(), first[0]);
+            EXPECT_EQ(b.pixels(), first[1]);
+            EXPECT_EQ(c.pixels(), first[2]);
+        }
+    }
+    v3d::set_thread_count(0);
+}
+
+// A cube seen along any direction covers the centre of the picture, every value is a voxel
+// value of the cube, and the picture does not reach beyond the cube's shadow.
+TEST(Projection, ObliqueMaximumStaysInsideTheShadowOfTheBox) {
+    Vol v(9, 9, 9);
+    for (int z = 0; z < 9; ++z)
+        for (int y = 0; y < 9; ++y)
+            for (int x = 0; x < 9; ++x) v.uc(z, y, x) = 100;
+    for (int az : {0, 17, 45, 130, 200, 333})
+        for (int el : {-60, 0, 35, 89}) {
+            Picture p(31, 31);
+            ASSERT_EQ(ProvoliMax3d(&v, p.image(), 31, 31, az, el, 0), 0);
+            EXPECT_EQ(p.at(15, 15), 100) << az << "," << el;
+            for (int r = 0; r < 31; ++r)
+                for (int c = 0; c < 31; ++c) {
+                    EXPECT_TRUE(p.at(r, c) == 0 || p.at(r, c) == 100);
+                    // the cube's shadow lies within its circumscribed circle (radius ~7.8)
+                    if (std::hypot(r - 15, c - 15) > 9.5) {
+                        EXPECT_EQ(p.at(r, c), 0) << r << "," << c;
+                    }
+                }
+        }
+}
+
+// A ramp whose surface recedes by one sample per column: every term is 1 / sqrt(2).
+void make_ramp(Vol& v, unsigned char value) {
+    for (int z = 0; z < v->Z; ++z)
+        for (int y = 0; y < v->Y; ++y)
+            for (int x = 0; x < v->X; ++x)
+                if (y >= x) v.uc(z, y, x) = value;
+}
+
+TEST(Projection, SurfaceShadingAndDepthCue) {
+    Vol ramp(4, 8, 6);
+    make_ramp(ramp, 200);
+    const unsigned char thr = 100;
+    Picture flat(4, 6), cued(4, 6);
+    ASSERT_EQ(Provoli3dSurface(&ramp, flat.image(), 4, 6, 0, 0, 0, &thr, 0), 0);
+    ASSERT_EQ(Provoli3dSurface(&ramp, cued.image(), 4, 6, 0, 0, 0, &thr, 1), 0);
+    for (int r = 0; r < 4; ++r)
+        for (int c = 0; c < 6; ++c) {
+            EXPECT_EQ(flat.at(r, c), 180) << r << "," << c;  // 255 / sqrt(2)
+            const double w = 1.0 - 0.75 * c / 5.0;
+            EXPECT_EQ(cued.at(r, c), static_cast<int>(std::floor(255.0 / std::sqrt(2.0) * w + 0.5)));
+        }
+    // A slab facing the viewer is fully lit; rays that meet nothing above the threshold stay 0.
+    Vol slab(3, 5, 5);
+    for (int z = 0; z < 3; ++z)
+        for (int x = 1; x < 5; ++x) slab.uc(z, 2, x) = 150;
+    Picture s(3, 5);
+    ASSERT_EQ(Provoli3dSurface(&slab, s.image(), 3, 5, 0, 0, 0, &thr, 1), 0);
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 5; ++c) EXPECT_EQ(s.at(r, c), c == 0 ? 0 : 255);
+}
+
+TEST(Projection, SurfaceColourModulatesTheSurfaceVoxel) {
+    Vol slab(3, 5, 5, 1, 2);
+    for (int z = 0; z < 3; ++z)
+        for (int x = 0; x < 5; ++x) {
+            slab.uc(z, 1, x, 0) = 200, slab.uc(z, 1, x, 1) = 120, slab.uc(z, 1, x, 2) = 40;
+            slab.uc(z, 3, x, 0) = 255;  // behind the front face: hidden
+        }
+    const unsigned char thr[3] = {150, 150, 150};  // only red exceeds: any channel decides
+    Picture p(3, 5, 2);
+    ASSERT_EQ(Provoli3dSurfaceColor(&slab, p.image(), 3, 5, 0, 0, 0, thr, 0), 0);
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 5; ++c) {
+            EXPECT_EQ(p.at(r, c, 0), 200);
+            EXPECT_EQ(p.at(r, c, 1), 120);
+            EXPECT_EQ(p.at(r, c, 2), 40);
+        }
+}
+
+TEST(Projection, BinarySilhouetteAndDepthShading) {
+    Vol ramp(4, 8, 6);
+    make_ramp(ramp, 255);
+    ramp.uc(0, 0, 5) = 0;
+    Picture sil(4, 6), depth(4, 6);
+    ASSERT_EQ(Provoli2dBinary(&ramp, sil.image(), 4, 6, 0, 0, 0), 0);
+    ASSERT_EQ(Provoli3dBinary(&ramp, depth.image(), 4, 6, 0, 0, 0, 1), 0);
+    EXPECT_TRUE(sil.all(255));
+    for (int r = 0; r < 4; ++r)
+        for (int c = 0; c < 6; ++c)  // depth grows by one per column: 255 .. 55 in steps of 40
+            EXPECT_EQ(depth.at(r, c), 255 - 40 * c) << r << "," << c;
+    Vol empty(3, 3, 3);
+    Picture none(3, 3);
+    ASSERT_EQ(Provoli2dBinary(&empty, none.image(), 3, 3, 0, 0, 1), 0);
+    EXPECT_TRUE(none.all(0));
+}
+
+// Every renderer with the same arguments but one fault; the picture must stay untouched.
+TEST(Projection, ChecksInOrderAndNothingWrittenOnFailure) {
+    Vol v(4, 5, 6), f(4, 5, 6, 2), rgb(4, 5, 6, 1, 2);
+    t3d::fill_random(&v, 9);
+    Picture p(6, 6), colour(6, 6, 2);
+    const unsigned char thr[3] = {10, 10, 10};
+    using Call = std::function<int(Volume*, Image2d, int, int)>;
+    const Call calls[] = {
+        [&](Volume* in, Image2d im, int H, int W) { return Provoli2d(in, im, H, W, 10, 0, thr); },
+        [&](Volume* in, Image2d im, int H, int W) { return Provoli3d(in, im, H, W, 10, 5, 0, thr); },
+        [&](Volume* in, Image2d im, int H, int W) { return ProvoliAvrg2d(in, im, H, W, 10, 0); },
+        [&](Volume* in, Image2d im, int H, int W) { return ProvoliAvrg3d(in, im, H, W, 10, 5, 1); },
+        [&](Volume* in, Image2d im, int H, int W) { return ProvoliMax2d(in, im, H, W, 10, 0); },
+        [&](Volume* in, Image2d im, int H, int W) { return ProvoliMax3d(in, im, H, W, 10, 5, 0); },
+        [&](Volume* in, Image2d im, int H, int W) { return Provoli2dBinary(in, im, H, W, 10, 0, 0); },
+        [&](Volume* in, Image2d im, int H, int W) { return Provoli3dBinary(in, im, H, W, 10, 5, 0, 1); },
+        [&](Volume* in, Image2d im, int H, int W) { return Provoli3dSurface(in, im, H, W, 10, 5, 0, thr, 1); },
+        [&](Volume* in, Image2d im, int H, int W) { return Provoli3dSurfaceColor(in, im, H, W, 10, 5, 0, thr, 0); },
+    };
+    unsigned char** missing_blue[3] = {colour.image()[0], colour.image()[1], nullptr};
+    for (const auto& call : calls) {
+        EXPECT_EQ(call(nullptr, p.image(), 6, 6), -501);
+        EXPECT_EQ(call(&f, p.image(), 6, 6), -502);
+        EXPECT_EQ(call(&v, nullptr, 0, 6), -1);           // image before sizes
+        EXPECT_EQ(call(&rgb, missing_blue, 6, 6), -1);  // every channel pointer
+        EXPECT_EQ(call(&v, p.image(), 0, 6), -90);
+        EXPECT_EQ(call(&v, p.image(), 6, -1), -90);
+        EXPECT_TRUE(p.all(77));
+        EXPECT_TRUE(colour.all(77));
+    }
+    EXPECT_EQ(Provoli2d(&v, p.image(), 6, 6, 0, 0, nullptr), -90);
+    EXPECT_EQ(Provoli3dSurface(&v, p.image(), 6, 6, 0, 0, 0, nullptr, 0), -90);
+    EXPECT_EQ(Provoli2dBinary(&v, p.image(), 6, 6, 0, 0, 2), -90);
+    EXPECT_EQ(Provoli3dBinary(&v, p.image(), 6, 6, 0, 0, 0, -1), -90);
+    EXPECT_TRUE(p.all(77));
+    // the depth volume is created before the picture is cleared (a lying H x W: never written)
+    EXPECT_EQ(Provoli3dSurface(&v, p.image(), 1 << 20, 1 << 20, 0, 0, 0, thr, 0), -530);
+    EXPECT_TRUE(p.all(77));
+    v.voi(0, 5, 0, 5, 0, 6);  // beyond Z
+    EXPECT_EQ(ProvoliMax2d(&v, p.image(), 6, 6, 0, 0), -510);
+    EXPECT_TRUE(p.all(77));
+}
+
+}  // namespace

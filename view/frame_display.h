@@ -1,0 +1,94 @@
+// The frame display window (class child_3D): one frame of a volume at a time in its image pane
+// (class display, with scroll bars), a bar of six buttons under it (play backward 11, previous
+// 14, stop 12, next 13, play forward 10, back and forth 15), Zoom In/Out in the system menu.
+// The window shows a volume it does not own; freedisWin closes it before the volume goes.
+#pragma once
+
+#include <QAbstractScrollArea>
+#include <QImage>
+#include <QWidget>
+
+#include "vexilo3d.h"
+
+class QToolButton;
+
+namespace view {
+
+class FrameDisplay;
+
+// The image pane: the current frame sampled every step-th voxel from the scroll position.
+class DisplayPane : public QAbstractScrollArea {
+    Q_OBJECT
+public:
+    explicit DisplayPane(FrameDisplay* owner);
+    // The voxel under a viewport position; false outside the frame.
+    bool voxel_at(QPoint pos, int& x, int& y) const;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void scrollContentsBy(int dx, int dy) override;
+    void leaveEvent(QEvent* event) override;
+
+private:
+    FrameDisplay* owner_;
+};
+
+class FrameDisplay : public QWidget {
+    Q_OBJECT
+public:
+    static constexpr int kButtonBarHeight = 21;
+    static constexpr int kMinClientWidth = 192;
+    static constexpr int kMaxStep = 64;
+
+    // mode: 2 black-and-white, 1 colour, 0 plain; available: the area the pane may take;
+    // buttons: 6 for the ordinary display, 2 (previous, next) for contour following.
+    FrameDisplay(Volume* vol, int mode, int first, int last, double delay, QSize available,
+                 int buttons = 6, QWidget* parent = nullptr);
+
+    Volume* volume() const { return vol_; }
+    int mode() const { return mode_; }
+    int first() const { return first_; }
+    int last() const { return last_; }
+    int current() const { return current_; }
+    int step() const { return step_; }
+    double delay() const { return delay_; }
+    DisplayPane* pane() const { return pane_; }
+    QSize visible_size() const { return visible_; }
+    QSize scroll_ranges() const { return ranges_; }
+
+    // A button of the bar (10..15).
+    void command(int id);
+    void zoom_in();
+    void zoom_out();
+    // Repaints the pane (the volume's voxels changed).
+    void refresh();
+    // The visible part of the current frame as the pane paints it.
+    QImage frame_image() const;
+
+signals:
+    // The current frame changed by stepping (contour following steps its partner along).
+    void stepped(int frame);
+
+private:
+    void relayout();
+    void retitle();
+    void step_to(int frame);
+    // Plays from the current frame towards the end of the range (dir +1) or its start (-1);
+    // true when a click stopped it.
+    bool play(int dir);
+
+    Volume* vol_;
+    int mode_, first_, last_, current_;
+    double delay_;
+    int step_ = 1;
+    QSize available_;
+    QSize visible_, ranges_;
+    DisplayPane* pane_;
+    QWidget* bar_;
+    QList<QToolButton*> buttons_;
+    bool playing_ = false;
+};
+
+}  // namespace view
