@@ -75,7 +75,7 @@ struct VolumeSpec {
     int type = 1, colortype = 1, skip = 0;
 };
 
-// Reads the spec of role ("in", "in2", "se" ...) from its options; roles other than "in" take
+// Reads the file description of role ("in", "in2", "se" ...) from its options; roles other than "in" take
 // any option they lack from "in". Does not open the file.
 VolumeSpec volume_spec(const Args& args, const std::string& role);
 
