@@ -26,10 +26,10 @@ void padded_frames(const CommandContext& c, int& Z, int&, int&) {
 void add_resize_commands(std::vector<CommandSpec>& rows) {
     rows.push_back({.id = 1150, .text = "Uniform &Zooming", .typemask = 1, .colormask = 3,
                     .values = {res::kZoomingFactor, {res::kZoomFactor}}, .out_type = kSameType,
-                    .out_dims = times_factor, .op = nullptr});  // factor_op<zoom3d>
+                    .out_dims = times_factor, .op = factor_op<zoom3d>});
     rows.push_back({.id = 1151, .text = "Uniform &Decimation", .typemask = 1, .colormask = 3,
                     .values = {res::kDecimationFactor, {res::kDecimFactor}},
-                    .out_type = kSameType, .out_dims = by_factor, .op = nullptr});  // factor_op<decim3>
+                    .out_type = kSameType, .out_dims = by_factor, .op = factor_op<decim3>});
     // "Interpolation Options" captioned "3D Interpolation Options"
     rows.push_back({.id = 1152, .text = "3D &Interpolation/Decimation", .typemask = 1,
                     .colormask = 3, .out_type = kSameType, .in_place = false,
@@ -42,7 +42,7 @@ void add_resize_commands(std::vector<CommandSpec>& rows) {
                     .op = nullptr});  // FrameInterpolationBinary
     rows.push_back({.id = 1155, .text = "Zero Frame &Padding", .typemask = 1, .colormask = 3,
                     .values = {res::kPaddingFactor, {res::kPadFactor}}, .out_type = kSameType,
-                    .out_dims = padded_frames, .op = nullptr});  // factor_op<FrameZeroPadding>
+                    .out_dims = padded_frames, .op = factor_op<FrameZeroPadding>});
 }
 
 }  // namespace app
