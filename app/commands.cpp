@@ -136,7 +136,7 @@ void report(const CommandSpec& spec, CommandContext& c) {
 // the command ends here (cancelled, declined, or an error shown).
 bool select_output(int caption, const Volume* in, bool in_place, int Z, int Y, int X, int type,
                    int color, bool exact, Volume*& out, bool& created,
-                   const Volume* first_out = nullptr) {
+                   const Volume* first_out = nullptr, bool as_chosen = false) {
     Selection so;
     if (!select_volume(SelectKind::Output, 7, 3, caption, res::kSelectOutput, so, Z, Y, X))
         return false;
@@ -148,6 +148,10 @@ bool select_output(int caption, const Volume* in, bool in_place, int Z, int Y, i
     }
     WaitCursor wait;
     created = false;
+    if (as_chosen) {
+        if (out->type) Z = out->Z, Y = out->Y, X = out->X;
+        else Z = so.Z, Y = so.Y, X = so.X;
+    }
     if (out->type == 0) {
         InitializeVolume(out, Z, Y, X, type, color);
         if (const int status = CreateVolume(out)) {
@@ -213,6 +217,7 @@ void run_pattern(const CommandSpec& spec) {
     }
     const ValueSpec values = spec.values_for && c.in ? spec.values_for(c.in) : spec.values;
     if (values.caption && !ask_values(values, c)) return;
+    if (spec.options && !spec.options(c)) return;
 
     bool created = false;
     if (spec.out_type != kNoOutput && c.in) {
@@ -221,7 +226,7 @@ void run_pattern(const CommandSpec& spec) {
         const int type = spec.out_type == kSameType ? c.in->type : spec.out_type;
         const int color = spec.out_color ? spec.out_color : c.in->colortype;
         if (!select_output(spec.out_caption, c.in, spec.in_place, Z, Y, X, type, color,
-                           !spec.at_least, c.out, created))
+                           !spec.at_least, c.out, created, nullptr, c.output_as_chosen))
             return;
     }
 

@@ -54,6 +54,8 @@ struct CommandSpec {
     VolumeSpec second;               // second input or auxiliary volume
     ValueSpec values;
     ValueSpec (*values_for)(Volume* in) = nullptr;  // values that depend on the input
+    // an options dialog after the values ("Interpolation Options" ...): false ends the command
+    bool (*options)(CommandContext& c) = nullptr;
     int out_type = kNoOutput;        // kNoOutput, kSameType, or 1, 2, 4
     int out_color = 0;               // 0: the input's
     // the output's Z, Y, X when they are not the input's (zooming by the factor asked ...)
@@ -78,6 +80,9 @@ struct CommandContext {
     std::vector<float> reals;        // ... or "%f"
     std::string message;             // result message of the operation
     Volume* created_further = nullptr;  // a further output that the command created
+    // the output keeps the dimensions chosen in its dialog (a new one) or its own (an existing
+    // one) instead of those the operation produces
+    bool output_as_chosen = false;
     int ival(int i) const { return i < static_cast<int>(ints.size()) ? ints[i] : 0; }
     float rval(int i) const { return i < static_cast<int>(reals.size()) ? reals[i] : 0.f; }
 };
