@@ -249,3 +249,142 @@ TEST_F(Wiring, EveryWiredRowGivesWhatItsOperatorGives) {
 
 }  // namespace
 }  // namespace t3d
+
+namespace t3d {
+namespace {
+
+void write_text(const QString& path, const char* text) {
+    QFile f(path);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write(text);
+}
+
+TEST_F(Wiring, WeightedMedianTakesItsWeightsFromTheFileOrAVolume) {
+    QTemporaryDir dir;
+    SetStartDirectory(dir.path().toLocal8Bit().constData());
+    Volume* in = input(kGrey);
+    Copy in_copy(in);
+    // no file: its message, and the output made for the command goes again
+    Answer from_file;
+    from_file.options.choice = 0;
+    ui.pick(slot(in)).pick_new().push(from_file);
+    window->action(1175)->trigger();
+    EXPECT_EQ(ui.log.back(), "message [VEXILO3D for Windows] (error) File WIN_UC3D.PAR not found");
+    EXPECT_EQ(GetVolumeByIndex(1)->type, 0);
+
+    // X 3, Y 3, Z 1, then the weights row by row
+    write_text(dir.filePath("WIN_UC3D.PAR"), "3\n3\n1\n1\n2\n1\n2\n3\n2\n1\n2\n1\n");
+    ui.pick(slot(in)).pick_new().push(from_file);
+    window->action(1175)->trigger();
+    EXPECT_TRUE(ui.logged("options: Select Weights Source"));
+    EXPECT_EQ(ui.log.back(), "message [VEXILO3D for Windows] (information) Coefficients from file "
+                             "WIN_UC3D.PAR have been loaded in Volume 2");
+    Volume* out = GetVolumeByIndex(1);
+    Volume* weights = GetVolumeByIndex(2);
+    ASSERT_EQ(weights->type, 1);
+    EXPECT_EQ(weights->Z, 1);
+    EXPECT_EQ(weights->X, 3);
+    EXPECT_EQ(weights->data[0].uc[0][1][1], 3);
+    EXPECT_STREQ(weights->name, "WIN_UC3D.PAR");
+    Vol expected(8, 8, 8);
+    ASSERT_EQ(wei_median3(in_copy.get(), expected.get(), weights), 0);
+    EXPECT_EQ(snapshot(out), snapshot(expected.get()));
+
+    // an existing volume as weights: a 1 x 1 x 3 row of ones, into the same output
+    Volume* row = make(1, 1, 3);
+    for (int x = 0; x < 3; ++x) row->data[0].uc[0][0][x] = 1;
+    Answer from_volume;
+    from_volume.options.choice = 1;
+    ui.log.clear();
+    ui.pick(slot(in)).pick(slot(out)).push(from_volume).pick(slot(row));
+    window->action(1175)->trigger();
+    EXPECT_TRUE(ui.logged("select other: Select Weights Volume"));
+    EXPECT_EQ(ui.requests.back().typemask, 1);
+    EXPECT_EQ(ui.requests.back().colormask, 1);
+    ASSERT_EQ(wei_median3(in_copy.get(), expected.get(), row), 0);
+    EXPECT_EQ(snapshot(out), snapshot(expected.get()));
+    SetStartDirectory(nullptr);
+}
+
+TEST_F(Wiring, LFilterReadsItsCoefficientsFromTheStartDirectory) {
+    QTemporaryDir dir;
+    SetStartDirectory(dir.path().toLocal8Bit().constData());
+    Volume* in = input(kGrey);
+    Copy in_copy(in);
+    write_text(dir.filePath("WIN_F3D.PAR"), "3\n1\n1\n0.25\n0.5\n");  // a value missing
+    ui.pick(slot(in)).pick_new();
+    window->action(1180)->trigger();
+    EXPECT_EQ(ui.log.back(),
+              "message [VEXILO3D for Windows] (error) Error in reading file WIN_F3D.PAR");
+    EXPECT_EQ(GetVolumeByIndex(1)->type, 0);
+
+    write_text(dir.filePath("WIN_F3D.PAR"), "3\n1\n1\n0.25\n0.5\n0.25\n");
+    ui.pick(slot(in)).pick_new();
+    window->action(1180)->trigger();
+    Vol expected(8, 8, 8);
+    const float coef[3] = {0.25f, 0.5f, 0.25f};
+    ASSERT_EQ(l_filter3(in_copy.get(), expected.get(), coef, 1, 1, 3), 0);
+    EXPECT_EQ(snapshot(GetVolumeByIndex(1)), snapshot(expected.get()));
+    // not in place
+    ui.pick(slot(in)).pick(slot(in));
+    window->action(1180)->trigger();
+    EXPECT_EQ(ui.log.back(), "error: -525");
+    SetStartDirectory(nullptr);
+}
+
+TEST_F(Wiring, RegionGrowStartsFromTheClickedSeeds) {
+    Volume* in = input(kGrey);
+    Copy in_copy(in);
+    Answer seeds;
+    seeds.seeds = {{1, 1, 1}, {6, 6, 6}};
+    ui.pick(slot(in)).values({"15"}).pick_new().push(seeds);
+    window->action(1201)->trigger();
+    Vol expected(8, 8, 8);
+    expected.uc(1, 1, 1) = expected.uc(6, 6, 6) = 255;
+    ASSERT_EQ(region3d_grow(in_copy.get(), expected.get(), 255, 15), 0);
+    EXPECT_EQ(snapshot(GetVolumeByIndex(1)), snapshot(expected.get()));
+}
+
+TEST_F(Wiring, OpenReadsImageSequencesWrittenByTheTablesWriters) {
+    QTemporaryDir dir;
+    for (const int format : {V3D_FORMAT_TIFF, V3D_FORMAT_BMP, V3D_FORMAT_PNM, V3D_FORMAT_TIFF_STACK}) {
+        const ImageSequenceFormat* f = GetImageSequenceFormat(format);
+        SCOPED_TRACE(f->name);
+        clear_table();
+        const int colortype = format == V3D_FORMAT_BMP ? 2 : 1;
+        Vol written(3, 5, 6, 1, colortype);
+        fill_random(written.get(), 11);
+        const std::string base = dir.filePath(f->name).toStdString() + "_";
+        ASSERT_EQ(f->write(written.get(), base.c_str(), 4, 3, f->extension), 0);
+        Answer a;
+        a.format.format = format;
+        if (f->single_file) a.format.file = base + "." + f->extension;
+        a.format.base = base;
+        a.format.first = f->single_file ? 0 : 4;
+        a.format.last = a.format.first + 2;
+        a.format.digits = 3;
+        a.format.exts[0] = f->extension;
+        ui.push(a).pick_new();
+        window->action(40003)->trigger();
+        EXPECT_EQ(ui.requests.back().X, 6);   // the dimensions found by the check
+        EXPECT_EQ(ui.requests.back().Y, 5);
+        Volume* v = GetVolumeByIndex(0);
+        ASSERT_EQ(v->type, 1);
+        EXPECT_EQ(v->colortype, colortype);
+        EXPECT_EQ(snapshot(v), snapshot(written.get()));
+        EXPECT_EQ(windows(v), 1);
+    }
+    // a missing frame is the check's status; nothing is asked after it
+    Answer missing;
+    missing.format.format = V3D_FORMAT_TIFF;
+    missing.format.base = dir.filePath("none_").toStdString();
+    missing.format.first = 1, missing.format.last = 2;
+    missing.format.exts[0] = "tif";
+    ui.log.clear();
+    ui.push(missing);
+    window->action(40003)->trigger();
+    EXPECT_EQ(ui.log.back(), "error: -1000");
+}
+
+}  // namespace
+}  // namespace t3d
