@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "app/commands.h"
+#include "app/state.h"
 #include "res/strings.h"
 
 namespace app {
@@ -70,6 +71,20 @@ int l_filter_op(CommandContext& c) {
     return l_filter3(c.in, c.out, weights.data(), coef->Z, coef->Y, coef->X);
 }
 
+// The histogram of the input, or its running sum, in a plot window titled with the slot.
+template <bool Cumulative>
+int histogram_op(CommandContext& c) {
+    std::vector<float> pdf(256), cdf(256);
+    float* channels[3] = {pdf.data(), nullptr, nullptr};
+    if (const int status = hist3(c.in, channels)) return status;
+    if (Cumulative) cdfhist3(pdf.data(), cdf.data());
+    const int title = Cumulative ? res::kHistogramCdf : res::kHistogramPdf;
+    if (!workspace() ||
+        !workspace()->open_plot(format_text(title, GetVolumeIndex(c.in)), Cumulative ? cdf : pdf))
+        return 723;
+    return 0;
+}
+
 }  // namespace
 
 void add_filter_commands(std::vector<CommandSpec>& rows) {
@@ -100,11 +115,10 @@ void add_filter_commands(std::vector<CommandSpec>& rows) {
                     .out_type = kSameType, .in_place = false, .op = l_filter_op});
     rows.push_back({.id = 1181, .text = "&Locally Adaptive Filter", .typemask = 1, .colormask = 3,
                     .values = kWindowNoise, .out_type = kSameType, .op = local_adapt_op});
-    // a plot window titled "Histogram of #%d Volume (pdf)" / "(cdf)"
     rows.push_back({.id = 1185, .text = "Histogram (&pdf)", .typemask = 1, .colormask = 1,
-                    .after = After::Nothing});  // hist3
+                    .op = histogram_op<false>, .after = After::Nothing});
     rows.push_back({.id = 1186, .text = "Histogram (&cdf)", .typemask = 1, .colormask = 1,
-                    .after = After::Nothing});  // hist3, cdfhist3
+                    .op = histogram_op<true>, .after = After::Nothing});
 }
 
 }  // namespace app

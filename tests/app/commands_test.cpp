@@ -201,9 +201,9 @@ TEST_F(Commands, MetricsReportWithTheirOwnCaptionAndTheInformationIcon) {
 
 TEST_F(Commands, MissingOperatorSaysSoWithoutAnyDialog) {
     make(2, 2, 2);
-    run(1185);
+    run(40007);
     ASSERT_EQ(ui.log.size(), 1u);
-    EXPECT_EQ(ui.log[0], "message [VEXILO3D for Windows] (information) Histogram (pdf) is not "
+    EXPECT_EQ(ui.log[0], "message [VEXILO3D for Windows] (information) View Sections is not "
                          "available yet: its operator is not part of this build.");
     EXPECT_TRUE(ui.answers.empty());
 }

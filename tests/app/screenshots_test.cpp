@@ -65,6 +65,9 @@ TEST_F(Screenshots, SampleVolumeThroughTheMenu) {
     e->parentWidget()->move(660, 0);
     for (const auto& l : ui.log) std::printf("  %s\n", l.c_str());
     save(window.get(), "workstation.png");
+    ui.pick(0);
+    window->action(1185)->trigger();                     // the phantom's histogram
+    save(window->mdi()->activeSubWindow(), "histogram.png");
 
     app::SelectRequest r;
     r.kind = app::SelectKind::Input;

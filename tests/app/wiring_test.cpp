@@ -3,6 +3,8 @@
 // order or output size shows as a difference (or an error where there should be none).
 #include <QAction>
 #include <QFile>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QTemporaryDir>
 #include <array>
 #include <functional>
@@ -11,6 +13,7 @@
 #include "app/commands.h"
 #include "fixture.h"
 #include "support.h"
+#include "view/plot_window.h"
 
 namespace t3d {
 namespace {
@@ -343,6 +346,30 @@ TEST_F(Wiring, RegionGrowStartsFromTheClickedSeeds) {
     expected.uc(1, 1, 1) = expected.uc(6, 6, 6) = 255;
     ASSERT_EQ(region3d_grow(in_copy.get(), expected.get(), 255, 15), 0);
     EXPECT_EQ(snapshot(GetVolumeByIndex(1)), snapshot(expected.get()));
+}
+
+TEST_F(Wiring, HistogramsOpenAPlotWindowTitledWithTheSlot) {
+    make(1, 1, 1);
+    Volume* in = input(kGrey);                         // slot 1
+    float pdf[256], cdf[256];
+    float* channels[3] = {pdf, nullptr, nullptr};
+    ASSERT_EQ(hist3(in, channels), 0);
+    cdfhist3(pdf, cdf);
+    for (const int id : {1185, 1186}) {
+        ui.pick(slot(in));
+        window->action(id)->trigger();
+        QMdiSubWindow* active = window->mdi()->activeSubWindow();
+        ASSERT_NE(active, nullptr);
+        EXPECT_EQ(active->windowTitle().toStdString(),
+                  id == 1185 ? "Histogram of #1 Volume (pdf)" : "Histogram of #1 Volume (cdf)");
+        EXPECT_EQ(active->property("windowClass").toString(), "signal");
+        auto* plot = dynamic_cast<view::PlotWindow*>(active->widget());
+        ASSERT_NE(plot, nullptr);
+        const float* want = id == 1185 ? pdf : cdf;
+        EXPECT_EQ(plot->values(), std::vector<float>(want, want + 256));
+    }
+    EXPECT_STREQ(view::PlotWindow::label_format(0.02), "%.3f");
+    EXPECT_STREQ(view::PlotWindow::label_format(255), "%.0f");
 }
 
 TEST_F(Wiring, OpenReadsImageSequencesWrittenByTheTablesWriters) {
