@@ -1,4 +1,4 @@
-// Histogram and neighbourhood filter commands. An operator joins by filling its row's .op.
+// Histogram and neighbourhood filter commands.
 #include <cstdio>
 #include <vector>
 

@@ -1,4 +1,4 @@
-// Resizing and interpolation commands. An operator joins by filling its row's .op.
+// Resizing and interpolation commands.
 #include <cmath>
 
 #include "app/commands.h"
