@@ -11,31 +11,48 @@
 namespace app {
 namespace {
 
-// Reads the file (or frame series) described by f into vol.
-int read_into(Volume* vol, const FormatRequest& f) {
-    const int Z = f.last - f.first + 1;
-    if (f.format == kRawVolumeFile) return ReadVolume(vol, f.file.c_str(), f.first, Z, f.height, f.width);
-    const char* exts[3] = {f.exts[0].c_str(), f.exts[1].c_str(), f.exts[2].c_str()};
-    return fromdiskUCFI3D(vol, f.base.c_str(), f.first, f.digits, exts, Z, f.height, f.width);
+// The reader's naming of what the format dialog describes: a single file's base name and
+// extension, or the series' base name and the first extension.
+void reader_names(const FormatRequest& f, std::string& base, std::string& ext) {
+    if (single_file(f.format)) {
+        split_file_name(f.file, base, ext);
+    } else {
+        base = f.base;
+        ext = f.exts[0];
+    }
 }
 
-void open_volume(const CommandSpec& spec) {
+// The format's check, the target slot ("Get Volume" with the dimensions found), the volume
+// prepared or created, then the format's reader.
+void open_volume(const CommandSpec&) {
     FormatRequest f = state().format;
     if (!ui().ask_format(f)) return;
     state().format = f;
-    if (!format_available(f.format)) {
-        CommandSpec named = spec;
-        named.text = kFormatNames[f.format];
-        report_not_available(named);
-        return;
+    const ImageSequenceFormat* format = GetImageSequenceFormat(f.format);
+    if (!format) return;
+    std::string base, ext;
+    reader_names(f, base, ext);
+    const int count = f.last - f.first + 1;
+    ImageSequenceInfo info{};
+    if (format->raw) {
+        info.X = f.width, info.Y = f.height, info.type = f.type;
+        info.colortype = fixed_colortype(f.format) ? fixed_colortype(f.format) : f.colortype;
     }
-    const int Z = f.last - f.first + 1;
+    {
+        WaitCursor wait;
+        if (const int status =
+                format->check(base.c_str(), f.first, f.digits, ext.c_str(), count, &info)) {
+            error_handler(status);
+            return;
+        }
+    }
+    if (info.Z < 1) info.Z = count;
     SelectRequest r;
     r.kind = SelectKind::OpenTarget;
     r.caption = text(res::kSelectToOpen);
-    r.X = f.width;
-    r.Y = f.height;
-    r.Z = Z;
+    r.X = info.X;
+    r.Y = info.Y;
+    r.Z = info.Z;
     Selection s;
     if (!ui().select(r, s)) return;
 
@@ -43,25 +60,26 @@ void open_volume(const CommandSpec& spec) {
     Volume* vol = s.vol;
     bool created = false;
     if (vol) {
-        const int fit = VerifyOutputVolume(vol, f.width, f.height, Z, f.type, f.colortype, true);
+        const int fit =
+            VerifyOutputVolume(vol, info.X, info.Y, info.Z, info.type, info.colortype, true);
         if (fit == kDeclined || fit == kReallocFailed) return;
     } else {
         // a new volume from a file is subject to the restricted edition's size limit
-        const int type = f.type == 1 ? 65535 : f.type;
-        const int status = CreateVolumeEx(type, f.colortype, Z, f.height, f.width, 0, &vol);
+        const int type = info.type == 1 ? 65535 : info.type;
+        const int status = CreateVolumeEx(type, info.colortype, info.Z, info.Y, info.X, 0, &vol);
         if (status) {
             if (status != -1) error_handler(status);
             return;
         }
         created = true;
     }
-    if (const int status = read_into(vol, f)) {
+    if (const int status = format->read(vol, base.c_str(), f.first, f.digits, ext.c_str(), info.Z)) {
         error_handler(status);
         if (created) DestroyVolume(vol);
         return;
     }
     if (!vol->name[0]) {
-        const std::string from = f.format == kRawVolumeFile ? f.file : f.base;
+        const std::string from = single_file(f.format) ? f.file : f.base;
         std::snprintf(vol->name, sizeof vol->name, "%s",
                       std::filesystem::path(from).filename().string().c_str());
     }

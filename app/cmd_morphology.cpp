@@ -1,5 +1,4 @@
 // Binary morphology commands: input, output (not in place), then the structuring element.
-// An operator joins by filling its row's .op.
 #include "app/commands.h"
 #include "res/strings.h"
 
@@ -10,12 +9,16 @@ void add_morphology_commands(std::vector<CommandSpec>& rows) {
     const struct {
         int id;
         const char* text;
-    } kRows[] = {{1240, "Minkowski &Addition"}, {1241, "Minkowski &Subtraction"},  // MinkowskiAddition3d, MinkowskiSubtraction3d
-                 {1242, "&Dilation"}, {1243, "&Erosion"},                          // bdilate3d, berode3d
-                 {1244, "&Opening"}, {1245, "&Closing"}};                          // bopening3d, bclosing3d
+        Operation op;
+    } kRows[] = {{1240, "Minkowski &Addition", se_op<MinkowskiAddition3d>},
+                 {1241, "Minkowski &Subtraction", se_op<MinkowskiSubtraction3d>},
+                 {1242, "&Dilation", se_op<bdilate3d>},
+                 {1243, "&Erosion", se_op<berode3d>},
+                 {1244, "&Opening", se_op<bopening3d>},
+                 {1245, "&Closing", se_op<bclosing3d>}};
     for (const auto& r : kRows)
         rows.push_back({.id = r.id, .text = r.text, .typemask = 1, .colormask = 1, .second = se,
-                        .out_type = kSameType, .in_place = false, .op = nullptr});  // se_op<...>
+                        .out_type = kSameType, .in_place = false, .op = r.op});
 }
 
 }  // namespace app

@@ -7,25 +7,34 @@ namespace {
 const ValueSpec kThreshold = {res::kThresholdValue, {res::kThreshold}};
 const ValueSpec kThresholdRegions = {res::kThresholdMaxRegions,
                                      {res::kThreshold, res::kMaxRegions}};
+
+// Labels up to 255 objects (the input is consumed) and reports how many it found.
+int label_op(CommandContext& c) {
+    int labels = 0;
+    float counts[255];
+    const int status = grass3d_label(c.in, c.out, &labels, counts, 255);
+    if (status == 0) c.message = format_count(res::kNumberOfRegions, labels);
+    return status;
+}
 }  // namespace
 
 void add_segmentation_commands(std::vector<CommandSpec>& rows) {
     rows.push_back({.id = 1200, .text = "&Threshold", .typemask = 1, .colormask = 1,
-                    .values = kThreshold, .out_type = kSameType, .op = nullptr});  // int_op<threshold_3d>
+                    .values = kThreshold, .out_type = kSameType, .op = int_op<threshold_3d>});
     // the output is cleared over its whole extent and "Pixel Input" gives the seed voxels
     rows.push_back({.id = 1201, .text = "Region &Grow", .typemask = 1, .colormask = 1,
-                    .values = kThreshold, .out_type = kSameType, .op = nullptr});  // seeded_op<region3d_grow>
+                    .values = kThreshold, .out_type = kSameType, .op = seeded_op<region3d_grow>});
     rows.push_back({.id = 1202, .text = "Region &Split", .typemask = 1, .colormask = 1,
-                    .values = kThreshold, .out_type = kSameType, .op = nullptr,  // counted_op<region3d_split, res::kNoOfRegions>
+                    .values = kThreshold, .out_type = kSameType, .op = counted_op<region3d_split, res::kNoOfRegions>,
                     .after = After::MessageAndDisplay, .message_caption = res::kCaption});
     rows.push_back({.id = 1203, .text = "Region &Merge", .typemask = 1, .colormask = 1,
-                    .values = kThresholdRegions, .out_type = kSameType, .op = nullptr,  // returns_count_op<region3d_merge, res::kNumberOfRegions>
+                    .values = kThresholdRegions, .out_type = kSameType, .op = returns_count_op<region3d_merge, res::kNumberOfRegions>,
                     .after = After::Message, .message_caption = res::kCaption});
     rows.push_back({.id = 1204, .text = "Region S&plit-Merge", .typemask = 1, .colormask = 1,
-                    .values = kThreshold, .out_type = kSameType, .op = nullptr,  // counted_op<region3d_splitmerge, res::kNumberOfRegions>
+                    .values = kThreshold, .out_type = kSameType, .op = counted_op<region3d_splitmerge, res::kNumberOfRegions>,
                     .after = After::MessageAndDisplay, .message_caption = res::kCaption});
     rows.push_back({.id = 1205, .text = "&Label/Count objects", .typemask = 1, .colormask = 1,
-                    .out_type = kSameType, .confirm_input = true, .op = nullptr,  // grass3d_label
+                    .out_type = kSameType, .confirm_input = true, .op = label_op,
                     .after = After::DisplayBoth, .message_caption = res::kCaption});
     // the modeless "Labelled Volume View"; output created with three channels
     rows.push_back({.id = 1206, .text = "&View Labelled Volume", .typemask = 1, .colormask = 1,

@@ -132,7 +132,48 @@ void report(const CommandSpec& spec, CommandContext& c) {
     }
 }
 
+// The output dialog, the same-volume refusal and the preparation of the output; false when
+// the command ends here (cancelled, declined, or an error shown).
+bool select_output(int caption, const Volume* in, bool in_place, int Z, int Y, int X, int type,
+                   int color, bool exact, Volume*& out, bool& created,
+                   const Volume* first_out = nullptr, bool as_chosen = false) {
+    Selection so;
+    if (!select_volume(SelectKind::Output, 7, 3, caption, res::kSelectOutput, so, Z, Y, X))
+        return false;
+    out = so.vol ? so.vol : GetVolumeByIndex(so.slot);
+    if (!out) return false;
+    if ((out == in && !in_place) || (first_out && out == first_out)) {
+        error_handler(-525);
+        return false;
+    }
+    WaitCursor wait;
+    created = false;
+    if (as_chosen) {
+        if (out->type) Z = out->Z, Y = out->Y, X = out->X;
+        else Z = so.Z, Y = so.Y, X = so.X;
+    }
+    if (out->type == 0) {
+        InitializeVolume(out, Z, Y, X, type, color);
+        if (const int status = CreateVolume(out)) {
+            error_handler(status);
+            return false;
+        }
+        created = true;
+        return true;
+    }
+    const int fit = VerifyOutputVolume(out, X, Y, Z, type, color, exact);
+    return fit != kDeclined && fit != kReallocFailed;
+}
+
 }  // namespace
+
+int further_output(CommandContext& c, int caption, int type, int Z, int Y, int X, Volume*& out) {
+    bool created = false;
+    if (!select_output(caption, c.in, false, Z, Y, X, type, 1, true, out, created, c.out))
+        return kReported;
+    if (created) c.created_further = out;
+    return 0;
+}
 
 int prepare_seeds(CommandContext& c) {
     Volume* out = c.out;
@@ -176,42 +217,24 @@ void run_pattern(const CommandSpec& spec) {
     }
     const ValueSpec values = spec.values_for && c.in ? spec.values_for(c.in) : spec.values;
     if (values.caption && !ask_values(values, c)) return;
+    if (spec.options && !spec.options(c)) return;
 
     bool created = false;
     if (spec.out_type != kNoOutput && c.in) {
         int Z = c.in->Z, Y = c.in->Y, X = c.in->X;
         if (spec.out_dims) spec.out_dims(c, Z, Y, X);
-        Selection so;
-        if (!select_volume(SelectKind::Output, 7, 3, spec.out_caption, res::kSelectOutput, so,
-                           Z, Y, X))
-            return;
-        Volume* out = so.vol ? so.vol : GetVolumeByIndex(so.slot);
-        if (!out) return;
-        if (out == c.in && !spec.in_place) {
-            error_handler(-525);
-            return;
-        }
-        WaitCursor wait;
         const int type = spec.out_type == kSameType ? c.in->type : spec.out_type;
         const int color = spec.out_color ? spec.out_color : c.in->colortype;
-        if (out->type == 0) {
-            InitializeVolume(out, Z, Y, X, type, color);
-            if (const int status = CreateVolume(out)) {
-                error_handler(status);
-                return;
-            }
-            created = true;
-        } else {
-            const int fit = VerifyOutputVolume(out, X, Y, Z, type, color, !spec.at_least);
-            if (fit == kDeclined || fit == kReallocFailed) return;
-        }
-        c.out = out;
+        if (!select_output(spec.out_caption, c.in, spec.in_place, Z, Y, X, type, color,
+                           !spec.at_least, c.out, created, nullptr, c.output_as_chosen))
+            return;
     }
 
     WaitCursor wait;
     if (const int status = spec.op(c)) {
-        error_handler(status);
+        if (status != kReported) error_handler(status);
         if (created) DestroyVolume(c.out);
+        if (c.created_further) DestroyVolume(c.created_further);
         return;
     }
     report(spec, c);

@@ -54,6 +54,8 @@ struct CommandSpec {
     VolumeSpec second;               // second input or auxiliary volume
     ValueSpec values;
     ValueSpec (*values_for)(Volume* in) = nullptr;  // values that depend on the input
+    // an options dialog after the values ("Interpolation Options" ...): false ends the command
+    bool (*options)(CommandContext& c) = nullptr;
     int out_type = kNoOutput;        // kNoOutput, kSameType, or 1, 2, 4
     int out_color = 0;               // 0: the input's
     // the output's Z, Y, X when they are not the input's (zooming by the factor asked ...)
@@ -77,6 +79,10 @@ struct CommandContext {
     std::vector<int> ints;           // the values parsed with "%d"
     std::vector<float> reals;        // ... or "%f"
     std::string message;             // result message of the operation
+    Volume* created_further = nullptr;  // a further output that the command created
+    // the output keeps the dimensions chosen in its dialog (a new one) or its own (an existing
+    // one) instead of those the operation produces
+    bool output_as_chosen = false;
     int ival(int i) const { return i < static_cast<int>(ints.size()) ? ints[i] : 0; }
     float rval(int i) const { return i < static_cast<int>(reals.size()) ? reals[i] : 0.f; }
 };
@@ -111,6 +117,33 @@ std::string format_count(int id, long count);
 // Parses text with "%d" / "%f" semantics: false when it does not start with a number.
 bool parse_int(const std::string& text, int& value);
 bool parse_float(const std::string& text, float& value);
+
+// What an operation returns when it has ended the command itself (a dialog inside it was
+// cancelled, or it showed its own message): nothing more is shown, and an output that the
+// command created goes again.
+constexpr int kReported = 1;
+
+// A volume for an operation's own use, destroyed with its scope.
+class ScratchVolume {
+public:
+    ScratchVolume() = default;
+    ScratchVolume(const ScratchVolume&) = delete;
+    ScratchVolume& operator=(const ScratchVolume&) = delete;
+    ~ScratchVolume() { DestroyVolume(&vol_); }
+    int create(int Z, int Y, int X, int type, int colortype = 1) {
+        InitializeVolume(&vol_, Z, Y, X, type, colortype);
+        return CreateVolume(&vol_);
+    }
+    Volume* get() { return &vol_; }
+
+private:
+    Volume vol_{};
+};
+
+// Selects and prepares a further output of an operation the way the pattern prepares the
+// first (exactly Z x Y x X of type, one channel; the same volume as the input or the first
+// output is -525). 0 with out set, kReported when cancelled or declined, or a status to show.
+int further_output(CommandContext& c, int caption, int type, int Z, int Y, int X, Volume*& out);
 
 // Adapters that turn a library operator into a row's operation.
 template <int (*F)(Volume*, Volume*)> int unary_op(CommandContext& c) { return F(c.in, c.out); }

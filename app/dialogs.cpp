@@ -573,7 +573,7 @@ FormatDialog::FormatDialog(const FormatRequest& start, QWidget* parent)
     setWindowTitle("Volume File Format");
     format_ = new QComboBox(this);
     format_->setObjectName("7010");
-    for (const char* name : kFormatNames) format_->addItem(name);
+    for (int i = 0; i < format_count(); ++i) format_->addItem(format_title(i));
     format_->setCurrentIndex(start.format);
     file_ = make_edit(7011, this);
     file_->setText(QString::fromStdString(start.file));
@@ -624,11 +624,14 @@ FormatDialog::FormatDialog(const FormatRequest& start, QWidget* parent)
     main->addLayout(form);
     QPushButton* ok;
     main->addLayout(ok_cancel(this, ok));
-    connect(format_, &QComboBox::currentIndexChanged, this, &FormatDialog::update_enabling);
-    connect(color_, &QComboBox::currentIndexChanged, this, [this](int index) {
-        const char* const one[3] = {"raw", "", ""};
-        const char* const three[3] = {"r", "g", "b"};
-        for (int i = 0; i < 3; ++i) exts_[i]->setText(index == 1 ? three[i] : one[i]);
+    connect(format_, &QComboBox::currentIndexChanged, this, [this](int index) {
+        // the format's usual extension; raw r/g/b frames always use r, g and b
+        const ImageSequenceFormat* f = GetImageSequenceFormat(index);
+        const bool rgb = index == V3D_FORMAT_RAW_RGB;
+        exts_[0]->setText(rgb ? "r" : f ? f->extension : "");
+        exts_[1]->setText(rgb ? "g" : "");
+        exts_[2]->setText(rgb ? "b" : "");
+        if (const int colour = fixed_colortype(index)) color_->setCurrentIndex(colour - 1);
         update_enabling();
     });
     connect(browse_, &QPushButton::clicked, this, [this] {
@@ -642,19 +645,25 @@ FormatDialog::FormatDialog(const FormatRequest& start, QWidget* parent)
         QString stem = QFileInfo(name).path() + "/" + QFileInfo(name).completeBaseName();
         while (!stem.isEmpty() && stem.back().isDigit()) stem.chop(1);
         base_->setText(stem);
+        if (format_->currentIndex() != V3D_FORMAT_RAW_RGB) exts_[0]->setText(QFileInfo(name).suffix());
     });
     update_enabling();
 }
 
 void FormatDialog::update_enabling() {
-    const bool single = single_file(format_->currentIndex());
+    const int format = format_->currentIndex();
+    const bool single = single_file(format);
+    const bool raw = raw_format(format);
     file_->setEnabled(single);
     base_->setEnabled(!single);
     digits_->setEnabled(!single);
-    const bool colour = color_->currentIndex() == 1;
-    exts_[0]->setEnabled(!single);
-    exts_[1]->setEnabled(!single && colour);
-    exts_[2]->setEnabled(!single && colour);
+    width_->setEnabled(raw);
+    height_->setEnabled(raw);
+    type_->setEnabled(raw);
+    color_->setEnabled(raw && !fixed_colortype(format));
+    exts_[0]->setEnabled(!single && format != V3D_FORMAT_RAW_RGB);
+    exts_[1]->setEnabled(false);
+    exts_[2]->setEnabled(false);
 }
 
 void FormatDialog::accept() {
@@ -674,25 +683,15 @@ void FormatDialog::accept() {
         error_handler(7000);
         return;
     }
-    if (r.width <= 0 || r.height <= 0 || r.first < 0 || r.digits < 0) {
+    if ((raw_format(r.format) && (r.width <= 0 || r.height <= 0)) || r.first < 0 ||
+        r.digits < 0) {
         error_handler(7001);
         return;
     }
-    bool exists = true;
-    if (single_file(r.format)) {
-        exists = QFileInfo::exists(QString::fromStdString(r.file));
-    } else {
-        for (int c = 0; c < (r.colortype == 1 ? 1 : 3); ++c) {
-            char name[1024];
-            if (r.digits > 0)
-                std::snprintf(name, sizeof name, "%s%0*d.%s", r.base.c_str(), r.digits, r.first,
-                              r.exts[c].c_str());
-            else
-                std::snprintf(name, sizeof name, "%s%d.%s", r.base.c_str(), r.first,
-                              r.exts[c].c_str());
-            exists = exists && QFileInfo::exists(name);
-        }
-    }
+    if (const int colour = fixed_colortype(r.format)) r.colortype = colour;
+    // the file, or the series' first frame file, must be there
+    const bool exists = QFileInfo::exists(QString::fromStdString(
+        single_file(r.format) ? r.file : frame_file_name(r.base, r.first, r.digits, r.exts[0])));
     if (!exists) {
         error_handler(7002);
         return;

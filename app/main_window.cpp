@@ -17,6 +17,7 @@
 #include "res/menu.h"
 #include "res/strings.h"
 #include "view/frame_display.h"
+#include "view/plot_window.h"
 
 namespace app {
 
@@ -116,6 +117,27 @@ void MainWindow::release(Volume* vol) {
         QWidget* w = sub->widget();
         if (w && w->property("v3dVolume").value<quintptr>() == key) delete sub;
     }
+}
+
+bool MainWindow::open_plot(const std::string& title, const std::vector<float>& values) {
+    auto* plot = new view::PlotWindow(values);
+    QMdiSubWindow* sub = mdi_->addSubWindow(
+        plot, Qt::SubWindow | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+                  Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint);
+    if (!sub) {
+        delete plot;
+        return false;
+    }
+    sub->setProperty("windowClass", "signal");
+    sub->setAttribute(Qt::WA_DeleteOnClose);
+    sub->setWindowTitle(QString::fromStdString(title));
+    if (QMenu* menu = sub->systemMenu())
+        for (QAction* a : menu->actions())
+            if (a->text().contains("Size") || a->text().contains("Max")) a->setEnabled(false);
+    sub->resize(plot->sizeHint() + QSize(8, 30));
+    sub->show();
+    mdi_->setActiveSubWindow(sub);
+    return true;
 }
 
 bool MainWindow::open_display(int mode, Volume* vol, double delay, int first, int last,

@@ -40,6 +40,7 @@ public:
     void release(Volume* vol) override;
     bool open_display(int mode, Volume* vol, double delay, int first, int last,
                       int placement) override;
+    bool open_plot(const std::string& title, const std::vector<float>& values) override;
     void exit() override;
 
 protected:

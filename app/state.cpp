@@ -37,6 +37,8 @@ bool initialise_application() {
         error_handler(635);
         return false;
     }
+    // coefficient files given without a directory are read from here
+    SetStartDirectory(s.start_directory.c_str());
     if (!AllocateVolumeTable()) {
         error_handler(616);
         return false;

@@ -23,6 +23,9 @@ public:
     // first..last, current frame first; false when it could not be created.
     virtual bool open_display(int mode, Volume* vol, double delay, int first, int last,
                               int placement) = 0;
+    // A histogram window (class signal) titled title, plotting values, shown and made active;
+    // false when it could not be created.
+    virtual bool open_plot(const std::string& title, const std::vector<float>& values) = 0;
     // Ends the program the way Exit does.
     virtual void exit() = 0;
 };

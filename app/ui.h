@@ -33,13 +33,13 @@ struct Selection {
 
 // The open/save format dialog: which reader and the file-sequence naming.
 struct FormatRequest {
-    int format = 0;                 // index into kFormatNames
-    std::string file;               // a single raw volume file
+    int format = 0;                 // position in the image-sequence table (GetImageSequenceFormat)
+    std::string file;               // the file of a single-file format
     std::string base;               // base name of a frame series
     int first = 0, last = 0, digits = 0;
     int width = 0, height = 0;
     int type = 1, colortype = 1;
-    std::string exts[3] = {"raw", "", ""};  // one per channel ("r", "g", "b" for colour)
+    std::string exts[3] = {"raw", "", ""};  // the extension; "r", "g", "b" for raw r/g/b frames
 };
 
 struct CreateRequest {

@@ -334,7 +334,7 @@ TEST_F(Dialogs, FormatDialogChecksFramesDimensionsAndTheFile) {
     const QString base = dir.filePath("slice");
     QFile(base + "007.raw").open(QIODevice::WriteOnly);
     app::FormatRequest start;
-    start.format = 1;                                  // raw frame files
+    start.format = V3D_FORMAT_RAW_FRAMES;
     start.base = base.toStdString();
     app::FormatDialog d(start);
     EXPECT_FALSE(control(&d, 7011)->isEnabled());
@@ -361,9 +361,25 @@ TEST_F(Dialogs, FormatDialogChecksFramesDimensionsAndTheFile) {
     EXPECT_EQ(d.request().digits, 3);
     EXPECT_EQ(d.request().type, 2);
     EXPECT_EQ(d.request().last, 9);
-    control<QComboBox>(&d, 7019)->setCurrentIndex(1);  // colour: r, g, b
+    // the formats are the image-sequence table's, in its order
+    auto* formats = control<QComboBox>(&d, 7010);
+    ASSERT_EQ(formats->count(), V3D_FORMAT_COUNT);
+    for (int i = 0; i < V3D_FORMAT_COUNT; ++i)
+        EXPECT_EQ(formats->itemText(i).toStdString(), GetImageSequenceFormat(i)->title);
+    formats->setCurrentIndex(V3D_FORMAT_RAW_RGB);       // r, g, b and three channels, fixed
     EXPECT_EQ(control<QLineEdit>(&d, 7020)->text(), "r");
-    EXPECT_TRUE(control(&d, 7022)->isEnabled());
+    EXPECT_EQ(control<QLineEdit>(&d, 7022)->text(), "b");
+    EXPECT_FALSE(control(&d, 7020)->isEnabled());
+    EXPECT_EQ(control<QComboBox>(&d, 7019)->currentIndex(), 1);
+    EXPECT_FALSE(control(&d, 7019)->isEnabled());
+    formats->setCurrentIndex(V3D_FORMAT_TIFF);          // the files give size and colour
+    EXPECT_EQ(control<QLineEdit>(&d, 7020)->text(), "tif");
+    EXPECT_TRUE(control(&d, 7020)->isEnabled());
+    EXPECT_FALSE(control(&d, 7016)->isEnabled());
+    EXPECT_FALSE(control(&d, 7018)->isEnabled());
+    formats->setCurrentIndex(V3D_FORMAT_TIFF_STACK);    // one file
+    EXPECT_TRUE(control(&d, 7011)->isEnabled());
+    EXPECT_FALSE(control(&d, 7012)->isEnabled());
 }
 
 TEST_F(Dialogs, PixelInputAndAboutTexts) {

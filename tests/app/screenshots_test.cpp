@@ -36,33 +36,38 @@ TEST_F(Screenshots, SampleVolumeThroughTheMenu) {
     if (!QFileInfo::exists(QString::fromStdString(sample))) GTEST_SKIP() << "no sample volume";
     window->resize(1000, 720);
     window->show();
-    app::CommandLine line;
-    std::string error;
-    ASSERT_TRUE(app::parse_command_line({"--size", "64x128x128", sample}, line, error));
-    ASSERT_EQ(app::open_files(line), 1);
+    // Open through the format dialog's answer: the raw volume file, 64 frames of 128 x 128
+    Answer open_answer;
+    open_answer.format.format = V3D_FORMAT_RAW_VOLUME;
+    open_answer.format.file = sample;
+    open_answer.format.last = 63;
+    open_answer.format.width = open_answer.format.height = 128;
+    ui.push(open_answer).pick_new();
+    window->action(40003)->trigger();
     Volume* phantom = GetVolumeByIndex(0);
+    ASSERT_EQ(phantom->type, 1);
     step_to(window->displays(phantom).at(0), 32);
 
-    // Symmetric into a new volume, then its bounding box, through the menu's actions
-    ui.pick(0).pick_new();
-    window->action(1130)->trigger();
-    Volume* mirrored = GetVolumeByIndex(1);
-    ASSERT_EQ(mirrored->type, 1);
-    view::FrameDisplay* m = window->displays(mirrored).at(0);
-    step_to(m, 20);
-    m->parentWidget()->move(260, 0);
-    ui.pick(0).pick_new();
-    window->action(1142)->trigger();                     // UC to F, shown clamped
-    view::FrameDisplay* f = window->displays(GetVolumeByIndex(2)).at(0);
-    step_to(f, 40);
-    f->zoom_out();
-    f->parentWidget()->move(520, 0);
-    ui.pick(0);
-    window->action(1222)->trigger();
-    ui.pick(0);
-    window->action(1172)->trigger();                     // not built yet: says so
+    // a 5 x 5 x 3 median of the phantom, then the Sobel edges of the median, into new volumes
+    ui.pick(0).values({"5", "5", "3"}).pick_new();
+    window->action(1172)->trigger();
+    Volume* median = GetVolumeByIndex(1);
+    ASSERT_EQ(median->type, 1);
+    view::FrameDisplay* m = window->displays(median).at(0);
+    step_to(m, 32);
+    m->parentWidget()->move(330, 0);
+    ui.pick(1).pick_new();
+    window->action(1192)->trigger();
+    Volume* edges = GetVolumeByIndex(2);
+    ASSERT_EQ(edges->type, 1);
+    view::FrameDisplay* e = window->displays(edges).at(0);
+    step_to(e, 32);
+    e->parentWidget()->move(660, 0);
     for (const auto& l : ui.log) std::printf("  %s\n", l.c_str());
     save(window.get(), "workstation.png");
+    ui.pick(0);
+    window->action(1185)->trigger();                     // the phantom's histogram
+    save(window->mdi()->activeSubWindow(), "histogram.png");
 
     app::SelectRequest r;
     r.kind = app::SelectKind::Input;
@@ -83,6 +88,7 @@ TEST_F(Screenshots, SampleVolumeThroughTheMenu) {
     save(&levels, "dialog_levels.png");
 
     app::FormatRequest format;
+    format.format = V3D_FORMAT_RAW_VOLUME;
     format.file = sample;
     format.last = 63, format.width = 128, format.height = 128;
     app::FormatDialog open(format, window.get());

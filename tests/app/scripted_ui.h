@@ -19,6 +19,7 @@ struct Answer {
     app::FormatRequest format;
     app::CreateRequest create;
     app::LevelsRequest levels;
+    app::OptionsRequest options;     // check box, factor texts and radio choice
     std::vector<app::Seed> seeds;    // clicked while "Pixel Input" is open
 };
 
@@ -114,9 +115,15 @@ public:
         if (a.ok) r = a.levels;
         return a.ok;
     }
-    bool ask_options(app::OptionsRequest&) override {
-        log.push_back("options");
-        return next().ok;
+    bool ask_options(app::OptionsRequest& r) override {
+        log.push_back("options: " + r.caption);
+        const Answer a = next();
+        if (a.ok) {
+            r.check = a.options.check;
+            for (int i = 0; i < 3; ++i) r.factors[i] = a.options.factors[i];
+            r.choice = a.options.choice;
+        }
+        return a.ok;
     }
     bool pixel_input(Volume*) override {
         log.push_back("pixel input");
