@@ -47,8 +47,8 @@ std::string plain_text(const char* menu_text) {
     return s;
 }
 
-void report_not_available(const CommandSpec& spec) {
-    ui().show_message(format_text(res::kNotAvailable, plain_text(spec.text).c_str()),
+void report_not_available(const CommandSpec& row) {
+    ui().show_message(format_text(res::kNotAvailable, plain_text(row.text).c_str()),
                       text(res::kCaption), Icon::Information);
 }
 
@@ -66,12 +66,12 @@ bool parse_float(const std::string& text, float& value) {
 }
 
 bool dispatch(int id) {
-    const CommandSpec* spec = find_command(id);
-    if (!spec) return false;
-    if (spec->custom)
-        spec->custom(*spec);
+    const CommandSpec* row = find_command(id);
+    if (!row) return false;
+    if (row->custom)
+        row->custom(*row);
     else
-        run_pattern(*spec);
+        run_pattern(*row);
     return true;
 }
 
@@ -109,8 +109,8 @@ bool ask_values(const ValueSpec& v, CommandContext& c) {
     return true;
 }
 
-void report(const CommandSpec& spec, CommandContext& c) {
-    switch (spec.after) {
+void report(const CommandSpec& row, CommandContext& c) {
+    switch (row.after) {
     case After::Nothing:
         break;
     case After::Display:
@@ -120,13 +120,13 @@ void report(const CommandSpec& spec, CommandContext& c) {
         DisplayVolume(c.out);
         if (workspace()) workspace()->display(c.in, false);
         if (!c.message.empty())
-            ui().show_message(c.message, text(spec.message_caption), spec.message_icon);
+            ui().show_message(c.message, text(row.message_caption), row.message_icon);
         break;
     case After::Message:
-        ui().show_message(c.message, text(spec.message_caption), spec.message_icon);
+        ui().show_message(c.message, text(row.message_caption), row.message_icon);
         break;
     case After::MessageAndDisplay:
-        ui().show_message(c.message, text(spec.message_caption), spec.message_icon);
+        ui().show_message(c.message, text(row.message_caption), row.message_icon);
         DisplayVolume(c.out ? c.out : c.in);
         break;
     }
@@ -193,51 +193,51 @@ int prepare_seeds(CommandContext& c) {
     return 0;
 }
 
-void run_pattern(const CommandSpec& spec) {
-    if (!spec.op) {
-        report_not_available(spec);
+void run_pattern(const CommandSpec& row) {
+    if (!row.op) {
+        report_not_available(row);
         return;
     }
-    if (spec.confirm_input && !ConfirmInputModification()) return;
+    if (row.confirm_input && !ConfirmInputModification()) return;
     CommandContext c;
-    c.spec = &spec;
+    c.row = &row;
     Selection s;
-    if (spec.typemask) {
-        if (!select_volume(SelectKind::Input, spec.typemask, spec.colormask, spec.in_caption,
+    if (row.typemask) {
+        if (!select_volume(SelectKind::Input, row.typemask, row.colormask, row.in_caption,
                            res::kSelectInput, s) || !s.vol)
             return;
         c.in = s.vol;
     }
-    if (spec.second.typemask) {
+    if (row.second.typemask) {
         Selection s2;
-        if (!select_volume(SelectKind::Other, spec.second.typemask, spec.second.colormask,
-                           spec.second.caption, res::kSelectVolume, s2) || !s2.vol)
+        if (!select_volume(SelectKind::Other, row.second.typemask, row.second.colormask,
+                           row.second.caption, res::kSelectVolume, s2) || !s2.vol)
             return;
         c.second = s2.vol;
     }
-    const ValueSpec values = spec.values_for && c.in ? spec.values_for(c.in) : spec.values;
+    const ValueSpec values = row.values_for && c.in ? row.values_for(c.in) : row.values;
     if (values.caption && !ask_values(values, c)) return;
-    if (spec.options && !spec.options(c)) return;
+    if (row.options && !row.options(c)) return;
 
     bool created = false;
-    if (spec.out_type != kNoOutput && c.in) {
+    if (row.out_type != kNoOutput && c.in) {
         int Z = c.in->Z, Y = c.in->Y, X = c.in->X;
-        if (spec.out_dims) spec.out_dims(c, Z, Y, X);
-        const int type = spec.out_type == kSameType ? c.in->type : spec.out_type;
-        const int color = spec.out_color ? spec.out_color : c.in->colortype;
-        if (!select_output(spec.out_caption, c.in, spec.in_place, Z, Y, X, type, color,
-                           !spec.at_least, c.out, created, nullptr, c.output_as_chosen))
+        if (row.out_dims) row.out_dims(c, Z, Y, X);
+        const int type = row.out_type == kSameType ? c.in->type : row.out_type;
+        const int color = row.out_color ? row.out_color : c.in->colortype;
+        if (!select_output(row.out_caption, c.in, row.in_place, Z, Y, X, type, color,
+                           !row.at_least, c.out, created, nullptr, c.output_as_chosen))
             return;
     }
 
     WaitCursor wait;
-    if (const int status = spec.op(c)) {
+    if (const int status = row.op(c)) {
         if (status != kReported) error_handler(status);
         if (created) DestroyVolume(c.out);
         if (c.created_further) DestroyVolume(c.created_further);
         return;
     }
-    report(spec, c);
+    report(row, c);
 }
 
 }  // namespace app

@@ -72,7 +72,7 @@ struct CommandSpec {
 
 // What one run of the pattern has in hand for the operation.
 struct CommandContext {
-    const CommandSpec* spec = nullptr;
+    const CommandSpec* row = nullptr;
     Volume* in = nullptr;
     Volume* second = nullptr;
     Volume* out = nullptr;
@@ -105,9 +105,9 @@ const CommandSpec* find_command(int id);
 // Runs command id; false when no row has that id (the module router may still take it).
 bool dispatch(int id);
 // The operator pattern of one row.
-void run_pattern(const CommandSpec& spec);
+void run_pattern(const CommandSpec& row);
 // "X is not available yet ..." for a row whose operation is missing.
-void report_not_available(const CommandSpec& spec);
+void report_not_available(const CommandSpec& row);
 // The menu text without its mnemonic.
 std::string plain_text(const char* menu_text);
 

@@ -58,8 +58,8 @@ void MainWindow::build_menu() {
             popup = nullptr;
             break;
         case res::MenuEntry::Item: {
-            const CommandSpec* spec = find_command(e.id);
-            QAction* a = popup->addAction(spec ? spec->text : "?");
+            const CommandSpec* row = find_command(e.id);
+            QAction* a = popup->addAction(row ? row->text : "?");
             a->setData(e.id);
             a->setObjectName(QString::number(e.id));
             connect(a, &QAction::triggered, this, [this, id = e.id] { run_command(id); });
