@@ -2,8 +2,10 @@
 // sorted with std::sort, on small random volumes with VOIs away from the origin, RGB inputs
 // and outputs larger than the inputs (whose other voxels must keep their values).
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <functional>
+#include <tuple>
 #include <vector>
 
 #include "core/parallel.h"
@@ -17,10 +19,13 @@ using Values = std::vector<int>;
 using Rule = std::function<int(const Values&, int)>;
 
 // Expected output: out's previous contents with every centre whose window lies inside in's
-// VOI replaced by rule over in's values (read from a copy, so never from replaced voxels).
-std::vector<double> reference(Volume* in, Volume* out, int wz, int wy, int wx, const Rule& rule) {
+// VOI replaced by rule over in's values, read from a copy, or, in place, in scan order from the
+// voxels already replaced (as the per-voxel formulations do).
+std::vector<double> reference(Volume* in, Volume* out, int wz, int wy, int wx, const Rule& rule,
+                              bool in_place = false) {
     std::vector<double> expected = t3d::snapshot(out);
-    const std::vector<double> src = t3d::snapshot(in);
+    const std::vector<double> copy = t3d::snapshot(in);
+    const std::vector<double>& src = in_place ? expected : copy;
     auto at = [&](const Volume* v, int c, int z, int y, int x) {
         return ((static_cast<size_t>(c) * v->Z + z) * v->Y + y) * v->X + x;
     };
@@ -65,23 +70,20 @@ struct Case {
     }
 };
 
-struct Shape {
-    int wz, wy, wx;
-};
 // 1x1x1 copies the VOI; 5x7x9 is the whole VOI: only its centre is written.
-const Shape kShapes[] = {{1, 1, 1}, {3, 3, 3}, {1, 3, 5}, {5, 3, 1}, {3, 5, 3}, {5, 7, 9}};
+const std::array<int, 3> kShapes[] = {{1, 1, 1}, {3, 3, 3}, {1, 3, 5}, {5, 3, 1}, {3, 5, 3}, {5, 7, 9}};
 
 using BoxFilter = int (*)(Volume*, Volume*, int, int, int);
 
 void expect_filter(BoxFilter filter, const Rule& rule, int range = 256) {
     for (int threads : {1, 3}) {
         v3d::set_thread_count(threads);
-        for (const Shape& s : kShapes) {
-            Case t(static_cast<uint32_t>(s.wz * 100 + s.wy * 10 + s.wx), range);
-            const auto expected = reference(&t.in, &t.out, s.wz, s.wy, s.wx, rule);
-            ASSERT_EQ(filter(&t.in, &t.out, s.wz, s.wy, s.wx), 0);
+        for (const auto& [wz, wy, wx] : kShapes) {
+            Case t(static_cast<uint32_t>(wz * 100 + wy * 10 + wx), range);
+            const auto expected = reference(&t.in, &t.out, wz, wy, wx, rule);
+            ASSERT_EQ(filter(&t.in, &t.out, wz, wy, wx), 0);
             EXPECT_EQ(t3d::snapshot(&t.out), expected)
-                << "window " << s.wz << "x" << s.wy << "x" << s.wx << ", threads " << threads;
+                << "window " << wz << "x" << wy << "x" << wx << ", threads " << threads;
         }
     }
     v3d::set_thread_count(0);
@@ -113,55 +115,24 @@ TEST(BoxFilters, RunningMedianEqualsMedianOnRandomInputs) {
 }
 
 TEST(BoxFilters, LargeWindowsTakeTheGeneralPaths) {
-    // 9x9x9 = 729 values: past the median network.
+    // 9x9x9 = 729 values: past the median network; 1x13 rows: running sums along long rows
+    const std::tuple<BoxFilter, Rule, std::array<int, 3>> cases[] = {
+        {median3, kMedian, {9, 9, 9}}, {run_max3, kMax, {9, 11, 13}}, {mov_ave3, kMean, {3, 1, 13}}};
     Vol in(11, 12, 13), out(11, 12, 13);
     t3d::fill_random(&in, 5);
-    auto expected = reference(&in, &out, 9, 9, 9, kMedian);
-    ASSERT_EQ(median3(&in, &out, 9, 9, 9), 0);
-    EXPECT_EQ(t3d::snapshot(&out), expected);
-    expected = reference(&in, &out, 9, 11, 13, kMax);
-    ASSERT_EQ(run_max3(&in, &out, 9, 11, 13), 0);
-    EXPECT_EQ(t3d::snapshot(&out), expected);
-    expected = reference(&in, &out, 3, 1, 13, kMean);  // running sums along long rows
-    ASSERT_EQ(mov_ave3(&in, &out, 3, 1, 13), 0);
-    EXPECT_EQ(t3d::snapshot(&out), expected);
-}
-
-TEST(BoxFilters, MovingAverageRoundsHalfUp) {
-    Vol in(1, 1, 3), out(1, 1, 3);
-    in.uc(0, 0, 1) = 1, in.uc(0, 0, 2) = 1;
-    ASSERT_EQ(mov_ave3(&in, &out, 1, 1, 3), 0);
-    EXPECT_EQ(out.uc(0, 0, 1), 1);  // 0.667 + 0.5
-    in.uc(0, 0, 1) = 0;
-    ASSERT_EQ(mov_ave3(&in, &out, 1, 1, 3), 0);
-    EXPECT_EQ(out.uc(0, 0, 1), 0);
-    in.uc(0, 0, 1) = 2;  // 1.0 exactly
-    ASSERT_EQ(mov_ave3(&in, &out, 1, 1, 3), 0);
-    EXPECT_EQ(out.uc(0, 0, 1), 1);
-}
-
-// In place, the per-voxel formulations read voxels already replaced, in scan order.
-void in_place_reference(Volume* v, int wz, int wy, int wx, const Rule& rule) {
-    const int n = v->colortype == 1 ? 1 : 3;
-    for (int c = 0; c < n; ++c)
-        for (int z = v->z1 + wz / 2; z < v->z2 - wz / 2; ++z)
-            for (int y = v->y1 + wy / 2; y < v->y2 - wy / 2; ++y)
-                for (int x = v->x1 + wx / 2; x < v->x2 - wx / 2; ++x) {
-                    Values w;
-                    for (int dz = -wz / 2; dz <= wz / 2; ++dz)
-                        for (int dy = -wy / 2; dy <= wy / 2; ++dy)
-                            for (int dx = -wx / 2; dx <= wx / 2; ++dx)
-                                w.push_back(v->data[c].uc[z + dz][y + dy][x + dx]);
-                    v->data[c].uc[z][y][x] = static_cast<unsigned char>(rule(w, v->data[c].uc[z][y][x]));
-                }
+    for (const auto& [filter, rule, w] : cases) {
+        const auto expected = reference(&in, &out, w[0], w[1], w[2], rule);
+        ASSERT_EQ(filter(&in, &out, w[0], w[1], w[2]), 0);
+        EXPECT_EQ(t3d::snapshot(&out), expected);
+    }
 }
 
 TEST(BoxFilters, InPlaceReadsReplacedValues) {
     for (auto [filter, rule] : {std::pair{median3, kMedian}, std::pair{mov_ave3, kMean}}) {
-        Case a(8), b(8);
+        Case a(8);
+        const auto expected = reference(&a.in, &a.in, 3, 3, 5, rule, true);
         ASSERT_EQ(filter(&a.in, &a.in, 3, 3, 5), 0);
-        in_place_reference(&b.in, 3, 3, 5, rule);
-        EXPECT_EQ(t3d::snapshot(&a.in), t3d::snapshot(&b.in));
+        EXPECT_EQ(t3d::snapshot(&a.in), expected);
     }
     // the running maximum reads the whole input before it writes
     Case m(9);
@@ -173,32 +144,22 @@ TEST(BoxFilters, InPlaceReadsReplacedValues) {
     EXPECT_EQ(run_median3(&r.in, &r.in, 5, 7, 9), 0);
 }
 
-TEST(WeightedMedian, AllOnesIsTheMedianEvenSumsAverage) {
-    Case t(11), u(11);
+TEST(WeightedMedian, EvenTotalsAverageTheMiddlePair) {
+    // weights 0..3 with an odd and an even total: the two middle values averaged, truncated
     Vol weights(3, 3, 5);
-    const float one = 1;
-    ASSERT_EQ(ClearVolume(&weights, &one), 0);
-    weights.voi(1, 2, 1, 2, 1, 2);  // the weights' VOI is ignored
-    ASSERT_EQ(wei_median3(&t.in, &t.out, &weights), 0);
-    ASSERT_EQ(median3(&u.in, &u.out, 3, 3, 5), 0);
-    EXPECT_EQ(t3d::snapshot(&t.out), t3d::snapshot(&u.out));
-
-    // weights 0..3 including an even total: the two middle values averaged, truncated
     t3d::fill_random(&weights, 4, 4);
-    std::vector<int> wv;
-    for (int z = 0; z < 3; ++z)
-        for (int y = 0; y < 3; ++y)
-            for (int x = 0; x < 5; ++x) wv.push_back(weights.uc(z, y, x));
+    weights.voi(1, 2, 1, 2, 1, 2);  // the weights' VOI is ignored
+    std::vector<double> wv = t3d::snapshot(&weights);
     const Rule weighted = [&](const Values& v, int) {
         Values all;
-        for (size_t i = 0; i < v.size(); ++i) all.insert(all.end(), wv[i], v[i]);
+        for (size_t i = 0; i < v.size(); ++i) all.insert(all.end(), static_cast<int>(wv[i]), v[i]);
         all = sorted(all);
         const size_t s = all.size();
         return s % 2 ? all[s / 2] : (all[s / 2 - 1] + all[s / 2]) / 2;
     };
     for (int extra : {0, 1}) {  // make the total odd and even
-        weights.uc(0, 1, 2) = static_cast<unsigned char>(wv[7] + extra);
         wv[7] += extra;
+        weights.uc(0, 1, 2) = static_cast<unsigned char>(wv[7]);
         Case c(12 + extra);
         const auto expected = reference(&c.in, &c.out, 3, 3, 5, weighted);
         ASSERT_EQ(wei_median3(&c.in, &c.out, &weights), 0);
@@ -283,14 +244,12 @@ TEST(LocalAdaptive, BlendsCentreAndMeanByNoiseOverVariance) {
     EXPECT_EQ(t3d::snapshot(&t.out), expected);
 
     // noise 0 returns the centre; a flat window returns its mean
-    Case u(17);
-    ASSERT_EQ(local_adapt_filt3(&u.in, &u.out, 0.0f, 3, 3, 3), 0);
-    EXPECT_EQ(u.out.uc(3, 5, 5, 1), u.in.uc(3, 5, 5, 1));
-    Vol flat(3, 3, 3), out(3, 3, 3);
+    ASSERT_EQ(local_adapt_filt3(&t.in, &t.out, 0.0f, 3, 3, 3), 0);
+    EXPECT_EQ(t.out.uc(3, 5, 5, 1), t.in.uc(3, 5, 5, 1));
     const float v = 77;
-    ASSERT_EQ(ClearVolume(&flat, &v), 0);
-    ASSERT_EQ(local_adapt_filt3(&flat, &out, 5.0f, 3, 3, 3), 0);
-    EXPECT_EQ(out.uc(1, 1, 1), 77);
+    ASSERT_EQ(ClearVolume(&t.in, &v), 0);
+    ASSERT_EQ(local_adapt_filt3(&t.in, &t.out, 5.0f, 3, 3, 3), 0);
+    EXPECT_EQ(t.out.uc(3, 5, 5), 77);
 }
 
 TEST(BoxFilters, CheckOrderAndNothingWrittenOnFailure) {
