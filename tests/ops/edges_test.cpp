@@ -9,45 +9,18 @@
 #include <vector>
 
 #include "core/parallel.h"
-#include "support.h"
+#include "tests/ops/window_reference.h"
 
 namespace {
 
 using t3d::Vol;
 using UC = unsigned char;
 using Op = std::function<int(Volume*, Volume*)>;
-using Half = std::array<int, 3>;  // how far a window reaches from its centre along z, y, x
-using Values = std::vector<int>;  // a window's values in frame, row, column order
-using Rule = std::function<int(const Values&)>;
+using t3d::each_offset;
+using t3d::Half;
+using t3d::Values;
 
 // ---- references ---------------------------------------------------------------------------
-
-template <class F>
-void each_offset(Half h, F f) {
-    for (int dz = -h[0]; dz <= h[0]; ++dz)
-        for (int dy = -h[1]; dy <= h[1]; ++dy)
-            for (int dx = -h[2]; dx <= h[2]; ++dx) f(dz, dy, dx);
-}
-
-// Expected output: out's previous contents with every centre whose window lies inside in's VOI
-// replaced by rule over in's values, read from a copy, or, in place, in scan order from the
-// voxels already replaced.
-std::vector<double> reference(Volume* in, Volume* out, Half h, const Rule& rule, bool in_place = false) {
-    std::vector<double> expected = t3d::snapshot(out);
-    const std::vector<double> copy = t3d::snapshot(in);
-    const std::vector<double>& src = in_place ? expected : copy;
-    auto at = [](const Volume* v, int z, int y, int x) { return (static_cast<size_t>(z) * v->Y + y) * v->X + x; };
-    for (int z = in->z1 + h[0]; z < in->z2 - h[0]; ++z)
-        for (int y = in->y1 + h[1]; y < in->y2 - h[1]; ++y)
-            for (int x = in->x1 + h[2]; x < in->x2 - h[2]; ++x) {
-                Values w;
-                each_offset(h, [&](int dz, int dy, int dx) {
-                    w.push_back(static_cast<int>(src[at(in, z + dz, y + dy, x + dx)]));
-                });
-                expected[at(out, z, y, x)] = rule(w);
-            }
-    return expected;
-}
 
 // A 3x3x3 mask as 27 weights indexed by (dz + 1) * 9 + (dy + 1) * 3 + (dx + 1).
 using Mask = std::array<int, 27>;
@@ -71,13 +44,13 @@ Mask sobel_mask(int axis) {
     return m;
 }
 
-int sobel_rule(const Values& w) {
+int sobel_rule(const Values& w, int) {
     int s = 0;
     for (int axis = 0; axis < 3; ++axis) s += std::abs(dot(sobel_mask(axis), w));
     return std::min(255, s);
 }
 
-int laplace_rule(const Values& w) {
+int laplace_rule(const Values& w, int) {
     const int l = w[at(0, 0, -1)] + w[at(0, 0, 1)] + w[at(0, -1, 0)] + w[at(0, 1, 0)] + w[at(-1, 0, 0)] +
                   w[at(1, 0, 0)] - 6 * w[at(0, 0, 0)];
     return std::clamp(l, 0, 255);
@@ -113,18 +86,18 @@ Mask negated(Mask m) {
 struct EdgeOp {
     Op run;
     Half h;
-    Rule rule;
+    t3d::Rule rule;
 };
 
 EdgeOp compass(int a1, int a2) {
     const Mask m = measure_mask(a1, a2);
     return {[=](Volume* i, Volume* o) { return compas3d(i, o, a1, a2); }, {1, 1, 1},
-            [m](const Values& w) { return std::min(255, std::abs(dot(m, w))); }};
+            [m](const Values& w, int) { return std::min(255, std::abs(dot(m, w))); }};
 }
 
 EdgeOp range(int wz, int wy, int wx) {
     return {[=](Volume* i, Volume* o) { return range_3d(i, o, wz, wy, wx); }, {wz / 2, wy / 2, wx / 2},
-            [](const Values& w) { return *std::max_element(w.begin(), w.end()) - *std::min_element(w.begin(), w.end()); }};
+            [](const Values& w, int) { return *std::max_element(w.begin(), w.end()) - *std::min_element(w.begin(), w.end()); }};
 }
 
 const EdgeOp kSobel{Sobel_3D, {1, 1, 1}, sobel_rule}, kLaplace{laplace_3d, {1, 1, 1}, laplace_rule};
@@ -147,7 +120,7 @@ void check_window_op(const EdgeOp& op) {
             t3d::fill_random(in.get(), k + 1, k == 1 ? 12 : 256);
             t3d::fill_random(out.get(), k + 100);
             if (!row) in.voi(1, 8, 2, 9, 1, 10);
-            const auto expected = reference(in.get(), out.get(), op.h, op.rule);
+            const auto expected = t3d::window_reference(in.get(), out.get(), op.h, op.rule);
             changed += expected != t3d::snapshot(out.get());
             ASSERT_EQ(op.run(in.get(), out.get()), 0);
             ASSERT_TRUE(t3d::snapshot(out.get()) == expected) << "case " << k << ", threads " << threads;
@@ -173,7 +146,7 @@ TEST(EdgeWindows, InPlaceCallsReadWhatTheyHaveWritten) {
         Vol v(6, 7, 8);
         t3d::fill_random(v.get(), seed, seed == 12 ? 50 : 256);
         v.voi(0, 6, 1, 7, 0, 7);
-        const auto expected = reference(v.get(), v.get(), op.h, op.rule, true);
+        const auto expected = t3d::window_reference(v.get(), v.get(), op.h, op.rule, true);
         ASSERT_EQ(op.run(v.get(), v.get()), 0);
         EXPECT_EQ(t3d::snapshot(v.get()), expected) << "seed " << seed++;
     }

@@ -9,40 +9,18 @@
 #include <vector>
 
 #include "core/parallel.h"
-#include "tests/support.h"
+#include "tests/ops/window_reference.h"
 
 namespace {
 
 using t3d::Vol;
-using Values = std::vector<int>;
-// f(window values in frame, row, column order, centre value) -> output value
-using Rule = std::function<int(const Values&, int)>;
+using t3d::Rule;
+using t3d::Values;
 
-// Expected output: out's previous contents with every centre whose window lies inside in's
-// VOI replaced by rule over in's values, read from a copy, or, in place, in scan order from the
-// voxels already replaced (as the per-voxel formulations do).
+// The reference for full window widths.
 std::vector<double> reference(Volume* in, Volume* out, int wz, int wy, int wx, const Rule& rule,
                               bool in_place = false) {
-    std::vector<double> expected = t3d::snapshot(out);
-    const std::vector<double> copy = t3d::snapshot(in);
-    const std::vector<double>& src = in_place ? expected : copy;
-    auto at = [&](const Volume* v, int c, int z, int y, int x) {
-        return ((static_cast<size_t>(c) * v->Z + z) * v->Y + y) * v->X + x;
-    };
-    const int n = in->colortype == 1 ? 1 : 3;
-    for (int c = 0; c < n; ++c)
-        for (int z = in->z1 + wz / 2; z < in->z2 - wz / 2; ++z)
-            for (int y = in->y1 + wy / 2; y < in->y2 - wy / 2; ++y)
-                for (int x = in->x1 + wx / 2; x < in->x2 - wx / 2; ++x) {
-                    Values w;
-                    for (int dz = -wz / 2; dz <= wz / 2; ++dz)
-                        for (int dy = -wy / 2; dy <= wy / 2; ++dy)
-                            for (int dx = -wx / 2; dx <= wx / 2; ++dx)
-                                w.push_back(static_cast<int>(src[at(in, c, z + dz, y + dy, x + dx)]));
-                    expected[at(out, c, z, y, x)] =
-                        rule(w, static_cast<int>(src[at(in, c, z, y, x)]));
-                }
-    return expected;
+    return t3d::window_reference(in, out, {wz / 2, wy / 2, wx / 2}, rule, in_place);
 }
 
 Values sorted(Values v) {
