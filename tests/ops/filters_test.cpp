@@ -53,16 +53,21 @@ const std::array<int, 3> kShapes[] = {{1, 1, 1}, {3, 3, 3}, {1, 3, 5}, {5, 3, 1}
 
 using BoxFilter = int (*)(Volume*, Volume*, int, int, int);
 
+// Runs filter on a fresh random case against the reference for a wz x wy x wx window.
+void expect_case(uint32_t seed, int range, std::array<int, 3> w, const Rule& rule,
+                 const std::function<int(Volume*, Volume*)>& filter) {
+    Case t(seed, range);
+    const auto expected = reference(&t.in, &t.out, w[0], w[1], w[2], rule);
+    ASSERT_EQ(filter(&t.in, &t.out), 0);
+    EXPECT_EQ(t3d::snapshot(&t.out), expected) << "window " << w[0] << "x" << w[1] << "x" << w[2];
+}
+
 void expect_filter(BoxFilter filter, const Rule& rule, int range = 256) {
     for (int threads : {1, 3}) {
         v3d::set_thread_count(threads);
-        for (const auto& [wz, wy, wx] : kShapes) {
-            Case t(static_cast<uint32_t>(wz * 100 + wy * 10 + wx), range);
-            const auto expected = reference(&t.in, &t.out, wz, wy, wx, rule);
-            ASSERT_EQ(filter(&t.in, &t.out, wz, wy, wx), 0);
-            EXPECT_EQ(t3d::snapshot(&t.out), expected)
-                << "window " << wz << "x" << wy << "x" << wx << ", threads " << threads;
-        }
+        for (const auto& [wz, wy, wx] : kShapes)
+            expect_case(static_cast<uint32_t>(wz * 100 + wy * 10 + wx), range, {wz, wy, wx}, rule,
+                        [&](Volume* i, Volume* o) { return filter(i, o, wz, wy, wx); });
     }
     v3d::set_thread_count(0);
 }
@@ -138,10 +143,8 @@ TEST(WeightedMedian, EvenTotalsAverageTheMiddlePair) {
     for (int extra : {0, 1}) {  // make the total odd and even
         wv[7] += extra;
         weights.uc(0, 1, 2) = static_cast<unsigned char>(wv[7]);
-        Case c(12 + extra);
-        const auto expected = reference(&c.in, &c.out, 3, 3, 5, weighted);
-        ASSERT_EQ(wei_median3(&c.in, &c.out, &weights), 0);
-        EXPECT_EQ(t3d::snapshot(&c.out), expected);
+        expect_case(12 + extra, 256, {3, 3, 5}, weighted,
+                    [&](Volume* i, Volume* o) { return wei_median3(i, o, &weights); });
     }
 }
 
@@ -177,16 +180,13 @@ TEST(MultistageMedian, MatchesBruteForce) {
         stats = sorted(stats);
         return (stats[3] + stats[4]) / 2;
     };
+    expect_case(14, 256, {n, n, n}, rule, [](Volume* i, Volume* o) { return multistage_median3(i, o, 5); });
     Case t(14);
-    const auto expected = reference(&t.in, &t.out, n, n, n, rule);
-    ASSERT_EQ(multistage_median3(&t.in, &t.out, n), 0);
-    EXPECT_EQ(t3d::snapshot(&t.out), expected);
     EXPECT_EQ(multistage_median3(&t.in, &t.out, 7), -24);  // beyond the VOI's 5 frames
     EXPECT_EQ(multistage_median3(&t.in, &t.out, 4), -24);
 }
 
 TEST(LFilter, WeighsTheSortedWindowClampsAndRounds) {
-    Case t(15);
     std::vector<float> coef(27);
     for (int i = 0; i < 27; ++i) coef[i] = (i % 5 - 1.5f) * 0.173f;  // negative and large sums
     const Rule rule = [&](const Values& v, int) {
@@ -197,13 +197,10 @@ TEST(LFilter, WeighsTheSortedWindowClampsAndRounds) {
         if (sum > 255) sum = 255;
         return static_cast<int>(sum + 0.5);
     };
-    const auto expected = reference(&t.in, &t.out, 3, 3, 3, rule);
-    ASSERT_EQ(l_filter3(&t.in, &t.out, coef.data(), 3, 3, 3), 0);
-    EXPECT_EQ(t3d::snapshot(&t.out), expected);
+    expect_case(15, 256, {3, 3, 3}, rule, [&](Volume* i, Volume* o) { return l_filter3(i, o, coef.data(), 3, 3, 3); });
 }
 
 TEST(LocalAdaptive, BlendsCentreAndMeanByNoiseOverVariance) {
-    Case t(16);
     const float noise = 300.0f;
     const Rule rule = [&](const Values& v, int centre) {
         long long s = 0, q = 0;
@@ -217,11 +214,9 @@ TEST(LocalAdaptive, BlendsCentreAndMeanByNoiseOverVariance) {
         }
         return std::clamp(static_cast<int>(r + 0.5), 0, 255);
     };
-    const auto expected = reference(&t.in, &t.out, 3, 5, 3, rule);
-    ASSERT_EQ(local_adapt_filt3(&t.in, &t.out, noise, 3, 5, 3), 0);
-    EXPECT_EQ(t3d::snapshot(&t.out), expected);
-
+    expect_case(16, 256, {3, 5, 3}, rule, [&](Volume* i, Volume* o) { return local_adapt_filt3(i, o, noise, 3, 5, 3); });
     // noise 0 returns the centre; a flat window returns its mean
+    Case t(16);
     ASSERT_EQ(local_adapt_filt3(&t.in, &t.out, 0.0f, 3, 3, 3), 0);
     EXPECT_EQ(t.out.uc(3, 5, 5, 1), t.in.uc(3, 5, 5, 1));
     const float v = 77;
