@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "core/parallel.h"
-#include "tests/ops/window_reference.h"
+#include "tests/ops/references.h"
 
 namespace {
 

@@ -6,22 +6,14 @@
 
 #include "core/parallel.h"
 #include "ops/fft_core.h"
-#include "tests/support.h"
+#include "tests/ops/references.h"
 
 namespace {
 
 using t3d::Vol;
+using t3d::block;
 using Fft = int (*)(Volume*, Volume*, Volume*, Volume*, int, int, int, int);
 using cd = std::complex<double>;
-
-// The float voxels of the nz x ny x nx block of v at (z0, y0, x0), in scan order.
-std::vector<double> block(Volume* v, int z0, int y0, int x0, int nz, int ny, int nx) {
-    std::vector<double> out;
-    for (int z = 0; z < nz; ++z)
-        for (int y = 0; y < ny; ++y)
-            for (int x = 0; x < nx; ++x) out.push_back(v->data[0].f[z0 + z][y0 + y][x0 + x]);
-    return out;
-}
 
 double max_diff(const std::vector<double>& a, const std::vector<double>& b) {
     double worst = 0;

@@ -5,23 +5,15 @@
 #include <cmath>
 #include <vector>
 
-#include "tests/support.h"
+#include "tests/ops/references.h"
 
 namespace {
 
 using t3d::Vol;
+using t3d::block;
 const double kPi = 3.14159265358979323846;
 
 double dct_norm(int k, int n) { return std::sqrt((k == 0 ? 1.0 : 2.0) / n); }
-
-// The float voxels of the nz x ny x nx block of v at (z0, y0, x0), in scan order.
-std::vector<double> block(Volume* v, int z0, int y0, int x0, int nz, int ny, int nx) {
-    std::vector<double> out;
-    for (int z = 0; z < nz; ++z)
-        for (int y = 0; y < ny; ++y)
-            for (int x = 0; x < nx; ++x) out.push_back(v->data[0].f[z0 + z][y0 + y][x0 + x]);
-    return out;
-}
 
 // Element by element within tolerance + relative * |want|.
 void expect_near(const std::vector<double>& got, const std::vector<double>& want, double tolerance,

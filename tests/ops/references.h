@@ -1,4 +1,5 @@
-// Brute-force reference for window operators: every window gathered voxel by voxel.
+// Shared reference helpers: brute-force window operators (every window gathered voxel by
+// voxel) and blocks of float volumes.
 #pragma once
 
 #include <array>
@@ -43,6 +44,15 @@ inline std::vector<double> window_reference(Volume* in, Volume* out, Half h, con
                     expected[at(out, c, z, y, x)] = rule(w, static_cast<int>(src[at(in, c, z, y, x)]));
                 }
     return expected;
+}
+
+// The float voxels of the nz x ny x nx block of v at (z0, y0, x0), in scan order.
+inline std::vector<double> block(Volume* v, int z0, int y0, int x0, int nz, int ny, int nx) {
+    std::vector<double> out;
+    for (int z = 0; z < nz; ++z)
+        for (int y = 0; y < ny; ++y)
+            for (int x = 0; x < nx; ++x) out.push_back(v->data[0].f[z0 + z][y0 + y][x0 + x]);
+    return out;
 }
 
 }  // namespace t3d
