@@ -97,7 +97,10 @@ EdgeOp compass(int a1, int a2) {
 
 EdgeOp range(int wz, int wy, int wx) {
     return {[=](Volume* i, Volume* o) { return range_3d(i, o, wz, wy, wx); }, {wz / 2, wy / 2, wx / 2},
-            [](const Values& w, int) { return *std::max_element(w.begin(), w.end()) - *std::min_element(w.begin(), w.end()); }};
+            [](const Values& w, int) {
+                const auto [lo, hi] = std::minmax_element(w.begin(), w.end());
+                return *hi - *lo;
+            }};
 }
 
 const EdgeOp kSobel{Sobel_3D, {1, 1, 1}, sobel_rule}, kLaplace{laplace_3d, {1, 1, 1}, laplace_rule};
@@ -163,9 +166,9 @@ TEST(EdgeWindows, DescribedValues) {
     EXPECT_EQ((std::array<int, 3>{out.uc(2, 2, 1), out.uc(2, 2, 2), out.uc(2, 2, 3)}),
               (std::array<int, 3>{0, 15, 15}));
     // a bright voxel: 0 on itself (negative clipped), 10 on its six face neighbours
-    Vol dot(5, 5, 5), lap(5, 5, 5);
-    dot.uc(2, 2, 2) = 10;
-    ASSERT_EQ(laplace_3d(dot.get(), lap.get()), 0);
+    Vol spot(5, 5, 5), lap(5, 5, 5);
+    spot.uc(2, 2, 2) = 10;
+    ASSERT_EQ(laplace_3d(spot.get(), lap.get()), 0);
     const auto l = t3d::snapshot(lap.get());
     EXPECT_EQ(l[62], 0);
     EXPECT_EQ(std::count(l.begin(), l.end(), 10.0), 6);

@@ -219,8 +219,8 @@ TEST(LocalAdaptive, BlendsCentreAndMeanByNoiseOverVariance) {
     Case t(16);
     ASSERT_EQ(local_adapt_filt3(&t.in, &t.out, 0.0f, 3, 3, 3), 0);
     EXPECT_EQ(t.out.uc(3, 5, 5, 1), t.in.uc(3, 5, 5, 1));
-    const float v = 77;
-    ASSERT_EQ(ClearVolume(&t.in, &v), 0);
+    const float v[3] = {77, 77, 77};
+    ASSERT_EQ(ClearVolume(&t.in, v), 0);
     ASSERT_EQ(local_adapt_filt3(&t.in, &t.out, 5.0f, 3, 3, 3), 0);
     EXPECT_EQ(t.out.uc(3, 5, 5), 77);
 }
