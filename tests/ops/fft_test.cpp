@@ -6,24 +6,28 @@
 
 #include "core/parallel.h"
 #include "ops/fft_core.h"
-#include "tests/support.h"
+#include "tests/ops/references.h"
 
 namespace {
 
 using t3d::Vol;
+using t3d::block;
 using Fft = int (*)(Volume*, Volume*, Volume*, Volume*, int, int, int, int);
 using cd = std::complex<double>;
+
+double max_diff(const std::vector<double>& a, const std::vector<double>& b) {
+    double worst = 0;
+    for (size_t i = 0; i < a.size(); ++i) worst = std::max(worst, std::fabs(a[i] - b[i]));
+    return worst;
+}
 
 // The DFT of the VOI of (re, im), by the definition, in double precision.
 std::vector<cd> brute_dft(Volume* re, Volume* im, int direction) {
     const int Ez = re->z2 - re->z1, Ey = re->y2 - re->y1, Ex = re->x2 - re->x1;
     const double s = direction == 0 ? -1.0 : 1.0, pi2 = 2.0 * 3.14159265358979323846;
-    std::vector<cd> in(static_cast<size_t>(Ez) * Ey * Ex), out(in.size());
-    for (int z = 0; z < Ez; ++z)
-        for (int y = 0; y < Ey; ++y)
-            for (int x = 0; x < Ex; ++x)
-                in[(z * Ey + y) * Ex + x] = cd(re->data[0].f[re->z1 + z][re->y1 + y][re->x1 + x],
-                                               im->data[0].f[re->z1 + z][re->y1 + y][re->x1 + x]);
+    const auto r = block(re, re->z1, re->y1, re->x1, Ez, Ey, Ex), i = block(im, re->z1, re->y1, re->x1, Ez, Ey, Ex);
+    std::vector<cd> in(r.size()), out(r.size());
+    for (size_t k = 0; k < r.size(); ++k) in[k] = cd(r[k], i[k]);
     const double scale = direction == 1 ? 1.0 / (static_cast<double>(Ez) * Ey * Ex) : 1.0;
     for (int kz = 0; kz < Ez; ++kz)
         for (int ky = 0; ky < Ey; ++ky)
@@ -45,14 +49,19 @@ std::vector<cd> brute_dft(Volume* re, Volume* im, int direction) {
 // Largest difference between the block of (re, im) at (z0, y0, x0) and the reference.
 double max_error(Volume* re, Volume* im, int z0, int y0, int x0, int Ez, int Ey, int Ex,
                  const std::vector<cd>& ref) {
+    const auto r = block(re, z0, y0, x0, Ez, Ey, Ex), i = block(im, z0, y0, x0, Ez, Ey, Ex);
     double worst = 0;
-    for (int z = 0; z < Ez; ++z)
-        for (int y = 0; y < Ey; ++y)
-            for (int x = 0; x < Ex; ++x) {
-                const cd got(re->data[0].f[z0 + z][y0 + y][x0 + x], im->data[0].f[z0 + z][y0 + y][x0 + x]);
-                worst = std::max(worst, std::abs(got - ref[(z * Ey + y) * Ex + x]));
-            }
+    for (size_t k = 0; k < r.size(); ++k) worst = std::max(worst, std::abs(cd(r[k], i[k]) - ref[k]));
     return worst;
+}
+
+// A snapshot of v with the block at (z0, y0, x0) left out (set to 0).
+std::vector<double> outside_block(Volume* v, int z0, int y0, int x0, int nz, int ny, int nx) {
+    auto s = t3d::snapshot(v);
+    for (int z = 0; z < nz; ++z)
+        for (int y = 0; y < ny; ++y)
+            for (int x = 0; x < nx; ++x) s[(static_cast<size_t>(z0 + z) * v->Y + y0 + y) * v->X + x0 + x] = 0;
+    return s;
 }
 
 struct Shape {
@@ -63,7 +72,7 @@ struct Shape {
 // destination offset; everything outside the destination block stays as it was.
 TEST(Fft3d, MatchesBruteForceDftWithOffsets) {
     const Shape shapes[] = {{8, 8, 8}, {4, 4, 4}, {2, 2, 2}, {1, 1, 1}, {4, 8, 16}, {16, 2, 4},
-                            {1, 8, 4}, {8, 1, 1}, {2, 32, 8}};
+                            {1, 8, 4}, {8, 1, 1}, {2, 32, 8}, {2, 64, 4}};
     for (const Shape& sh : shapes)
         for (int direction = 0; direction < 2; ++direction)
             for (Fft f : {fft3d, lrcfft3d, vrfft3d}) {
@@ -76,7 +85,8 @@ TEST(Fft3d, MatchesBruteForceDftWithOffsets) {
                 Vol ore(sh.Ez + 2, sh.Ey + 3, sh.Ex + 4, 2), oim(sh.Ez + 2, sh.Ey + 3, sh.Ex + 4, 2);
                 t3d::fill_random(ore.get(), 5);
                 t3d::fill_random(oim.get(), 6);
-                const auto ore_before = t3d::snapshot(ore.get()), oim_before = t3d::snapshot(oim.get());
+                const auto ore_before = outside_block(&ore, 1, 2, 3, sh.Ez, sh.Ey, sh.Ex),
+                           oim_before = outside_block(&oim, 1, 2, 3, sh.Ez, sh.Ey, sh.Ex);
                 ASSERT_EQ(f(&re, &im, &ore, &oim, direction, 1, 2, 3), 0);
                 const auto ref = brute_dft(re.get(), im.get(), direction);
                 double magnitude = 1;
@@ -84,20 +94,8 @@ TEST(Fft3d, MatchesBruteForceDftWithOffsets) {
                 EXPECT_LT(max_error(ore.get(), oim.get(), 1, 2, 3, sh.Ez, sh.Ey, sh.Ex, ref),
                           1e-5 * magnitude)
                     << sh.Ez << "x" << sh.Ey << "x" << sh.Ex << " direction " << direction;
-                // outside the destination block nothing changed
-                const auto ore_after = t3d::snapshot(ore.get()), oim_after = t3d::snapshot(oim.get());
-                const int Y = ore->Y, X = ore->X;
-                for (int z = 0; z < ore->Z; ++z)
-                    for (int y = 0; y < Y; ++y)
-                        for (int x = 0; x < X; ++x) {
-                            const bool inside = z >= 1 && z < 1 + sh.Ez && y >= 2 && y < 2 + sh.Ey &&
-                                                x >= 3 && x < 3 + sh.Ex;
-                            const size_t i = (static_cast<size_t>(z) * Y + y) * X + x;
-                            if (!inside) {
-                                ASSERT_EQ(ore_after[i], ore_before[i]);
-                                ASSERT_EQ(oim_after[i], oim_before[i]);
-                            }
-                        }
+                EXPECT_EQ(outside_block(&ore, 1, 2, 3, sh.Ez, sh.Ey, sh.Ex), ore_before);
+                EXPECT_EQ(outside_block(&oim, 1, 2, 3, sh.Ez, sh.Ey, sh.Ex), oim_before);
             }
 }
 
@@ -113,38 +111,13 @@ TEST(Fft3d, RoundTripInPlaceAndBothTransformsAgree) {
         Vol are(n, n, n, 2), aim(n, n, n, 2);
         ASSERT_EQ(lrcfft3d(&re, &im, &are, &aim, 0, 0, 0, 0), 0);
         ASSERT_EQ(fft3d(&re, &im, &re, &im, 0, 1, 0, 2), 0);
-        double worst = 0;
-        for (int z = 0; z < n; ++z)
-            for (int y = 0; y < n; ++y)
-                for (int x = 0; x < n; ++x) {
-                    worst = std::max(worst, static_cast<double>(std::fabs(are.f(z, y, x) - re.f(1 + z, y, 2 + x))));
-                    worst = std::max(worst, static_cast<double>(std::fabs(aim.f(z, y, x) - im.f(1 + z, y, 2 + x))));
-                }
-        EXPECT_LT(worst, 1e-5 * 94.0 * n * n * n);
+        const double tolerance = 1e-5 * 94.0 * n * n * n;
+        EXPECT_LT(max_diff(block(&are, 0, 0, 0, n, n, n), block(&re, 1, 0, 2, n, n, n)), tolerance);
+        EXPECT_LT(max_diff(block(&aim, 0, 0, 0, n, n, n), block(&im, 1, 0, 2, n, n, n)), tolerance);
         ASSERT_EQ(fft3d(&re, &im, &re, &im, 1, 1, 0, 2), 0);
-        const auto re1 = t3d::snapshot(re.get()), im1 = t3d::snapshot(im.get());
-        for (size_t i = 0; i < re0.size(); ++i) {
-            ASSERT_NEAR(re1[i], re0[i], 1e-3);
-            ASSERT_NEAR(im1[i], im0[i], 1e-3);
-        }
+        EXPECT_LE(max_diff(t3d::snapshot(&re), re0), 1e-3);
+        EXPECT_LE(max_diff(t3d::snapshot(&im), im0), 1e-3);
     }
-}
-
-// Non-cubic shapes through lrcfft3d, round trip at an offset.
-TEST(Fft3d, RowColumnRoundTrip) {
-    Vol re(4, 64, 8, 2), im(4, 64, 8, 2), fre(5, 64, 9, 2), fim(5, 64, 9, 2), bre(4, 64, 8, 2),
-        bim(4, 64, 8, 2);
-    t3d::fill_random(re.get(), 3);
-    t3d::fill_random(im.get(), 4);
-    ASSERT_EQ(fft3d(&re, &im, &fre, &fim, 0, 1, 0, 1), 0);
-    fre.voi(1, 5, 0, 64, 1, 9);
-    ASSERT_EQ(fft3d(&fre, &fim, &bre, &bim, 1, 0, 0, 0), 0);
-    for (int z = 0; z < 4; ++z)
-        for (int y = 0; y < 64; ++y)
-            for (int x = 0; x < 8; ++x) {
-                ASSERT_NEAR(bre.f(z, y, x), re.f(z, y, x), 1e-3);
-                ASSERT_NEAR(bim.f(z, y, x), im.f(z, y, x), 1e-3);
-            }
 }
 
 // Threads split frames, rows and octants; the result is the one-thread result, bit for bit.

@@ -2,42 +2,25 @@
 // sorted with std::sort, on small random volumes with VOIs away from the origin, RGB inputs
 // and outputs larger than the inputs (whose other voxels must keep their values).
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <functional>
+#include <tuple>
 #include <vector>
 
 #include "core/parallel.h"
-#include "tests/support.h"
+#include "tests/ops/references.h"
 
 namespace {
 
 using t3d::Vol;
-using Values = std::vector<int>;
-// f(window values in frame, row, column order, centre value) -> output value
-using Rule = std::function<int(const Values&, int)>;
+using t3d::Rule;
+using t3d::Values;
 
-// Expected output: out's previous contents with every centre whose window lies inside in's
-// VOI replaced by rule over in's values (read from a copy, so never from replaced voxels).
-std::vector<double> reference(Volume* in, Volume* out, int wz, int wy, int wx, const Rule& rule) {
-    std::vector<double> expected = t3d::snapshot(out);
-    const std::vector<double> src = t3d::snapshot(in);
-    auto at = [&](const Volume* v, int c, int z, int y, int x) {
-        return ((static_cast<size_t>(c) * v->Z + z) * v->Y + y) * v->X + x;
-    };
-    const int n = in->colortype == 1 ? 1 : 3;
-    for (int c = 0; c < n; ++c)
-        for (int z = in->z1 + wz / 2; z < in->z2 - wz / 2; ++z)
-            for (int y = in->y1 + wy / 2; y < in->y2 - wy / 2; ++y)
-                for (int x = in->x1 + wx / 2; x < in->x2 - wx / 2; ++x) {
-                    Values w;
-                    for (int dz = -wz / 2; dz <= wz / 2; ++dz)
-                        for (int dy = -wy / 2; dy <= wy / 2; ++dy)
-                            for (int dx = -wx / 2; dx <= wx / 2; ++dx)
-                                w.push_back(static_cast<int>(src[at(in, c, z + dz, y + dy, x + dx)]));
-                    expected[at(out, c, z, y, x)] =
-                        rule(w, static_cast<int>(src[at(in, c, z, y, x)]));
-                }
-    return expected;
+// The reference for full window widths.
+std::vector<double> reference(Volume* in, Volume* out, int wz, int wy, int wx, const Rule& rule,
+                              bool in_place = false) {
+    return t3d::window_reference(in, out, {wz / 2, wy / 2, wx / 2}, rule, in_place);
 }
 
 Values sorted(Values v) {
@@ -65,24 +48,26 @@ struct Case {
     }
 };
 
-struct Shape {
-    int wz, wy, wx;
-};
 // 1x1x1 copies the VOI; 5x7x9 is the whole VOI: only its centre is written.
-const Shape kShapes[] = {{1, 1, 1}, {3, 3, 3}, {1, 3, 5}, {5, 3, 1}, {3, 5, 3}, {5, 7, 9}};
+const std::array<int, 3> kShapes[] = {{1, 1, 1}, {3, 3, 3}, {1, 3, 5}, {5, 3, 1}, {3, 5, 3}, {5, 7, 9}};
 
 using BoxFilter = int (*)(Volume*, Volume*, int, int, int);
+
+// Runs filter on a fresh random case against the reference for a wz x wy x wx window.
+void expect_case(uint32_t seed, int range, std::array<int, 3> w, const Rule& rule,
+                 const std::function<int(Volume*, Volume*)>& filter) {
+    Case t(seed, range);
+    const auto expected = reference(&t.in, &t.out, w[0], w[1], w[2], rule);
+    ASSERT_EQ(filter(&t.in, &t.out), 0);
+    EXPECT_EQ(t3d::snapshot(&t.out), expected) << "window " << w[0] << "x" << w[1] << "x" << w[2];
+}
 
 void expect_filter(BoxFilter filter, const Rule& rule, int range = 256) {
     for (int threads : {1, 3}) {
         v3d::set_thread_count(threads);
-        for (const Shape& s : kShapes) {
-            Case t(static_cast<uint32_t>(s.wz * 100 + s.wy * 10 + s.wx), range);
-            const auto expected = reference(&t.in, &t.out, s.wz, s.wy, s.wx, rule);
-            ASSERT_EQ(filter(&t.in, &t.out, s.wz, s.wy, s.wx), 0);
-            EXPECT_EQ(t3d::snapshot(&t.out), expected)
-                << "window " << s.wz << "x" << s.wy << "x" << s.wx << ", threads " << threads;
-        }
+        for (const auto& [wz, wy, wx] : kShapes)
+            expect_case(static_cast<uint32_t>(wz * 100 + wy * 10 + wx), range, {wz, wy, wx}, rule,
+                        [&](Volume* i, Volume* o) { return filter(i, o, wz, wy, wx); });
     }
     v3d::set_thread_count(0);
 }
@@ -113,55 +98,24 @@ TEST(BoxFilters, RunningMedianEqualsMedianOnRandomInputs) {
 }
 
 TEST(BoxFilters, LargeWindowsTakeTheGeneralPaths) {
-    // 9x9x9 = 729 values: past the median network.
+    // 9x9x9 = 729 values: past the median network; 1x13 rows: running sums along long rows
+    const std::tuple<BoxFilter, Rule, std::array<int, 3>> cases[] = {
+        {median3, kMedian, {9, 9, 9}}, {run_max3, kMax, {9, 11, 13}}, {mov_ave3, kMean, {3, 1, 13}}};
     Vol in(11, 12, 13), out(11, 12, 13);
     t3d::fill_random(&in, 5);
-    auto expected = reference(&in, &out, 9, 9, 9, kMedian);
-    ASSERT_EQ(median3(&in, &out, 9, 9, 9), 0);
-    EXPECT_EQ(t3d::snapshot(&out), expected);
-    expected = reference(&in, &out, 9, 11, 13, kMax);
-    ASSERT_EQ(run_max3(&in, &out, 9, 11, 13), 0);
-    EXPECT_EQ(t3d::snapshot(&out), expected);
-    expected = reference(&in, &out, 3, 1, 13, kMean);  // running sums along long rows
-    ASSERT_EQ(mov_ave3(&in, &out, 3, 1, 13), 0);
-    EXPECT_EQ(t3d::snapshot(&out), expected);
-}
-
-TEST(BoxFilters, MovingAverageRoundsHalfUp) {
-    Vol in(1, 1, 3), out(1, 1, 3);
-    in.uc(0, 0, 1) = 1, in.uc(0, 0, 2) = 1;
-    ASSERT_EQ(mov_ave3(&in, &out, 1, 1, 3), 0);
-    EXPECT_EQ(out.uc(0, 0, 1), 1);  // 0.667 + 0.5
-    in.uc(0, 0, 1) = 0;
-    ASSERT_EQ(mov_ave3(&in, &out, 1, 1, 3), 0);
-    EXPECT_EQ(out.uc(0, 0, 1), 0);
-    in.uc(0, 0, 1) = 2;  // 1.0 exactly
-    ASSERT_EQ(mov_ave3(&in, &out, 1, 1, 3), 0);
-    EXPECT_EQ(out.uc(0, 0, 1), 1);
-}
-
-// In place, the per-voxel formulations read voxels already replaced, in scan order.
-void in_place_reference(Volume* v, int wz, int wy, int wx, const Rule& rule) {
-    const int n = v->colortype == 1 ? 1 : 3;
-    for (int c = 0; c < n; ++c)
-        for (int z = v->z1 + wz / 2; z < v->z2 - wz / 2; ++z)
-            for (int y = v->y1 + wy / 2; y < v->y2 - wy / 2; ++y)
-                for (int x = v->x1 + wx / 2; x < v->x2 - wx / 2; ++x) {
-                    Values w;
-                    for (int dz = -wz / 2; dz <= wz / 2; ++dz)
-                        for (int dy = -wy / 2; dy <= wy / 2; ++dy)
-                            for (int dx = -wx / 2; dx <= wx / 2; ++dx)
-                                w.push_back(v->data[c].uc[z + dz][y + dy][x + dx]);
-                    v->data[c].uc[z][y][x] = static_cast<unsigned char>(rule(w, v->data[c].uc[z][y][x]));
-                }
+    for (const auto& [filter, rule, w] : cases) {
+        const auto expected = reference(&in, &out, w[0], w[1], w[2], rule);
+        ASSERT_EQ(filter(&in, &out, w[0], w[1], w[2]), 0);
+        EXPECT_EQ(t3d::snapshot(&out), expected);
+    }
 }
 
 TEST(BoxFilters, InPlaceReadsReplacedValues) {
     for (auto [filter, rule] : {std::pair{median3, kMedian}, std::pair{mov_ave3, kMean}}) {
-        Case a(8), b(8);
+        Case a(8);
+        const auto expected = reference(&a.in, &a.in, 3, 3, 5, rule, true);
         ASSERT_EQ(filter(&a.in, &a.in, 3, 3, 5), 0);
-        in_place_reference(&b.in, 3, 3, 5, rule);
-        EXPECT_EQ(t3d::snapshot(&a.in), t3d::snapshot(&b.in));
+        EXPECT_EQ(t3d::snapshot(&a.in), expected);
     }
     // the running maximum reads the whole input before it writes
     Case m(9);
@@ -173,36 +127,24 @@ TEST(BoxFilters, InPlaceReadsReplacedValues) {
     EXPECT_EQ(run_median3(&r.in, &r.in, 5, 7, 9), 0);
 }
 
-TEST(WeightedMedian, AllOnesIsTheMedianEvenSumsAverage) {
-    Case t(11), u(11);
+TEST(WeightedMedian, EvenTotalsAverageTheMiddlePair) {
+    // weights 0..3 with an odd and an even total: the two middle values averaged, truncated
     Vol weights(3, 3, 5);
-    const float one = 1;
-    ASSERT_EQ(ClearVolume(&weights, &one), 0);
-    weights.voi(1, 2, 1, 2, 1, 2);  // the weights' VOI is ignored
-    ASSERT_EQ(wei_median3(&t.in, &t.out, &weights), 0);
-    ASSERT_EQ(median3(&u.in, &u.out, 3, 3, 5), 0);
-    EXPECT_EQ(t3d::snapshot(&t.out), t3d::snapshot(&u.out));
-
-    // weights 0..3 including an even total: the two middle values averaged, truncated
     t3d::fill_random(&weights, 4, 4);
-    std::vector<int> wv;
-    for (int z = 0; z < 3; ++z)
-        for (int y = 0; y < 3; ++y)
-            for (int x = 0; x < 5; ++x) wv.push_back(weights.uc(z, y, x));
+    weights.voi(1, 2, 1, 2, 1, 2);  // the weights' VOI is ignored
+    std::vector<double> wv = t3d::snapshot(&weights);
     const Rule weighted = [&](const Values& v, int) {
         Values all;
-        for (size_t i = 0; i < v.size(); ++i) all.insert(all.end(), wv[i], v[i]);
+        for (size_t i = 0; i < v.size(); ++i) all.insert(all.end(), static_cast<int>(wv[i]), v[i]);
         all = sorted(all);
         const size_t s = all.size();
         return s % 2 ? all[s / 2] : (all[s / 2 - 1] + all[s / 2]) / 2;
     };
     for (int extra : {0, 1}) {  // make the total odd and even
-        weights.uc(0, 1, 2) = static_cast<unsigned char>(wv[7] + extra);
         wv[7] += extra;
-        Case c(12 + extra);
-        const auto expected = reference(&c.in, &c.out, 3, 3, 5, weighted);
-        ASSERT_EQ(wei_median3(&c.in, &c.out, &weights), 0);
-        EXPECT_EQ(t3d::snapshot(&c.out), expected);
+        weights.uc(0, 1, 2) = static_cast<unsigned char>(wv[7]);
+        expect_case(12 + extra, 256, {3, 3, 5}, weighted,
+                    [&](Volume* i, Volume* o) { return wei_median3(i, o, &weights); });
     }
 }
 
@@ -238,16 +180,13 @@ TEST(MultistageMedian, MatchesBruteForce) {
         stats = sorted(stats);
         return (stats[3] + stats[4]) / 2;
     };
+    expect_case(14, 256, {n, n, n}, rule, [](Volume* i, Volume* o) { return multistage_median3(i, o, 5); });
     Case t(14);
-    const auto expected = reference(&t.in, &t.out, n, n, n, rule);
-    ASSERT_EQ(multistage_median3(&t.in, &t.out, n), 0);
-    EXPECT_EQ(t3d::snapshot(&t.out), expected);
     EXPECT_EQ(multistage_median3(&t.in, &t.out, 7), -24);  // beyond the VOI's 5 frames
     EXPECT_EQ(multistage_median3(&t.in, &t.out, 4), -24);
 }
 
 TEST(LFilter, WeighsTheSortedWindowClampsAndRounds) {
-    Case t(15);
     std::vector<float> coef(27);
     for (int i = 0; i < 27; ++i) coef[i] = (i % 5 - 1.5f) * 0.173f;  // negative and large sums
     const Rule rule = [&](const Values& v, int) {
@@ -258,13 +197,10 @@ TEST(LFilter, WeighsTheSortedWindowClampsAndRounds) {
         if (sum > 255) sum = 255;
         return static_cast<int>(sum + 0.5);
     };
-    const auto expected = reference(&t.in, &t.out, 3, 3, 3, rule);
-    ASSERT_EQ(l_filter3(&t.in, &t.out, coef.data(), 3, 3, 3), 0);
-    EXPECT_EQ(t3d::snapshot(&t.out), expected);
+    expect_case(15, 256, {3, 3, 3}, rule, [&](Volume* i, Volume* o) { return l_filter3(i, o, coef.data(), 3, 3, 3); });
 }
 
 TEST(LocalAdaptive, BlendsCentreAndMeanByNoiseOverVariance) {
-    Case t(16);
     const float noise = 300.0f;
     const Rule rule = [&](const Values& v, int centre) {
         long long s = 0, q = 0;
@@ -278,19 +214,15 @@ TEST(LocalAdaptive, BlendsCentreAndMeanByNoiseOverVariance) {
         }
         return std::clamp(static_cast<int>(r + 0.5), 0, 255);
     };
-    const auto expected = reference(&t.in, &t.out, 3, 5, 3, rule);
-    ASSERT_EQ(local_adapt_filt3(&t.in, &t.out, noise, 3, 5, 3), 0);
-    EXPECT_EQ(t3d::snapshot(&t.out), expected);
-
+    expect_case(16, 256, {3, 5, 3}, rule, [&](Volume* i, Volume* o) { return local_adapt_filt3(i, o, noise, 3, 5, 3); });
     // noise 0 returns the centre; a flat window returns its mean
-    Case u(17);
-    ASSERT_EQ(local_adapt_filt3(&u.in, &u.out, 0.0f, 3, 3, 3), 0);
-    EXPECT_EQ(u.out.uc(3, 5, 5, 1), u.in.uc(3, 5, 5, 1));
-    Vol flat(3, 3, 3), out(3, 3, 3);
-    const float v = 77;
-    ASSERT_EQ(ClearVolume(&flat, &v), 0);
-    ASSERT_EQ(local_adapt_filt3(&flat, &out, 5.0f, 3, 3, 3), 0);
-    EXPECT_EQ(out.uc(1, 1, 1), 77);
+    Case t(16);
+    ASSERT_EQ(local_adapt_filt3(&t.in, &t.out, 0.0f, 3, 3, 3), 0);
+    EXPECT_EQ(t.out.uc(3, 5, 5, 1), t.in.uc(3, 5, 5, 1));
+    const float v[3] = {77, 77, 77};
+    ASSERT_EQ(ClearVolume(&t.in, v), 0);
+    ASSERT_EQ(local_adapt_filt3(&t.in, &t.out, 5.0f, 3, 3, 3), 0);
+    EXPECT_EQ(t.out.uc(3, 5, 5), 77);
 }
 
 TEST(BoxFilters, CheckOrderAndNothingWrittenOnFailure) {
