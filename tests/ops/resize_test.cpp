@@ -30,110 +30,92 @@ template <class Src> std::vector<double> mapped(Volume* in, Volume* out, const i
 
 // ---- replication and decimation ----------------------------------------------------------
 
-TEST(Resize, ZoomReplicatesEveryVoxelIntoItsBlock) {
-    for (int f : {1, 2, 3})
-        for (int colortype : {1, 2}) {
-            Vol in(4, 5, 6, 1, colortype), out(3 * 3 + 2, 3 * 4 + 1, 3 * 5 + 3, 1, colortype);
-            t3d::fill_random(in.get(), 1);
-            t3d::fill_random(out.get(), 2);
-            in.voi(1, 4, 0, 4, 1, 6);
-            const int d[3] = {2, 1, 3}, n[3] = {3 * f, 4 * f, 5 * f};
-            const auto expected = mapped(in.get(), out.get(), d, n, [f](int p) { return p / f; });
-            ASSERT_EQ(zoom3d(in.get(), out.get(), f, 2, 1, 3), 0);
-            EXPECT_EQ(t3d::snapshot(out.get()), expected) << "f " << f;
-        }
-}
-
-TEST(Resize, DecimationTakesEveryFthVoxelAndKeepsItsBound) {
-    // 9 x 7 x 5 at f = 2 fills 5 x 4 x 3; the bound counts 9 / 2 = 4 columns, so an output of
-    // 4 x 3 x 2 passes and the last sample of each axis has no room; then a VOI and an origin
+TEST(Resize, ZoomAndDecimationMapEveryVoxelToItsSource) {
+    // zoom: each source voxel fills an f-block; decimation: 5 x 7 x 9 at f = 2 fills 3 x 4 x 5,
+    // the bound counts 5 / 2 = 2 frames, so 2 x 3 x 4 passes and the last sample of each axis
+    // has no room; then VOIs and origins
     struct Case {
-        int f, size[3], voi[6], d[3], n[3];
+        bool zoom;
+        int f, colortype, size[3], voi[6], d[3], n[3];
     };
-    const Case cases[] = {{2, {3, 4, 5}, {0, 5, 0, 7, 0, 9}, {0, 0, 0}, {3, 4, 5}},
-                          {2, {2, 3, 4}, {0, 5, 0, 7, 0, 9}, {0, 0, 0}, {2, 3, 4}},
-                          {3, {6, 6, 6}, {1, 5, 2, 7, 0, 9}, {1, 2, 3}, {2, 2, 3}}};
+    const Case cases[] = {{true, 1, 1, {11, 13, 18}, {1, 4, 0, 4, 1, 6}, {2, 1, 3}, {3, 4, 5}},
+                          {true, 2, 2, {11, 13, 18}, {1, 4, 0, 4, 1, 6}, {2, 1, 3}, {6, 8, 10}},
+                          {true, 3, 1, {11, 13, 18}, {1, 4, 0, 4, 1, 6}, {2, 1, 3}, {9, 12, 15}},
+                          {true, 3, 2, {11, 13, 18}, {1, 4, 0, 4, 1, 6}, {2, 1, 3}, {9, 12, 15}},
+                          {false, 2, 1, {3, 4, 5}, {0, 5, 0, 7, 0, 9}, {0, 0, 0}, {3, 4, 5}},
+                          {false, 2, 1, {2, 3, 4}, {0, 5, 0, 7, 0, 9}, {0, 0, 0}, {2, 3, 4}},
+                          {false, 3, 2, {6, 6, 6}, {1, 5, 2, 7, 0, 9}, {1, 2, 3}, {2, 2, 3}}};
     for (const Case& k : cases) {
-        Vol in(5, 7, 9), out(k.size[0], k.size[1], k.size[2]);
+        Vol in(5, 7, 9, 1, k.colortype), out(k.size[0], k.size[1], k.size[2], 1, k.colortype);
         t3d::fill_random(in.get(), 3);
         t3d::fill_random(out.get(), 4);
         in.voi(k.voi[0], k.voi[1], k.voi[2], k.voi[3], k.voi[4], k.voi[5]);
-        const auto expected = mapped(in.get(), out.get(), k.d, k.n, [&k](int p) { return k.f * p; });
-        ASSERT_EQ(decim3(in.get(), out.get(), k.f, k.d[0], k.d[1], k.d[2]), 0);
-        EXPECT_EQ(t3d::snapshot(out.get()), expected) << "f " << k.f << " into " << k.size[2];
-        if (k.size[0] == 2) EXPECT_EQ(decim3(in.get(), out.get(), 2, 1, 0, 0), -520);
+        const auto expected = mapped(in.get(), out.get(), k.d, k.n, [&k](int p) { return k.zoom ? p / k.f : k.f * p; });
+        ASSERT_EQ((k.zoom ? zoom3d : decim3)(in.get(), out.get(), k.f, k.d[0], k.d[1], k.d[2]), 0);
+        EXPECT_EQ(t3d::snapshot(out.get()), expected) << (k.zoom ? "zoom " : "decimation ") << k.f;
+        if (!k.zoom && k.size[0] == 2) {
+            EXPECT_EQ(decim3(in.get(), out.get(), 2, 1, 0, 0), -520);
+        }
     }
 }
 
 // ---- resampling by real factors ------------------------------------------------------------
 
-// Target run of one axis: mode 0 truncates extent * factor in single precision.
+// One axis: the VOI's run of source voxels and the target run (mode 0 truncates extent * factor
+// in single precision and starts at the origin; other modes fill the whole axis).
 struct Run {
     int first, extent, origin, count;
+    Run(int z1, int z2, int mode, float factor, int d, int dim)
+        : first(z1), extent(z2 - z1), origin(mode ? 0 : d),
+          count(mode ? dim : static_cast<int>(static_cast<float>(z2 - z1) * factor)) {}
+    int nearest(int n) const {
+        const float step = extent < 2 ? FLT_MAX : static_cast<float>(count - 1) / (extent - 1);
+        return step == 0.0f ? first : static_cast<int>(first + 0.5 + static_cast<float>(n) / step);
+    }
+    // The two source voxels around target n and the weight of the second.
+    std::pair<int, float> linear(int n) const {
+        if (extent < 2 || count < 2) return {first, 0.0f};
+        const double pos = n * (((extent - 1) - 0.1) / (count - 1));
+        const int j = static_cast<int>(std::floor(pos));
+        return {first + j, static_cast<float>(pos - j)};
+    }
 };
-Run run_of(int first, int extent, int mode, float factor, int origin, int dim) {
-    if (mode != 0) return {first, extent, 0, dim};
-    const float n = static_cast<float>(extent) * factor;
-    return {first, extent, origin, static_cast<int>(n)};
-}
 
-int nearest_source(const Run& r, int n) {
-    const float step = r.extent < 2 ? FLT_MAX : static_cast<float>(r.count - 1) / (r.extent - 1);
-    if (step == 0.0f) return r.first;
-    return static_cast<int>(r.first + 0.5 + static_cast<float>(n) / step);
-}
-
-struct Neighbours {
-    int lo, hi;
-    float w;
-};
-Neighbours linear_source(const Run& r, int n) {
-    if (r.extent < 2 || r.count < 2) return {r.first, r.first, 0.0f};
-    const double pos = n * (((r.extent - 1) - 0.1) / (r.count - 1));
-    const int j = static_cast<int>(std::floor(pos));
-    return {r.first + j, r.first + j + 1, static_cast<float>(pos - j)};
-}
-
-float lerp(double a, double b, float w) {
-    return (1.0f - w) * static_cast<float>(a) + w * static_cast<float>(b);
-}
+float lerp(double a, double b, float w) { return (1.0f - w) * static_cast<float>(a) + w * static_cast<float>(b); }
 
 // Expected output of a nearest (linear = false) or trilinear resampling, voxel by voxel.
-std::vector<double> resampled(Volume* in, Volume* out, int mode, const float f[3], const int d[3],
-                              bool linear) {
+std::vector<double> resampled(Volume* in, Volume* out, int mode, const float f[3], const int d[3], bool linear) {
     Voxels src(in), dst(out);
-    const Run rz = run_of(in->z1, in->z2 - in->z1, mode, f[0], d[0], out->Z);
-    const Run ry = run_of(in->y1, in->y2 - in->y1, mode, f[1], d[1], out->Y);
-    const Run rx = run_of(in->x1, in->x2 - in->x1, mode, f[2], d[2], out->X);
+    const Run rz(in->z1, in->z2, mode, f[0], d[0], out->Z), ry(in->y1, in->y2, mode, f[1], d[1], out->Y),
+        rx(in->x1, in->x2, mode, f[2], d[2], out->X);
     for (int c = 0; c < channels(in); ++c)
-        for (int n = 0; n < rz.count; ++n)
-            for (int m = 0; m < ry.count; ++m)
-                for (int i = 0; i < rx.count; ++i) {
-                    double& o = dst.at(rz.origin + n, ry.origin + m, rx.origin + i, c);
-                    if (!linear) {
-                        o = src.at(nearest_source(rz, n), nearest_source(ry, m), nearest_source(rx, i), c);
-                        continue;
-                    }
-                    const Neighbours a = linear_source(rz, n), b = linear_source(ry, m),
-                                     e = linear_source(rx, i);
-                    auto along_x = [&](int z, int y) { return lerp(src.at(z, y, e.lo, c), src.at(z, y, e.hi, c), e.w); };
-                    auto along_y = [&](int z) { return lerp(along_x(z, b.lo), along_x(z, b.hi), b.w); };
-                    o = static_cast<int>(lerp(along_y(a.lo), along_y(a.hi), a.w) + 0.5f);
-                }
+        t3d::for_box({0, rz.count, 0, ry.count, 0, rx.count}, [&](int n, int m, int i) {
+            double& o = dst.at(rz.origin + n, ry.origin + m, rx.origin + i, c);
+            if (!linear) {
+                o = src.at(rz.nearest(n), ry.nearest(m), rx.nearest(i), c);
+                return;
+            }
+            const auto a = rz.linear(n), b = ry.linear(m), e = rx.linear(i);
+            // a weight of 0 (one-voxel axes) reads the first voxel twice
+            auto along_x = [&](int z, int y) { return lerp(src.at(z, y, e.first, c), src.at(z, y, e.first + (e.second > 0), c), e.second); };
+            auto along_y = [&](int z) { return lerp(along_x(z, b.first), along_x(z, b.first + (b.second > 0)), b.second); };
+            o = static_cast<int>(lerp(along_y(a.first), along_y(a.first + (a.second > 0)), a.second) + 0.5f);
+        });
     return dst.v;
 }
 
 TEST(Resize, ResamplingMatchesTheVoxelByVoxelDefinition) {
+    // the last setup has a one-voxel axis (repeated) and truncates 10 * 0.7f in single
+    // precision to 7 columns, the eighth left as it was
     struct Setup {
         int mode;
         float f[3];
-        int d[3];
-        int colortype;
+        int d[3], colortype, z1 = 1, z2 = 9, x1 = 1;
     };
     const Setup setups[] = {
         {0, {2.0f, 2.0f, 2.0f}, {0, 0, 0}, 1},    {0, {1.7f, 0.6f, 2.3f}, {1, 2, 0}, 1},
         {0, {0.5f, 1.0f, 3.1f}, {0, 1, 2}, 2},    {1, {0.0f, 0.0f, 0.0f}, {9, 9, 9}, 1},
-        {7, {-1.0f, 5.0f, 5.0f}, {-3, 0, 0}, 2},
+        {7, {-1.0f, 5.0f, 5.0f}, {-3, 0, 0}, 2},  {0, {4.0f, 3.0f, 0.7f}, {0, 1, 0}, 1, 4, 5, 0},
     };
     uint32_t seed = 10;
     for (bool linear : {false, true})
@@ -142,7 +124,7 @@ TEST(Resize, ResamplingMatchesTheVoxelByVoxelDefinition) {
                 Vol in(9, 7, 10, 1, s.colortype), out(20, 17, 33, 1, s.colortype);
                 t3d::fill_random(in.get(), ++seed);
                 t3d::fill_random(out.get(), ++seed);
-                in.voi(1, 9, 2, 7, 1, 10);
+                in.voi(s.z1, s.z2, 2, 7, s.x1, 10);
                 const std::vector<double> expected = resampled(in.get(), out.get(), s.mode, s.f, s.d, linear);
                 auto op = linear ? InterpolationLinear3d : InterpolationNearestNeighbor3d;
                 v3d::set_thread_count(threads);
@@ -154,33 +136,28 @@ TEST(Resize, ResamplingMatchesTheVoxelByVoxelDefinition) {
             }
 }
 
+// A one-row volume holding the given values, and the values of a volume's first row.
+void set_row(Vol& v, std::vector<int> values) {
+    for (size_t x = 0; x < values.size(); ++x) v.uc(0, 0, static_cast<int>(x)) = static_cast<unsigned char>(values[x]);
+}
+std::vector<int> row_of(Vol& v, int z = 0) {
+    std::vector<int> row;
+    for (int x = 0; x < v->X; ++x) row.push_back(v.uc(z, 0, x));
+    return row;
+}
+
 TEST(Resize, WhereEachSourceVoxelLands) {
     // three voxels to seven: the step is 3, voxel n takes round(n / 3)
     Vol in(1, 1, 3), out(1, 1, 7);
-    in.uc(0, 0, 0) = 10, in.uc(0, 0, 1) = 20, in.uc(0, 0, 2) = 30;
+    set_row(in, {10, 20, 30});
     ASSERT_EQ(InterpolationNearestNeighbor3d(in.get(), out.get(), 1, 0, 0, 0, 0, 0, 0), 0);
-    const int nearest[7] = {10, 10, 20, 20, 20, 30, 30};
-    for (int x = 0; x < 7; ++x) EXPECT_EQ(out.uc(0, 0, x), nearest[x]) << x;
-    // a one-voxel axis repeats its voxel
-    Vol column(1, 1, 1), row(4, 1, 5);
-    column.uc(0, 0, 0) = 77;
-    ASSERT_EQ(InterpolationNearestNeighbor3d(column.get(), row.get(), 0, 4.0f, 1.0f, 5.0f, 0, 0, 0), 0);
-    for (int z = 0; z < 4; ++z)
-        for (int x = 0; x < 5; ++x) EXPECT_EQ(row.uc(z, 0, x), 77);
-    ASSERT_EQ(InterpolationLinear3d(column.get(), row.get(), 1, 0, 0, 0, 0, 0, 0), 0);
-    EXPECT_EQ(row.uc(3, 0, 4), 77);
+    EXPECT_EQ(row_of(out), (std::vector<int>{10, 10, 20, 20, 20, 30, 30}));
     // trilinear, 0 10 20 to six voxels: positions 0, 0.38, 0.76, 1.14, 1.52, 1.9 (the 0.1
     // keeps the last below the last voxel)
     Vol ramp(1, 1, 3), wide(1, 1, 6);
-    ramp.uc(0, 0, 1) = 10, ramp.uc(0, 0, 2) = 20;
+    set_row(ramp, {0, 10, 20});
     ASSERT_EQ(InterpolationLinear3d(ramp.get(), wide.get(), 1, 0, 0, 0, 0, 0, 0), 0);
-    const int linear[6] = {0, 4, 8, 11, 15, 19};
-    for (int x = 0; x < 6; ++x) EXPECT_EQ(wide.uc(0, 0, x), linear[x]) << x;
-    // mode 0 truncates 10 * 0.7f in single precision: 7 voxels; the eighth stays as it was
-    Vol ten(1, 1, 10), seven(1, 1, 8);
-    seven.uc(0, 0, 7) = 99;
-    ASSERT_EQ(InterpolationNearestNeighbor3d(ten.get(), seven.get(), 0, 1.0f, 1.0f, 0.7f, 0, 0, 0), 0);
-    EXPECT_EQ(seven.uc(0, 0, 7), 99);
+    EXPECT_EQ(row_of(wide), (std::vector<int>{0, 4, 8, 11, 15, 19}));
 }
 
 // ---- resampling along Z -------------------------------------------------------------------
@@ -312,15 +289,6 @@ TEST(Resize, BinaryInsertionFollowsTheJunctionRules) {
             ASSERT_EQ(FrameInterpolationBinary(in.get(), out.get(), k, 1, 1, 2, 0), 0);
             EXPECT_EQ(t3d::snapshot(out.get()), expected) << "k " << k << " density " << density;
         }
-    // only A a junction (a diagonal line through the pixel): the new frame takes A's value
-    Vol pair(2, 3, 3), mid(3, 3, 3);
-    pair.uc(0, 0, 0) = pair.uc(0, 1, 1) = pair.uc(0, 2, 2) = 255;
-    ASSERT_EQ(FrameInterpolationBinary(pair.get(), mid.get(), 2, 0, 0, 0, 0), 0);
-    EXPECT_EQ(mid.uc(1, 1, 1), 255);
-    pair.uc(1, 0, 0) = pair.uc(1, 2, 2) = 255;  // both junctions: 0
-    pair.uc(1, 1, 1) = 0, pair.uc(0, 1, 1) = 255;
-    ASSERT_EQ(FrameInterpolationBinary(pair.get(), mid.get(), 2, 0, 0, 0, 0), 0);
-    EXPECT_EQ(mid.uc(1, 1, 1), 0);
 }
 
 TEST(Resize, ObjectFillFillsWhatTheBackgroundCannotReach) {
@@ -331,11 +299,9 @@ TEST(Resize, ObjectFillFillsWhatTheBackgroundCannotReach) {
         {".......", ".#####.", ".#...#.", ".#.....", ".#####.", ".......", "......."},
         {".......", ".####..", ".#...#.", ".#...#.", ".#####.", ".......", "......."},
     };
-        const bool filled[3] = {true, false, true};
+    const bool filled[3] = {true, false, true};
     Vol in(3, 7, 7), out(3, 7, 7);
-    for (int z = 0; z < 3; ++z)
-        for (int y = 0; y < 7; ++y)
-            for (int x = 0; x < 7; ++x) in.uc(z, y, x) = frames[z][y][x] == '#' ? 255 : 0;
+    t3d::for_box(t3d::whole_box(in.get()), [&](int z, int y, int x) { in.uc(z, y, x) = frames[z][y][x] == '#' ? 255 : 0; });
     ASSERT_EQ(FrameContourObjectFill(in.get(), out.get()), 0);
     for (int z = 0; z < 3; ++z) {
         EXPECT_EQ(out.uc(z, 2, 3), filled[z] ? 255 : 0) << "frame " << z;
@@ -350,9 +316,7 @@ TEST(Resize, ObjectFillFillsWhatTheBackgroundCannotReach) {
     EXPECT_EQ(in.uc(0, 1, 1), 255);
     // the fill of binary insertion: two equal rings give a filled ring between them
     Vol rings(2, 7, 7), between(3, 7, 7);
-    for (int z = 0; z < 2; ++z)
-        for (int y = 0; y < 7; ++y)
-            for (int x = 0; x < 7; ++x) rings.uc(z, y, x) = frames[0][y][x] == '#' && y < 6 ? 255 : 0;
+    t3d::for_box(t3d::whole_box(rings.get()), [&](int z, int y, int x) { rings.uc(z, y, x) = frames[0][y][x] == '#' && y < 6 ? 255 : 0; });
     ASSERT_EQ(FrameInterpolationBinary(rings.get(), between.get(), 2, 0, 0, 0, 1), 0);
     EXPECT_EQ(between.uc(1, 3, 3), 255);
     EXPECT_EQ(between.uc(1, 1, 1), 255);
