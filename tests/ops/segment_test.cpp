@@ -6,7 +6,7 @@
 #include <deque>
 #include <vector>
 
-#include "support.h"
+#include "tests/ops/voxel_grid.h"
 
 namespace v3d {
 extern int g_split_depth;
@@ -15,22 +15,13 @@ extern int g_splitmerge_depth;
 
 namespace {
 
+using t3d::Box;
+using t3d::for_box;
 using t3d::Vol;
-using Byte = unsigned char;
 
-struct Box {
-    int z1, z2, y1, y2, x1, x2;
-};
-
-Box voi(const Volume* v) { return {v->z1, v->z2, v->y1, v->y2, v->x1, v->x2}; }
+Box voi(const Volume* v) { return t3d::voi_box(v); }
 
 int mean_of(double sum, double count) { return static_cast<int>(std::floor(sum / count + 0.5)); }
-
-template <class F> void for_box(const Box& b, F&& f) {
-    for (int z = b.z1; z < b.z2; ++z)
-        for (int y = b.y1; y < b.y2; ++y)
-            for (int x = b.x1; x < b.x2; ++x) f(z, y, x);
-}
 
 // ---- references: the described algorithms, written the plain way ---------------------------
 
@@ -230,16 +221,12 @@ void prepare(Vol& v, uint32_t seed, int range) {
 }
 
 // Sparse non-zero values (about one voxel in `one_in`), everywhere.
-void sparse(Vol& v, uint32_t seed, int one_in) {
-    Vol noise(v->Z, v->Y, v->X);
-    t3d::fill_random(noise.get(), seed);
-    for_box({0, v->Z, 0, v->Y, 0, v->X}, [&](int z, int y, int x) {
-        v.uc(z, y, x) = noise.uc(z, y, x) % one_in == 0 ? 1 + noise.uc(z, y, x) % 7 : 0;
+void sparse(Volume* v, uint32_t seed, int one_in) {
+    t3d::fill_random(v, seed);
+    for_box(t3d::whole_box(v), [&](int z, int y, int x) {
+        unsigned char& u = v->data[0].uc[z][y][x];
+        u = u % one_in == 0 ? 1 + u % 7 : 0;
     });
-}
-
-void copy(Vol& from, Vol& to) {
-    for_box({0, from->Z, 0, from->Y, 0, from->X}, [&](int z, int y, int x) { to.uc(z, y, x) = from.uc(z, y, x); });
 }
 
 // ---- threshold ------------------------------------------------------------------------------
@@ -249,31 +236,62 @@ TEST(Threshold, VoiVoxelsAgainstTheIntegerThresholdOthersUntouched) {
     prepare(in, 1, 256);
     for (int t : {-3, 0, 1, 128, 255, 256, 1000}) {
         t3d::fill_random(out.get(), 2);
-        const auto before = t3d::snapshot(out.get());
+        t3d::Voxels expected(out.get());
+        for_box(voi(in.get()), [&](int z, int y, int x) { expected.at(z, y, x) = in.uc(z, y, x) >= t ? 255 : 0; });
         ASSERT_EQ(threshold_3d(in.get(), out.get(), t), 0);
-        const Box r = voi(in.get());
-        for_box({0, kZ, 0, kY, 0, kX}, [&](int z, int y, int x) {
-            const bool inside = z >= r.z1 && z < r.z2 && y >= r.y1 && y < r.y2 && x >= r.x1 && x < r.x2;
-            const int want = inside ? (in.uc(z, y, x) >= t ? 255 : 0) : before[(z * kY + y) * kX + x];
-            ASSERT_EQ(out.uc(z, y, x), want) << "t=" << t << " at " << z << "," << y << "," << x;
-        });
+        ASSERT_EQ(t3d::snapshot(out.get()), expected.v) << "t=" << t;
     }
 }
 
-// ---- growing --------------------------------------------------------------------------------
-
-TEST(RegionGrow, MatchesTheRepeatedScanReference) {
-    for (uint32_t seed = 1; seed <= 12; ++seed)
-        for (int tol : {0, 2, 5}) {
-            Vol in(kZ, kY, kX), out(kZ, kY, kX), ref(kZ, kY, kX);
-            prepare(in, seed, 12);
-            sparse(out, seed + 100, 23);
-            copy(out, ref);
-            ASSERT_EQ(region3d_grow(in.get(), out.get(), 255, tol), 0);
-            ASSERT_EQ(ref_grow(in, ref, 255, tol), 0);
-            ASSERT_EQ(t3d::snapshot(out.get()), t3d::snapshot(ref.get())) << seed << " tol " << tol;
-        }
+// Every operator against its reference on random volumes: seeds x tolerances, the result (status
+// or region count) and every voxel of the output.
+TEST(Segment, EveryOperatorMatchesItsReference) {
+    struct Case {
+        const char* name;
+        char start;  // the output starts random ('r'), zero ('0') or as sparse seeds ('s')
+        int seeds, range_odd, range_even;  // grey levels for odd and even seeds
+        std::vector<int> tolerances;
+        int (*run)(Vol& in, Vol& out, int tol, uint32_t seed);
+        int (*reference)(Vol& in, Vol& out, int tol, uint32_t seed);
+        const int* depth;  // the recursion depth must come back to 0
+    };
+    // merging: some runs hit the maximum of 4 regions; split-merge: with 40 grey levels,
+    // tolerance 0 overflows 255 regions
+    const Case cases[] = {
+        {"grow", 's', 12, 12, 12, {0, 2, 5},
+         [](Vol& in, Vol& out, int tol, uint32_t) { return region3d_grow(in.get(), out.get(), 255, tol); },
+         [](Vol& in, Vol& out, int tol, uint32_t) { return ref_grow(in, out, 255, tol); }, nullptr},
+        {"merge", 'r', 12, 9, 9, {0, 1, 3, 2147483647},
+         [](Vol& in, Vol& out, int tol, uint32_t seed) { return region3d_merge(in.get(), out.get(), tol, seed % 3 ? 255 : 4); },
+         [](Vol& in, Vol& out, int tol, uint32_t seed) { return ref_merge(in, out, tol, seed % 3 ? 255 : 4); }, nullptr},
+        {"split", 'r', 8, 8, 8, {0, 3, 6, 255},
+         [](Vol& in, Vol& out, int tol, uint32_t) {
+             int count = 0;
+             return region3d_split(in.get(), out.get(), &count, tol) ? -1000 : count;
+         },
+         [](Vol& in, Vol& out, int tol, uint32_t) { return ref_split(in, out, tol); }, &v3d::g_split_depth},
+        {"splitmerge", '0', 10, 6, 40, {0, 2, 4},
+         [](Vol& in, Vol& out, int tol, uint32_t) {
+             int count = 0;
+             return region3d_splitmerge(in.get(), out.get(), &count, tol) ? -1000 : count;
+         },
+         [](Vol& in, Vol& out, int tol, uint32_t) { return ref_splitmerge(in, out, tol); }, &v3d::g_splitmerge_depth},
+    };
+    for (const Case& c : cases)
+        for (uint32_t seed = 1; seed <= static_cast<uint32_t>(c.seeds); ++seed)
+            for (int tol : c.tolerances) {
+                SCOPED_TRACE(::testing::Message() << c.name << " seed " << seed << " tol " << tol);
+                Vol in(kZ, kY, kX), out(kZ, kY, kX), ref(kZ, kY, kX);
+                prepare(in, seed, seed % 2 ? c.range_odd : c.range_even);
+                for (Volume* v : {out.get(), ref.get()})
+                    if (c.start != '0') c.start == 's' ? sparse(v, seed + 100, 23) : t3d::fill_random(v, seed + 50);
+                EXPECT_EQ(c.run(in, out, tol, seed), c.reference(in, ref, tol, seed));
+                ASSERT_EQ(t3d::snapshot(out.get()), t3d::snapshot(ref.get()));
+                EXPECT_EQ(c.depth ? *c.depth : 0, 0);
+            }
 }
+
+// ---- growing --------------------------------------------------------------------------------
 
 TEST(RegionGrow, ComparesWithTheSeedValueAndBorderSeedsDoNotSpread) {
     Vol in(5, 5, 12), out(5, 5, 12);
@@ -308,19 +326,6 @@ TEST(RegionGrow, NoSeedsAndTooManySeeds) {
 
 // ---- merging --------------------------------------------------------------------------------
 
-TEST(RegionMerge, MatchesTheReference) {
-    for (uint32_t seed = 1; seed <= 12; ++seed)
-        for (int tol : {0, 1, 3, 2147483647}) {
-            Vol in(kZ, kY, kX), out(kZ, kY, kX), ref(kZ, kY, kX);
-            prepare(in, seed, 9);
-            t3d::fill_random(out.get(), seed + 50);
-            copy(out, ref);
-            const int maxregions = seed % 3 == 0 ? 4 : 255;  // some runs hit the maximum
-            EXPECT_EQ(region3d_merge(in.get(), out.get(), tol, maxregions), ref_merge(in, ref, tol, maxregions));
-            ASSERT_EQ(t3d::snapshot(out.get()), t3d::snapshot(ref.get())) << seed << " tol " << tol;
-        }
-}
-
 TEST(RegionMerge, ConstantVoiAndRegionOverflow) {
     Vol in(kZ, kY, kX), out(kZ, kY, kX);
     for_box({0, kZ, 0, kY, 0, kX}, [&](int z, int y, int x) { in.uc(z, y, x) = 77; });
@@ -337,37 +342,9 @@ TEST(RegionMerge, ConstantVoiAndRegionOverflow) {
 
 // ---- splitting ------------------------------------------------------------------------------
 
-TEST(RegionSplit, MatchesTheReferenceAndLeavesTheDepthAtZero) {
-    for (uint32_t seed = 1; seed <= 8; ++seed)
-        for (int tol : {0, 3, 6, 255}) {
-            Vol in(kZ, kY, kX), out(kZ, kY, kX), ref(kZ, kY, kX);
-            prepare(in, seed, 8);
-            t3d::fill_random(out.get(), seed + 9);
-            copy(out, ref);
-            int count = 0;
-            ASSERT_EQ(region3d_split(in.get(), out.get(), &count, tol), 0);
-            EXPECT_EQ(count, ref_split(in, ref, tol));
-            ASSERT_EQ(t3d::snapshot(out.get()), t3d::snapshot(ref.get())) << seed << " tol " << tol;
-            EXPECT_EQ(v3d::g_split_depth, 0);
-        }
-}
-
-TEST(RegionSplitMerge, MatchesTheReferenceIncludingRegionOverflow) {
-    for (uint32_t seed = 1; seed <= 10; ++seed)
-        for (int tol : {0, 2, 4}) {
-            Vol in(kZ, kY, kX), out(kZ, kY, kX), ref(kZ, kY, kX);
-            prepare(in, seed, seed % 2 ? 6 : 40);  // with 40 grey levels, tolerance 0 overflows 255
-            int count = 0;
-            ASSERT_EQ(region3d_splitmerge(in.get(), out.get(), &count, tol), 0);
-            EXPECT_EQ(count, ref_splitmerge(in, ref, tol));
-            ASSERT_EQ(t3d::snapshot(out.get()), t3d::snapshot(ref.get())) << seed << " tol " << tol;
-            EXPECT_EQ(v3d::g_splitmerge_depth, 0);
-        }
-}
-
 TEST(RegionSplitMerge, KeepsTheStoredMeanAndVisitsYBeforeX) {
     Vol row(1, 1, 4), out(1, 1, 4);
-    const Byte values[4] = {10, 12, 13, 13};
+    const unsigned char values[4] = {10, 12, 13, 13};
     for (int x = 0; x < 4; ++x) row.uc(0, 0, x) = values[x];
     int count = 0;
     ASSERT_EQ(region3d_splitmerge(row.get(), out.get(), &count, 2), 0);
@@ -391,10 +368,9 @@ TEST(Label, PartitionMatchesAFloodFillAndConsumesTheInput) {
     for (uint32_t seed = 1; seed <= 12; ++seed) {
         Vol in(kZ, kY, kX), out(kZ, kY, kX), ref_in(kZ, kY, kX), ref_out(kZ, kY, kX);
         prepare(in, seed, seed % 2 ? 3 : 5);
-        copy(in, ref_in);
-        ref_in.voi(1, kZ - 1, 2, kY - 1, 1, kX - 2);
+        prepare(ref_in, seed, seed % 2 ? 3 : 5);
         t3d::fill_random(out.get(), seed);
-        copy(out, ref_out);
+        t3d::fill_random(ref_out.get(), seed);
         std::vector<float> counts(255, -1.0f), ref_counts;
         int n = -1;
         ASSERT_EQ(grass3d_label(in.get(), out.get(), &n, counts.data(), 255), 0);
