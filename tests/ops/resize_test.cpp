@@ -327,24 +327,22 @@ TEST(Resize, ObjectFillFillsWhatTheBackgroundCannotReach) {
 // ---- in-place calls and checks -------------------------------------------------------------
 
 TEST(Resize, InPlaceCallsGiveTheResultOfSeparateVolumes) {
-    auto run = [](Volume* in, Volume* out, int which) {
-        switch (which) {
-            case 0: return zoom3d(in, out, 2, 1, 0, 1);
-            case 1: return decim3(in, out, 2, 1, 1, 0);
-            case 2: return InterpolationNearestNeighbor3d(in, out, 0, 1.5f, 1.2f, 1.0f, 0, 1, 1);
-            case 3: return InterpolationLinear3d(in, out, 0, 1.5f, 1.2f, 1.0f, 0, 1, 1);
-            case 4: return InterpolationFrameLinear3d(in, out, 0, 2.0f, 0, 1, 0);
-            case 5: return FrameZeroPadding(in, out, 2, 1, 0, 0);
-            default: return FrameInterpolationGrayscale(in, out, 2, 0, 2, 1);
-        }
-    };
+    using Call = int (*)(Volume*, Volume*);
+    const Call calls[] = {
+        [](Volume* in, Volume* out) { return zoom3d(in, out, 2, 1, 0, 1); },
+        [](Volume* in, Volume* out) { return decim3(in, out, 2, 1, 1, 0); },
+        [](Volume* in, Volume* out) { return InterpolationNearestNeighbor3d(in, out, 0, 1.5f, 1.2f, 1.0f, 0, 1, 1); },
+        [](Volume* in, Volume* out) { return InterpolationLinear3d(in, out, 0, 1.5f, 1.2f, 1.0f, 0, 1, 1); },
+        [](Volume* in, Volume* out) { return InterpolationFrameLinear3d(in, out, 0, 2.0f, 0, 1, 0); },
+        [](Volume* in, Volume* out) { return FrameZeroPadding(in, out, 2, 1, 0, 0); },
+        [](Volume* in, Volume* out) { return FrameInterpolationGrayscale(in, out, 2, 0, 2, 1); }};
     for (int which = 0; which < 7; ++which) {
         Vol in(12, 12, 12), out(12, 12, 12);
         t3d::fill_random(in.get(), 30 + which);
         t3d::fill_random(out.get(), 30 + which);
         in.voi(2, 6, 1, 6, 2, 7);
-        ASSERT_EQ(run(in.get(), out.get(), which), 0);
-        ASSERT_EQ(run(in.get(), in.get(), which), 0);
+        ASSERT_EQ(calls[which](in.get(), out.get()), 0);
+        ASSERT_EQ(calls[which](in.get(), in.get()), 0);
         EXPECT_EQ(t3d::snapshot(in.get()), t3d::snapshot(out.get())) << which;
     }
 }

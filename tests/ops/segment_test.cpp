@@ -19,14 +19,12 @@ using t3d::Box;
 using t3d::for_box;
 using t3d::Vol;
 
-Box voi(const Volume* v) { return t3d::voi_box(v); }
-
 int mean_of(double sum, double count) { return static_cast<int>(std::floor(sum / count + 0.5)); }
 
 // ---- references: the described algorithms, written the plain way ---------------------------
 
 int ref_grow(Vol& in, Vol& out, int maxseeds, int tol) {
-    const Box r = voi(in.get());
+    const Box r = t3d::voi_box(in.get());
     std::vector<int> front(in->Z * in->Y * in->X), seed, sum, count;  // front: the pending region
     auto at = [&](int z, int y, int x) { return (z * in->Y + y) * in->X + x; };
     for_box(r, [&](int z, int y, int x) {  // seeds are numbered; a labelled voxel is visited
@@ -58,7 +56,7 @@ int ref_grow(Vol& in, Vol& out, int maxseeds, int tol) {
 }
 
 int ref_merge(Vol& in, Vol& out, int tol, int maxregions) {
-    const Box r = voi(in.get());
+    const Box r = t3d::voi_box(in.get());
     std::vector<int> sum, count, mean;
     for_box(r, [&](int z, int y, int x) { out.uc(z, y, x) = 0; });
     auto nearest = [&](int v, const std::vector<int>& candidates) {
@@ -129,7 +127,7 @@ template <class Leaf> void ref_split_blocks(Vol& in, const Box& b, int tol, Leaf
 
 int ref_split(Vol& in, Vol& out, int tol) {
     int count = 0;
-    ref_split_blocks(in, voi(in.get()), tol, [&](const Box& b, int mean) {
+    ref_split_blocks(in, t3d::voi_box(in.get()), tol, [&](const Box& b, int mean) {
         ++count;
         for_box(b, [&](int z, int y, int x) { out.uc(z, y, x) = mean; });
     });
@@ -137,7 +135,7 @@ int ref_split(Vol& in, Vol& out, int tol) {
 }
 
 int ref_splitmerge(Vol& in, Vol& out, int tol) {
-    const Box r = voi(in.get());
+    const Box r = t3d::voi_box(in.get());
     Vol labels(in->Z, in->Y, in->X);
     int means[255], count = 0;
     ref_split_blocks(in, r, tol, [&](const Box& b, int mean) {
@@ -167,7 +165,7 @@ int ref_splitmerge(Vol& in, Vol& out, int tol) {
 
 // Labels of 26-connected equal-value components by breadth-first flood fill.
 int ref_label(Vol& in, Vol& out, std::vector<float>& counts) {
-    const Box r = voi(in.get());
+    const Box r = t3d::voi_box(in.get());
     int label = 0;
     for_box(r, [&](int z, int y, int x) {
         const int v = in.uc(z, y, x);
@@ -218,7 +216,7 @@ TEST(Threshold, VoiVoxelsAgainstTheIntegerThresholdOthersUntouched) {
     for (int t : {-3, 0, 1, 128, 255, 256, 1000}) {
         t3d::fill_random(out.get(), 2);
         t3d::Voxels expected(out.get());
-        for_box(voi(in.get()), [&](int z, int y, int x) { expected.at(z, y, x) = in.uc(z, y, x) >= t ? 255 : 0; });
+        for_box(t3d::voi_box(in.get()), [&](int z, int y, int x) { expected.at(z, y, x) = in.uc(z, y, x) >= t ? 255 : 0; });
         ASSERT_EQ(threshold_3d(in.get(), out.get(), t), 0);
         ASSERT_EQ(t3d::snapshot(out.get()), expected.v) << "t=" << t;
     }
@@ -311,8 +309,7 @@ TEST(RegionMerge, The256thRegionOverflows) {
 
 TEST(RegionSplitMerge, KeepsTheStoredMeanAndVisitsYBeforeX) {
     Vol row(1, 1, 4), out(1, 1, 4);
-    const unsigned char values[4] = {10, 12, 13, 13};
-    for (int x = 0; x < 4; ++x) row.uc(0, 0, x) = values[x];
+    row.uc(0, 0, 0) = 10, row.uc(0, 0, 1) = 12, row.uc(0, 0, 2) = row.uc(0, 0, 3) = 13;
     int count = 0;
     ASSERT_EQ(region3d_splitmerge(row.get(), out.get(), &count, 2), 0);
     EXPECT_EQ(count, 1);
