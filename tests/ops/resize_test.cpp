@@ -1,142 +1,121 @@
 // Resizing and interpolation: voxel-by-voxel references of every function on random volumes
 // with VOIs and origins, where each source voxel lands, the described edge cases, check order.
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <vector>
 
 #include "core/parallel.h"
-#include "tests/support.h"
+#include "tests/ops/voxel_grid.h"
 
 namespace {
 
 using t3d::Vol;
-
-// Every voxel of a volume, as snapshot() lists them: at(c, z, y, x).
-struct Voxels {
-    int Z, Y, X;
-    std::vector<double> v;
-    explicit Voxels(Volume* vol) : Z(vol->Z), Y(vol->Y), X(vol->X), v(t3d::snapshot(vol)) {}
-    double& at(int c, int z, int y, int x) { return v[((static_cast<size_t>(c) * Z + z) * Y + y) * X + x]; }
-};
+using t3d::Voxels;
+using t3d::fill_binary;
 
 int channels(const Volume* v) { return v->colortype == 1 ? 1 : 3; }
 
-// ---- replication and decimation ----------------------------------------------------------
-
-TEST(Resize, ZoomReplicatesEveryVoxelIntoItsBlock) {
-    for (int f : {1, 2, 3})
-        for (int colortype : {1, 2}) {
-            Vol in(4, 5, 6, 1, colortype), out(3 * 3 + 2, 3 * 4 + 1, 3 * 5 + 3, 1, colortype);
-            t3d::fill_random(in.get(), 1);
-            t3d::fill_random(out.get(), 2);
-            in.voi(1, 4, 0, 4, 1, 6);
-            Voxels expected(out.get()), source(in.get());
-            for (int c = 0; c < channels(in.get()); ++c)
-                for (int z = 0; z < 3 * f; ++z)
-                    for (int y = 0; y < 4 * f; ++y)
-                        for (int x = 0; x < 5 * f; ++x)
-                            expected.at(c, 2 + z, 1 + y, 3 + x) = source.at(c, 1 + z / f, y / f, 1 + x / f);
-            ASSERT_EQ(zoom3d(in.get(), out.get(), f, 2, 1, 3), 0);
-            EXPECT_EQ(t3d::snapshot(out.get()), expected.v) << "f " << f;
-        }
+// Expected output when the n[0] x n[1] x n[2] block at the origin d takes, voxel by voxel, the
+// source voxel src(p) (per axis, offset from the VOI's start); every other voxel keeps its value.
+template <class Src> std::vector<double> mapped(Volume* in, Volume* out, const int d[3], const int n[3], Src src) {
+    Voxels expected(out), source(in);
+    for (int c = 0; c < channels(in); ++c)
+        t3d::for_box({0, n[0], 0, n[1], 0, n[2]}, [&](int z, int y, int x) {
+            expected.at(d[0] + z, d[1] + y, d[2] + x, c) =
+                source.at(in->z1 + src(z), in->y1 + src(y), in->x1 + src(x), c);
+        });
+    return expected.v;
 }
 
-TEST(Resize, DecimationTakesEveryFthVoxelAndKeepsItsBound) {
-    Vol in(5, 7, 9), wide(3, 4, 5), tight(2, 3, 4);
-    t3d::fill_random(in.get(), 3);
-    // ceil(5 / 2) = 3 frames, ceil(7 / 2) = 4 rows, ceil(9 / 2) = 5 columns
-    ASSERT_EQ(decim3(in.get(), wide.get(), 2, 0, 0, 0), 0);
-    for (int z = 0; z < 3; ++z)
-        for (int y = 0; y < 4; ++y)
-            for (int x = 0; x < 5; ++x) ASSERT_EQ(wide.uc(z, y, x), in.uc(2 * z, 2 * y, 2 * x));
-    // the bound counts 5 / 2 = 2 frames: an output of 2 x 3 x 4 passes, the last samples of
-    // each axis have no room and are not written
-    ASSERT_EQ(decim3(in.get(), tight.get(), 2, 0, 0, 0), 0);
-    for (int z = 0; z < 2; ++z)
-        for (int y = 0; y < 3; ++y)
-            for (int x = 0; x < 4; ++x) ASSERT_EQ(tight.uc(z, y, x), in.uc(2 * z, 2 * y, 2 * x));
-    EXPECT_EQ(decim3(in.get(), tight.get(), 2, 1, 0, 0), -520);
-    // with a VOI and an origin
-    Vol out(6, 6, 6);
-    t3d::fill_random(out.get(), 4);
-    in.voi(1, 5, 2, 7, 0, 9);
-    Voxels expected(out.get()), source(in.get());
-    for (int z = 0; z < 2; ++z)
-        for (int y = 0; y < 2; ++y)
-            for (int x = 0; x < 3; ++x) expected.at(0, 1 + z, 2 + y, 3 + x) = source.at(0, 1 + 3 * z, 2 + 3 * y, 3 * x);
-    ASSERT_EQ(decim3(in.get(), out.get(), 3, 1, 2, 3), 0);
-    EXPECT_EQ(t3d::snapshot(out.get()), expected.v);
+// ---- replication and decimation ----------------------------------------------------------
+
+TEST(Resize, ZoomAndDecimationMapEveryVoxelToItsSource) {
+    // zoom: each source voxel fills an f-block; decimation: 5 x 7 x 9 at f = 2 fills 3 x 4 x 5,
+    // the bound counts 5 / 2 = 2 frames, so 2 x 3 x 4 passes and the last sample of each axis
+    // has no room; then VOIs and origins
+    struct Case {
+        bool zoom;
+        int f, colortype, size[3], voi[6], d[3], n[3];
+    };
+    const Case cases[] = {{true, 1, 1, {11, 13, 18}, {1, 4, 0, 4, 1, 6}, {2, 1, 3}, {3, 4, 5}},
+                          {true, 2, 2, {11, 13, 18}, {1, 4, 0, 4, 1, 6}, {2, 1, 3}, {6, 8, 10}},
+                          {true, 3, 1, {11, 13, 18}, {1, 4, 0, 4, 1, 6}, {2, 1, 3}, {9, 12, 15}},
+                          {true, 3, 2, {11, 13, 18}, {1, 4, 0, 4, 1, 6}, {2, 1, 3}, {9, 12, 15}},
+                          {false, 2, 1, {3, 4, 5}, {0, 5, 0, 7, 0, 9}, {0, 0, 0}, {3, 4, 5}},
+                          {false, 2, 1, {2, 3, 4}, {0, 5, 0, 7, 0, 9}, {0, 0, 0}, {2, 3, 4}},
+                          {false, 3, 2, {6, 6, 6}, {1, 5, 2, 7, 0, 9}, {1, 2, 3}, {2, 2, 3}}};
+    for (const Case& k : cases) {
+        Vol in(5, 7, 9, 1, k.colortype), out(k.size[0], k.size[1], k.size[2], 1, k.colortype);
+        t3d::fill_random(in.get(), 3);
+        t3d::fill_random(out.get(), 4);
+        in.voi(k.voi[0], k.voi[1], k.voi[2], k.voi[3], k.voi[4], k.voi[5]);
+        const auto expected = mapped(in.get(), out.get(), k.d, k.n, [&k](int p) { return k.zoom ? p / k.f : k.f * p; });
+        ASSERT_EQ((k.zoom ? zoom3d : decim3)(in.get(), out.get(), k.f, k.d[0], k.d[1], k.d[2]), 0);
+        EXPECT_EQ(t3d::snapshot(out.get()), expected) << (k.zoom ? "zoom " : "decimation ") << k.f;
+        if (!k.zoom && k.size[0] == 2) {
+            EXPECT_EQ(decim3(in.get(), out.get(), 2, 1, 0, 0), -520);
+        }
+    }
 }
 
 // ---- resampling by real factors ------------------------------------------------------------
 
-// Target run of one axis: mode 0 truncates extent * factor in single precision.
+// One axis: the VOI's run of source voxels and the target run (mode 0 truncates extent * factor
+// in single precision and starts at the origin; other modes fill the whole axis).
 struct Run {
     int first, extent, origin, count;
+    Run(int z1, int z2, int mode, float factor, int d, int dim)
+        : first(z1), extent(z2 - z1), origin(mode ? 0 : d),
+          count(mode ? dim : static_cast<int>(static_cast<float>(z2 - z1) * factor)) {}
+    int nearest(int n) const {
+        const float step = extent < 2 ? FLT_MAX : static_cast<float>(count - 1) / (extent - 1);
+        return step == 0.0f ? first : static_cast<int>(first + 0.5 + static_cast<float>(n) / step);
+    }
+    // The two source voxels around target n and the weight of the second.
+    std::pair<int, float> linear(int n) const {
+        if (extent < 2 || count < 2) return {first, 0.0f};
+        const double pos = n * (((extent - 1) - 0.1) / (count - 1));
+        const int j = static_cast<int>(std::floor(pos));
+        return {first + j, static_cast<float>(pos - j)};
+    }
 };
-Run run_of(int first, int extent, int mode, float factor, int origin, int dim) {
-    if (mode != 0) return {first, extent, 0, dim};
-    const float n = static_cast<float>(extent) * factor;
-    return {first, extent, origin, static_cast<int>(n)};
-}
 
-int nearest_source(const Run& r, int n) {
-    const float step = r.extent < 2 ? FLT_MAX : static_cast<float>(r.count - 1) / (r.extent - 1);
-    if (step == 0.0f) return r.first;
-    return static_cast<int>(r.first + 0.5 + static_cast<float>(n) / step);
-}
-
-struct Neighbours {
-    int lo, hi;
-    float w;
-};
-Neighbours linear_source(const Run& r, int n) {
-    if (r.extent < 2 || r.count < 2) return {r.first, r.first, 0.0f};
-    const double pos = n * (((r.extent - 1) - 0.1) / (r.count - 1));
-    const int j = static_cast<int>(std::floor(pos));
-    return {r.first + j, r.first + j + 1, static_cast<float>(pos - j)};
-}
-
-float lerp(double a, double b, float w) {
-    return (1.0f - w) * static_cast<float>(a) + w * static_cast<float>(b);
-}
+float lerp(double a, double b, float w) { return (1.0f - w) * static_cast<float>(a) + w * static_cast<float>(b); }
 
 // Expected output of a nearest (linear = false) or trilinear resampling, voxel by voxel.
-std::vector<double> resampled(Volume* in, Volume* out, int mode, const float f[3], const int d[3],
-                              bool linear) {
+std::vector<double> resampled(Volume* in, Volume* out, int mode, const float f[3], const int d[3], bool linear) {
     Voxels src(in), dst(out);
-    const Run rz = run_of(in->z1, in->z2 - in->z1, mode, f[0], d[0], out->Z);
-    const Run ry = run_of(in->y1, in->y2 - in->y1, mode, f[1], d[1], out->Y);
-    const Run rx = run_of(in->x1, in->x2 - in->x1, mode, f[2], d[2], out->X);
+    const Run rz(in->z1, in->z2, mode, f[0], d[0], out->Z), ry(in->y1, in->y2, mode, f[1], d[1], out->Y),
+        rx(in->x1, in->x2, mode, f[2], d[2], out->X);
     for (int c = 0; c < channels(in); ++c)
-        for (int n = 0; n < rz.count; ++n)
-            for (int m = 0; m < ry.count; ++m)
-                for (int i = 0; i < rx.count; ++i) {
-                    double& o = dst.at(c, rz.origin + n, ry.origin + m, rx.origin + i);
-                    if (!linear) {
-                        o = src.at(c, nearest_source(rz, n), nearest_source(ry, m), nearest_source(rx, i));
-                        continue;
-                    }
-                    const Neighbours a = linear_source(rz, n), b = linear_source(ry, m),
-                                     e = linear_source(rx, i);
-                    auto along_x = [&](int z, int y) { return lerp(src.at(c, z, y, e.lo), src.at(c, z, y, e.hi), e.w); };
-                    auto along_y = [&](int z) { return lerp(along_x(z, b.lo), along_x(z, b.hi), b.w); };
-                    o = static_cast<int>(lerp(along_y(a.lo), along_y(a.hi), a.w) + 0.5f);
-                }
+        t3d::for_box({0, rz.count, 0, ry.count, 0, rx.count}, [&](int n, int m, int i) {
+            double& o = dst.at(rz.origin + n, ry.origin + m, rx.origin + i, c);
+            if (!linear) {
+                o = src.at(rz.nearest(n), ry.nearest(m), rx.nearest(i), c);
+                return;
+            }
+            const auto a = rz.linear(n), b = ry.linear(m), e = rx.linear(i);
+            // a weight of 0 (one-voxel axes) reads the first voxel twice
+            auto along_x = [&](int z, int y) { return lerp(src.at(z, y, e.first, c), src.at(z, y, e.first + (e.second > 0), c), e.second); };
+            auto along_y = [&](int z) { return lerp(along_x(z, b.first), along_x(z, b.first + (b.second > 0)), b.second); };
+            o = static_cast<int>(lerp(along_y(a.first), along_y(a.first + (a.second > 0)), a.second) + 0.5f);
+        });
     return dst.v;
 }
 
 TEST(Resize, ResamplingMatchesTheVoxelByVoxelDefinition) {
+    // the last setup has a one-voxel axis (repeated) and truncates 10 * 0.7f in single
+    // precision to 7 columns, the eighth left as it was
     struct Setup {
         int mode;
         float f[3];
-        int d[3];
-        int colortype;
+        int d[3], colortype, z1 = 1, z2 = 9, x1 = 1;
     };
     const Setup setups[] = {
         {0, {2.0f, 2.0f, 2.0f}, {0, 0, 0}, 1},    {0, {1.7f, 0.6f, 2.3f}, {1, 2, 0}, 1},
         {0, {0.5f, 1.0f, 3.1f}, {0, 1, 2}, 2},    {1, {0.0f, 0.0f, 0.0f}, {9, 9, 9}, 1},
-        {7, {-1.0f, 5.0f, 5.0f}, {-3, 0, 0}, 2},
+        {7, {-1.0f, 5.0f, 5.0f}, {-3, 0, 0}, 2},  {0, {4.0f, 3.0f, 0.7f}, {0, 1, 0}, 1, 4, 5, 0},
     };
     uint32_t seed = 10;
     for (bool linear : {false, true})
@@ -145,7 +124,7 @@ TEST(Resize, ResamplingMatchesTheVoxelByVoxelDefinition) {
                 Vol in(9, 7, 10, 1, s.colortype), out(20, 17, 33, 1, s.colortype);
                 t3d::fill_random(in.get(), ++seed);
                 t3d::fill_random(out.get(), ++seed);
-                in.voi(1, 9, 2, 7, 1, 10);
+                in.voi(s.z1, s.z2, 2, 7, s.x1, 10);
                 const std::vector<double> expected = resampled(in.get(), out.get(), s.mode, s.f, s.d, linear);
                 auto op = linear ? InterpolationLinear3d : InterpolationNearestNeighbor3d;
                 v3d::set_thread_count(threads);
@@ -157,33 +136,28 @@ TEST(Resize, ResamplingMatchesTheVoxelByVoxelDefinition) {
             }
 }
 
+// A one-row volume holding the given values, and the values of a volume's first row.
+void set_row(Vol& v, std::vector<int> values) {
+    for (size_t x = 0; x < values.size(); ++x) v.uc(0, 0, static_cast<int>(x)) = static_cast<unsigned char>(values[x]);
+}
+std::vector<int> row_of(Vol& v, int z = 0) {
+    std::vector<int> row;
+    for (int x = 0; x < v->X; ++x) row.push_back(v.uc(z, 0, x));
+    return row;
+}
+
 TEST(Resize, WhereEachSourceVoxelLands) {
     // three voxels to seven: the step is 3, voxel n takes round(n / 3)
     Vol in(1, 1, 3), out(1, 1, 7);
-    in.uc(0, 0, 0) = 10, in.uc(0, 0, 1) = 20, in.uc(0, 0, 2) = 30;
+    set_row(in, {10, 20, 30});
     ASSERT_EQ(InterpolationNearestNeighbor3d(in.get(), out.get(), 1, 0, 0, 0, 0, 0, 0), 0);
-    const int nearest[7] = {10, 10, 20, 20, 20, 30, 30};
-    for (int x = 0; x < 7; ++x) EXPECT_EQ(out.uc(0, 0, x), nearest[x]) << x;
-    // a one-voxel axis repeats its voxel
-    Vol column(1, 1, 1), row(4, 1, 5);
-    column.uc(0, 0, 0) = 77;
-    ASSERT_EQ(InterpolationNearestNeighbor3d(column.get(), row.get(), 0, 4.0f, 1.0f, 5.0f, 0, 0, 0), 0);
-    for (int z = 0; z < 4; ++z)
-        for (int x = 0; x < 5; ++x) EXPECT_EQ(row.uc(z, 0, x), 77);
-    ASSERT_EQ(InterpolationLinear3d(column.get(), row.get(), 1, 0, 0, 0, 0, 0, 0), 0);
-    EXPECT_EQ(row.uc(3, 0, 4), 77);
+    EXPECT_EQ(row_of(out), (std::vector<int>{10, 10, 20, 20, 20, 30, 30}));
     // trilinear, 0 10 20 to six voxels: positions 0, 0.38, 0.76, 1.14, 1.52, 1.9 (the 0.1
     // keeps the last below the last voxel)
     Vol ramp(1, 1, 3), wide(1, 1, 6);
-    ramp.uc(0, 0, 1) = 10, ramp.uc(0, 0, 2) = 20;
+    set_row(ramp, {0, 10, 20});
     ASSERT_EQ(InterpolationLinear3d(ramp.get(), wide.get(), 1, 0, 0, 0, 0, 0, 0), 0);
-    const int linear[6] = {0, 4, 8, 11, 15, 19};
-    for (int x = 0; x < 6; ++x) EXPECT_EQ(wide.uc(0, 0, x), linear[x]) << x;
-    // mode 0 truncates 10 * 0.7f in single precision: 7 voxels; the eighth stays as it was
-    Vol ten(1, 1, 10), seven(1, 1, 8);
-    seven.uc(0, 0, 7) = 99;
-    ASSERT_EQ(InterpolationNearestNeighbor3d(ten.get(), seven.get(), 0, 1.0f, 1.0f, 0.7f, 0, 0, 0), 0);
-    EXPECT_EQ(seven.uc(0, 0, 7), 99);
+    EXPECT_EQ(row_of(wide), (std::vector<int>{0, 4, 8, 11, 15, 19}));
 }
 
 // ---- resampling along Z -------------------------------------------------------------------
@@ -191,101 +165,71 @@ TEST(Resize, WhereEachSourceVoxelLands) {
 // floor(num / den + 0.5)
 int rounded(double num, double den) { return static_cast<int>(std::floor(num / den + 0.5)); }
 
+// Expected frame-linear output: count frames at d. An integral factor k blends VOI frames j and
+// j + 1 as ((k - i) A + i B) / k rounded; otherwise frame n sits at n / ((count - 1) / (nz - 1.1)).
+std::vector<double> frame_blend(Volume* in, Volume* out, int count, int k, const int d[3]) {
+    Voxels expected(out), src(in);
+    const int nz = in->z2 - in->z1;
+    for (int c = 0; c < channels(in); ++c)
+        t3d::for_box({0, count, in->y1, in->y2, in->x1, in->x2}, [&](int n, int y, int x) {
+            auto frame = [&](int j) { return j < nz ? src.at(in->z1 + j, y, x, c) : 0.0; };
+            double& o = expected.at(d[0] + n, d[1] + y - in->y1, d[2] + x - in->x1, c);
+            if (k) {
+                o = rounded((k - n % k) * frame(n / k) + n % k * frame(n / k + 1), k);
+                return;
+            }
+            const double pos = n / ((count - 1) / ((nz - 1) - 0.1));
+            const int j = static_cast<int>(pos);
+            o = static_cast<int>((1 - (pos - j)) * frame(j) + (pos - j) * frame(j + 1) + 0.5);
+        });
+    return expected.v;
+}
+
 TEST(Resize, FrameLinearBlendsTheFramesAround) {
-    // fz = 2 on three frames: five frames, the new ones the rounded means
-    Vol in(3, 2, 2), out(5, 2, 2);
-    t3d::fill_random(in.get(), 5);
-    ASSERT_EQ(InterpolationFrameLinear3d(in.get(), out.get(), 0, 2.0f, 0, 0, 0), 0);
-    for (int y = 0; y < 2; ++y)
-        for (int x = 0; x < 2; ++x) {
-            EXPECT_EQ(out.uc(0, y, x), in.uc(0, y, x));
-            EXPECT_EQ(out.uc(1, y, x), rounded(in.uc(0, y, x) + in.uc(1, y, x), 2));
-            EXPECT_EQ(out.uc(2, y, x), in.uc(1, y, x));
-            EXPECT_EQ(out.uc(3, y, x), rounded(in.uc(1, y, x) + in.uc(2, y, x), 2));
-            EXPECT_EQ(out.uc(4, y, x), in.uc(2, y, x));
-        }
-    // integral factors, given or derived from the output's Z (mode 1: (13 - 1) / (4 - 1) = 4)
-    Vol four(6, 3, 4, 1, 2), big(13, 5, 6, 1, 2);
-    t3d::fill_random(four.get(), 6);
-    four.voi(1, 5, 0, 3, 1, 4);
-    for (int mode : {0, 1}) {
-        t3d::fill_random(big.get(), 7);
-        Voxels expected(big.get()), src(four.get());
-        const int dy = mode ? 0 : 2, dx = mode ? 0 : 3;
-        for (int c = 0; c < 3; ++c)
-            for (int n = 0; n < 13; ++n)
-                for (int y = 0; y < 3; ++y)
-                    for (int x = 0; x < 3; ++x) {
-                        const int j = n / 4, i = n % 4;
-                        const double a = src.at(c, 1 + j, y, 1 + x), b = i ? src.at(c, 2 + j, y, 1 + x) : 0;
-                        expected.at(c, n, dy + y, dx + x) = rounded((4 - i) * a + i * b, 4);
-                    }
-        ASSERT_EQ(InterpolationFrameLinear3d(four.get(), big.get(), mode, 4.0f, 0, dy, dx), 0);
-        EXPECT_EQ(t3d::snapshot(big.get()), expected.v) << "mode " << mode;
+    // integral factors, given or derived from the output's Z (mode 1: (13 - 1) / (4 - 1) = 4),
+    // and a non-integral one: trunc(4 * 1.6) = 6 frames
+    struct Case {
+        int mode, colortype;
+        float fz;
+        int k, count, d[3];
+    };
+    const Case cases[] = {{0, 2, 4.0f, 4, 13, {0, 2, 3}}, {1, 2, 4.0f, 4, 13, {0, 0, 0}},
+                          {0, 1, 2.0f, 2, 7, {1, 0, 1}},  {0, 1, 1.6f, 0, 6, {1, 0, 0}}};
+    for (const Case& k : cases) {
+        Vol in(6, 3, 4, 1, k.colortype), out(13, 5, 6, 1, k.colortype);
+        t3d::fill_random(in.get(), 6);
+        t3d::fill_random(out.get(), 7);
+        in.voi(1, 5, 0, 3, 1, 4);
+        const auto expected = frame_blend(in.get(), out.get(), k.count, k.k, k.d);
+        ASSERT_EQ(InterpolationFrameLinear3d(in.get(), out.get(), k.mode, k.fz, k.d[0], k.d[1], k.d[2]), 0);
+        EXPECT_EQ(t3d::snapshot(out.get()), expected) << "mode " << k.mode << " factor " << k.fz;
     }
-    // a non-integral factor: trunc(4 * 1.6) = 6 frames, positions n / (5 / 2.9)
-    Vol six(7, 3, 4);
-    t3d::fill_random(six.get(), 8);
-    Vol grey(6, 3, 4);
-    t3d::fill_random(grey.get(), 6);
-    grey.voi(1, 5, 0, 3, 1, 4);
-    Voxels expected(six.get()), grey_src(grey.get());
-    for (int n = 0; n < 6; ++n) {
-        const double pos = n / (5 / 2.9);
-        const int j = static_cast<int>(pos);
-        const double t = pos - j;
-        for (int y = 0; y < 3; ++y)
-            for (int x = 0; x < 3; ++x)
-                expected.at(0, 1 + n, y, x) = static_cast<int>(
-                    (1 - t) * grey_src.at(0, 1 + j, y, 1 + x) + t * grey_src.at(0, 2 + j, y, 1 + x) + 0.5);
-    }
-    ASSERT_EQ(InterpolationFrameLinear3d(grey.get(), six.get(), 0, 1.6f, 1, 0, 0), 0);
-    EXPECT_EQ(t3d::snapshot(six.get()), expected.v);
 }
 
 // ---- frame insertion ----------------------------------------------------------------------
 
-TEST(Resize, ZeroPaddingInsertsClearedFrames) {
-    Vol in(2, 3, 3), out(5, 4, 4);
-    t3d::fill_random(in.get(), 9, 255);
-    for (int z = 0; z < 2; ++z)
-        for (int y = 0; y < 3; ++y)
-            for (int x = 0; x < 3; ++x) ++in.uc(z, y, x);  // nothing 0
-    t3d::fill_random(out.get(), 10);
-    Voxels expected(out.get()), src(in.get());
-    for (int y = 0; y < 3; ++y)
-        for (int x = 0; x < 3; ++x) {
-            expected.at(0, 1, 1 + y, x) = src.at(0, 0, y, x);
-            expected.at(0, 2, 1 + y, x) = expected.at(0, 3, 1 + y, x) = 0;
-            expected.at(0, 4, 1 + y, x) = src.at(0, 1, y, x);
-        }
-    ASSERT_EQ(FrameZeroPadding(in.get(), out.get(), 3, 1, 1, 0), 0);
-    EXPECT_EQ(t3d::snapshot(out.get()), expected.v);
+// Expected insertion of k - 1 frames between VOI frames: copies at d + k j, then between(j, i,
+// y, x) (VOI-relative) for the inserted frame i; a negative value leaves the voxel as it was.
+template <class Between>
+std::vector<double> inserted(Volume* in, Volume* out, int k, const int d[3], Between between) {
+    Voxels dst(out), src(in);
+    const int nz = in->z2 - in->z1;
+    t3d::for_box({0, nz, 0, in->y2 - in->y1, 0, in->x2 - in->x1}, [&](int j, int y, int x) {
+        dst.at(d[0] + k * j, d[1] + y, d[2] + x) = src.at(in->z1 + j, in->y1 + y, in->x1 + x);
+        for (int i = 1; i < k && j + 1 < nz; ++i)
+            if (between(j, i, y, x) >= 0) dst.at(d[0] + k * j + i, d[1] + y, d[2] + x) = between(j, i, y, x);
+    });
+    return dst.v;
 }
 
-// Expected grey insertion: copies, then the clipped 3 x 3 mean of ((k - i) A + i B) / k.
-std::vector<double> grey_insertion(Volume* in, Volume* out, int k, int dz, int dy, int dx) {
-    Voxels src(in), dst(out);
-    const int nz = in->z2 - in->z1, ny = in->y2 - in->y1, nx = in->x2 - in->x1;
-    auto a = [&](int j, int y, int x) { return src.at(0, in->z1 + j, in->y1 + y, in->x1 + x); };
-    for (int j = 0; j < nz; ++j)
-        for (int y = 0; y < ny; ++y)
-            for (int x = 0; x < nx; ++x) {
-                dst.at(0, dz + k * j, dy + y, dx + x) = a(j, y, x);
-                if (j + 1 == nz) continue;
-                for (int i = 1; i < k; ++i) {
-                    double sum = 0;
-                    int count = 0;
-                    for (int v = y - 1; v <= y + 1; ++v)
-                        for (int u = x - 1; u <= x + 1; ++u)
-                            if (v >= 0 && v < ny && u >= 0 && u < nx) {
-                                sum += (k - i) * a(j, v, u) + i * a(j + 1, v, u);
-                                ++count;
-                            }
-                    dst.at(0, dz + k * j + i, dy + y, dx + x) = rounded(sum, k * count);
-                }
-            }
-    return dst.v;
+TEST(Resize, ZeroPaddingInsertsClearedFrames) {
+    Vol in(2, 3, 3), out(5, 4, 4);
+    t3d::fill_random(in.get(), 9);
+    t3d::fill_random(out.get(), 10);
+    const int d[3] = {1, 1, 0};
+    const auto expected = inserted(in.get(), out.get(), 3, d, [](int, int, int, int) { return 0.0; });
+    ASSERT_EQ(FrameZeroPadding(in.get(), out.get(), 3, 1, 1, 0), 0);
+    EXPECT_EQ(t3d::snapshot(out.get()), expected);
 }
 
 TEST(Resize, GreyInsertionAveragesTheBlendOverTheClippedNeighbourhood) {
@@ -294,17 +238,19 @@ TEST(Resize, GreyInsertionAveragesTheBlendOverTheClippedNeighbourhood) {
         t3d::fill_random(in.get(), 11 + k);
         t3d::fill_random(out.get(), 12);
         in.voi(1, 4, 1, 6, 0, 5);
-        const std::vector<double> expected = grey_insertion(in.get(), out.get(), k, 2, 1, 3);
+        Voxels src(in.get());
+        const int d[3] = {2, 1, 3};
+        const auto expected = inserted(in.get(), out.get(), k, d, [&](int j, int i, int y, int x) {
+            double sum = 0;  // the 3 x 3 mean of ((k - i) A + i B) / k, clipped to the VOI
+            int count = 0;
+            t3d::for_box({in->z1 + j, in->z1 + j + 1, std::max(y - 1, 0) + in->y1, std::min(y + 2, in->y2 - in->y1) + in->y1,
+                          std::max(x - 1, 0) + in->x1, std::min(x + 2, in->x2 - in->x1) + in->x1},
+                         [&](int z, int v, int u) { sum += (k - i) * src.at(z, v, u) + i * src.at(z + 1, v, u), ++count; });
+            return static_cast<double>(rounded(sum, k * count));
+        });
         ASSERT_EQ(FrameInterpolationGrayscale(in.get(), out.get(), k, 2, 1, 3), 0);
         EXPECT_EQ(t3d::snapshot(out.get()), expected) << "k " << k;
     }
-    // an edge voxel divides by 6: (A = 1 everywhere, B = 2 everywhere) at k = 2 gives 1.5 -> 2
-    Vol flat(2, 3, 3), mid(3, 3, 3);
-    for (int y = 0; y < 3; ++y)
-        for (int x = 0; x < 3; ++x) flat.uc(0, y, x) = 1, flat.uc(1, y, x) = 2;
-    ASSERT_EQ(FrameInterpolationGrayscale(flat.get(), mid.get(), 2, 0, 0, 0), 0);
-    EXPECT_EQ(mid.uc(1, 0, 1), 2);
-    EXPECT_EQ(mid.uc(1, 1, 1), 2);
 }
 
 // Independent junction test: 0 -> 255 steps walking the ring of eight neighbours.
@@ -312,52 +258,10 @@ bool junction(Voxels& v, int z, int y, int x) {
     const int ring[8][2] = {{-1, -1}, {-1, 0}, {-1, 1}, {0, 1}, {1, 1}, {1, 0}, {1, -1}, {0, -1}};
     int steps = 0;
     for (int i = 0; i < 8; ++i) {
-        const int* p = ring[i];
-        const int* q = ring[(i + 1) % 8];
-        steps += v.at(0, z, y + p[0], x + p[1]) == 0 && v.at(0, z, y + q[0], x + q[1]) == 255;
+        const int *p = ring[i], *q = ring[(i + 1) % 8];
+        steps += v.at(z, y + p[0], x + p[1]) == 0 && v.at(z, y + q[0], x + q[1]) == 255;
     }
     return steps >= 2;
-}
-
-// Expected binary insertion without the fill.
-std::vector<double> binary_insertion(Volume* in, Volume* out, int k, int dz, int dy, int dx) {
-    Voxels src(in), dst(out);
-    const int nz = in->z2 - in->z1, ny = in->y2 - in->y1, nx = in->x2 - in->x1;
-    for (int j = 0; j < nz; ++j)
-        for (int y = 0; y < ny; ++y)
-            for (int x = 0; x < nx; ++x) dst.at(0, dz + k * j, dy + y, dx + x) = src.at(0, in->z1 + j, in->y1 + y, in->x1 + x);
-    for (int j = 0; j + 1 < nz; ++j)
-        for (int y = 1; y + 1 < ny; ++y)
-            for (int x = 1; x + 1 < nx; ++x) {
-                const int za = in->z1 + j, zb = za + 1, sy = in->y1 + y, sx = in->x1 + x;
-                const double a = src.at(0, za, sy, sx), b = src.at(0, zb, sy, sx);
-                const bool ja = junction(src, za, sy, sx), jb = junction(src, zb, sy, sx);
-                for (int i = 1; i < k; ++i) {
-                    double v;
-                    if (a == b) v = a;
-                    else if (ja && jb) v = 0;
-                    else if (jb) v = b;
-                    else if (ja) v = a;
-                    else {
-                        double sum = 0;
-                        for (int p = -1; p <= 1; ++p)
-                            for (int q = -1; q <= 1; ++q)
-                                sum += (k - i) / double(k) * src.at(0, za, sy + p, sx + q) +
-                                       i / double(k) * src.at(0, zb, sy + p, sx + q);
-                        v = sum / 9 > 140 ? 255 : 0;
-                    }
-                    dst.at(0, dz + k * j + i, dy + y, dx + x) = v;
-                }
-            }
-    return dst.v;
-}
-
-void fill_binary(Volume* v, uint32_t seed, int percent) {
-    uint32_t s = seed * 747796405u + 1u;
-    for (int z = 0; z < v->Z; ++z)
-        for (int y = 0; y < v->Y; ++y)
-            for (int x = 0; x < v->X; ++x)
-                v->data[0].uc[z][y][x] = t3d::next_random(s) % 100 < static_cast<uint32_t>(percent) ? 255 : 0;
 }
 
 TEST(Resize, BinaryInsertionFollowsTheJunctionRules) {
@@ -367,27 +271,24 @@ TEST(Resize, BinaryInsertionFollowsTheJunctionRules) {
             fill_binary(in.get(), 20 + density + k, density);
             t3d::fill_random(out.get(), 21);
             in.voi(0, 5, 1, 9, 0, 9);
-            const std::vector<double> expected = binary_insertion(in.get(), out.get(), k, 1, 1, 2);
+            Voxels src(in.get());
+            const int d[3] = {1, 1, 2}, ny = in->y2 - in->y1, nx = in->x2 - in->x1;
+            const auto expected = inserted(in.get(), out.get(), k, d, [&](int j, int i, int y, int x) {
+                if (y == 0 || x == 0 || y + 1 == ny || x + 1 == nx) return -1.0;  // the border is left
+                const int za = in->z1 + j, zb = za + 1, sy = in->y1 + y, sx = in->x1 + x;
+                const double a = src.at(za, sy, sx), b = src.at(zb, sy, sx);
+                const bool ja = junction(src, za, sy, sx), jb = junction(src, zb, sy, sx);
+                if (a == b || (ja != jb)) return a == b || ja ? a : b;
+                if (ja) return 0.0;
+                double sum = 0;
+                t3d::for_box({za, za + 1, sy - 1, sy + 2, sx - 1, sx + 2}, [&](int z, int v, int u) {
+                    sum += (k - i) / double(k) * src.at(z, v, u) + i / double(k) * src.at(z + 1, v, u);
+                });
+                return sum / 9 > 140 ? 255.0 : 0.0;
+            });
             ASSERT_EQ(FrameInterpolationBinary(in.get(), out.get(), k, 1, 1, 2, 0), 0);
             EXPECT_EQ(t3d::snapshot(out.get()), expected) << "k " << k << " density " << density;
         }
-    // identical frames are reproduced
-    Vol same(2, 6, 6), out(3, 6, 6);
-    fill_binary(same.get(), 5, 50);
-    for (int y = 0; y < 6; ++y)
-        for (int x = 0; x < 6; ++x) same.uc(1, y, x) = same.uc(0, y, x);
-    ASSERT_EQ(FrameInterpolationBinary(same.get(), out.get(), 2, 0, 0, 0, 0), 0);
-    for (int y = 1; y < 5; ++y)
-        for (int x = 1; x < 5; ++x) EXPECT_EQ(out.uc(1, y, x), same.uc(0, y, x));
-    // only A a junction (a diagonal line through the pixel): the new frame takes A's value
-    Vol pair(2, 3, 3), mid(3, 3, 3);
-    pair.uc(0, 0, 0) = pair.uc(0, 1, 1) = pair.uc(0, 2, 2) = 255;
-    ASSERT_EQ(FrameInterpolationBinary(pair.get(), mid.get(), 2, 0, 0, 0, 0), 0);
-    EXPECT_EQ(mid.uc(1, 1, 1), 255);
-    pair.uc(1, 0, 0) = pair.uc(1, 2, 2) = 255;  // both junctions: 0
-    pair.uc(1, 1, 1) = 0, pair.uc(0, 1, 1) = 255;
-    ASSERT_EQ(FrameInterpolationBinary(pair.get(), mid.get(), 2, 0, 0, 0, 0), 0);
-    EXPECT_EQ(mid.uc(1, 1, 1), 0);
 }
 
 TEST(Resize, ObjectFillFillsWhatTheBackgroundCannotReach) {
@@ -398,11 +299,9 @@ TEST(Resize, ObjectFillFillsWhatTheBackgroundCannotReach) {
         {".......", ".#####.", ".#...#.", ".#.....", ".#####.", ".......", "......."},
         {".......", ".####..", ".#...#.", ".#...#.", ".#####.", ".......", "......."},
     };
-        const bool filled[3] = {true, false, true};
+    const bool filled[3] = {true, false, true};
     Vol in(3, 7, 7), out(3, 7, 7);
-    for (int z = 0; z < 3; ++z)
-        for (int y = 0; y < 7; ++y)
-            for (int x = 0; x < 7; ++x) in.uc(z, y, x) = frames[z][y][x] == '#' ? 255 : 0;
+    t3d::for_box(t3d::whole_box(in.get()), [&](int z, int y, int x) { in.uc(z, y, x) = frames[z][y][x] == '#' ? 255 : 0; });
     ASSERT_EQ(FrameContourObjectFill(in.get(), out.get()), 0);
     for (int z = 0; z < 3; ++z) {
         EXPECT_EQ(out.uc(z, 2, 3), filled[z] ? 255 : 0) << "frame " << z;
@@ -417,9 +316,7 @@ TEST(Resize, ObjectFillFillsWhatTheBackgroundCannotReach) {
     EXPECT_EQ(in.uc(0, 1, 1), 255);
     // the fill of binary insertion: two equal rings give a filled ring between them
     Vol rings(2, 7, 7), between(3, 7, 7);
-    for (int z = 0; z < 2; ++z)
-        for (int y = 0; y < 7; ++y)
-            for (int x = 0; x < 7; ++x) rings.uc(z, y, x) = frames[0][y][x] == '#' && y < 6 ? 255 : 0;
+    t3d::for_box(t3d::whole_box(rings.get()), [&](int z, int y, int x) { rings.uc(z, y, x) = frames[0][y][x] == '#' && y < 6 ? 255 : 0; });
     ASSERT_EQ(FrameInterpolationBinary(rings.get(), between.get(), 2, 0, 0, 0, 1), 0);
     EXPECT_EQ(between.uc(1, 3, 3), 255);
     EXPECT_EQ(between.uc(1, 1, 1), 255);
@@ -430,24 +327,22 @@ TEST(Resize, ObjectFillFillsWhatTheBackgroundCannotReach) {
 // ---- in-place calls and checks -------------------------------------------------------------
 
 TEST(Resize, InPlaceCallsGiveTheResultOfSeparateVolumes) {
-    auto run = [](Volume* in, Volume* out, int which) {
-        switch (which) {
-            case 0: return zoom3d(in, out, 2, 1, 0, 1);
-            case 1: return decim3(in, out, 2, 1, 1, 0);
-            case 2: return InterpolationNearestNeighbor3d(in, out, 0, 1.5f, 1.2f, 1.0f, 0, 1, 1);
-            case 3: return InterpolationLinear3d(in, out, 0, 1.5f, 1.2f, 1.0f, 0, 1, 1);
-            case 4: return InterpolationFrameLinear3d(in, out, 0, 2.0f, 0, 1, 0);
-            case 5: return FrameZeroPadding(in, out, 2, 1, 0, 0);
-            default: return FrameInterpolationGrayscale(in, out, 2, 0, 2, 1);
-        }
-    };
+    using Call = int (*)(Volume*, Volume*);
+    const Call calls[] = {
+        [](Volume* in, Volume* out) { return zoom3d(in, out, 2, 1, 0, 1); },
+        [](Volume* in, Volume* out) { return decim3(in, out, 2, 1, 1, 0); },
+        [](Volume* in, Volume* out) { return InterpolationNearestNeighbor3d(in, out, 0, 1.5f, 1.2f, 1.0f, 0, 1, 1); },
+        [](Volume* in, Volume* out) { return InterpolationLinear3d(in, out, 0, 1.5f, 1.2f, 1.0f, 0, 1, 1); },
+        [](Volume* in, Volume* out) { return InterpolationFrameLinear3d(in, out, 0, 2.0f, 0, 1, 0); },
+        [](Volume* in, Volume* out) { return FrameZeroPadding(in, out, 2, 1, 0, 0); },
+        [](Volume* in, Volume* out) { return FrameInterpolationGrayscale(in, out, 2, 0, 2, 1); }};
     for (int which = 0; which < 7; ++which) {
         Vol in(12, 12, 12), out(12, 12, 12);
         t3d::fill_random(in.get(), 30 + which);
         t3d::fill_random(out.get(), 30 + which);
         in.voi(2, 6, 1, 6, 2, 7);
-        ASSERT_EQ(run(in.get(), out.get(), which), 0);
-        ASSERT_EQ(run(in.get(), in.get(), which), 0);
+        ASSERT_EQ(calls[which](in.get(), out.get()), 0);
+        ASSERT_EQ(calls[which](in.get(), in.get()), 0);
         EXPECT_EQ(t3d::snapshot(in.get()), t3d::snapshot(out.get())) << which;
     }
 }
@@ -497,10 +392,6 @@ TEST(Resize, ChecksComeInOrderAndWriteNothing) {
     EXPECT_EQ(t3d::snapshot(out.get()), before);
 }
 
-}  // namespace
-
-namespace {
-
 // Random VOIs, origins, factors and modes: every call returns a status and stays inside both
 // volumes (the sanitizer build checks the second).
 TEST(Resize, RandomParametersNeverReachOutside) {
@@ -509,10 +400,7 @@ TEST(Resize, RandomParametersNeverReachOutside) {
     const float factors[] = {0.1f, 0.5f, 0.7f, 1.0f, 1.5f, 2.0f, 3.0f, 2.5f, 0.0f, -1.0f};
     for (int round = 0; round < 400; ++round) {
         Vol in(1 + pick(6), 1 + pick(6), 1 + pick(6)), out(1 + pick(12), 1 + pick(12), 1 + pick(12));
-        t3d::fill_random(in.get(), round, 2);
-        for (int z = 0; z < in->Z; ++z)
-            for (int y = 0; y < in->Y; ++y)
-                for (int x = 0; x < in->X; ++x) in.uc(z, y, x) *= 255;
+        fill_binary(in.get(), round, 50);
         const int z1 = pick(in->Z), y1 = pick(in->Y), x1 = pick(in->X);
         in.voi(z1, z1 + 1 + pick(in->Z - z1), y1, y1 + 1 + pick(in->Y - y1), x1, x1 + 1 + pick(in->X - x1));
         const int f = pick(4), k = 1 + pick(3), dz = pick(4) - 1, dy = pick(3), dx = pick(3), mode = pick(3) == 0;

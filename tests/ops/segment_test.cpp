@@ -6,7 +6,7 @@
 #include <deque>
 #include <vector>
 
-#include "support.h"
+#include "tests/ops/voxel_grid.h"
 
 namespace v3d {
 extern int g_split_depth;
@@ -15,46 +15,25 @@ extern int g_splitmerge_depth;
 
 namespace {
 
+using t3d::Box;
+using t3d::for_box;
 using t3d::Vol;
-using Byte = unsigned char;
-
-struct Box {
-    int z1, z2, y1, y2, x1, x2;
-};
-
-Box voi(const Volume* v) { return {v->z1, v->z2, v->y1, v->y2, v->x1, v->x2}; }
 
 int mean_of(double sum, double count) { return static_cast<int>(std::floor(sum / count + 0.5)); }
-
-template <class F> void for_box(const Box& b, F&& f) {
-    for (int z = b.z1; z < b.z2; ++z)
-        for (int y = b.y1; y < b.y2; ++y)
-            for (int x = b.x1; x < b.x2; ++x) f(z, y, x);
-}
 
 // ---- references: the described algorithms, written the plain way ---------------------------
 
 int ref_grow(Vol& in, Vol& out, int maxseeds, int tol) {
-    const Box r = voi(in.get());
-    const int Z = in->Z, Y = in->Y, X = in->X;
-    std::vector<int> visited(Z * Y * X), front(Z * Y * X), seed, sum, count;
-    auto at = [&](int z, int y, int x) { return (z * Y + y) * X + x; };
-    int k = 0;
-    bool too_many = false;
-    for_box(r, [&](int z, int y, int x) {
-        if (too_many || !out.uc(z, y, x)) return;
-        if (k == maxseeds) {
-            too_many = true;
-            return;
-        }
-        out.uc(z, y, x) = ++k;
-        visited[at(z, y, x)] = 1;
-        front[at(z, y, x)] = k;
-        seed.push_back(in.uc(z, y, x));
-        sum.push_back(in.uc(z, y, x));
-        count.push_back(1);
+    const Box r = t3d::voi_box(in.get());
+    std::vector<int> front(in->Z * in->Y * in->X), seed, sum, count;  // front: the pending region
+    auto at = [&](int z, int y, int x) { return (z * in->Y + y) * in->X + x; };
+    for_box(r, [&](int z, int y, int x) {  // seeds are numbered; a labelled voxel is visited
+        if (!out.uc(z, y, x) || static_cast<int>(seed.size()) > maxseeds) return;
+        if (static_cast<int>(seed.size()) == maxseeds) return seed.push_back(-1);
+        seed.push_back(in.uc(z, y, x)), sum.push_back(in.uc(z, y, x)), count.push_back(1);
+        front[at(z, y, x)] = out.uc(z, y, x) = static_cast<unsigned char>(seed.size());
     });
-    if (too_many) return -990;
+    if (static_cast<int>(seed.size()) > maxseeds) return -990;
     for (bool found = true; found;) {
         found = false;
         for_box({r.z1 + 1, r.z2 - 1, r.y1 + 1, r.y2 - 1, r.x1 + 1, r.x2 - 1}, [&](int z, int y, int x) {
@@ -63,12 +42,9 @@ int ref_grow(Vol& in, Vol& out, int maxseeds, int tol) {
             found = true;
             for_box({z - 1, z + 2, y - 1, y + 2, x - 1, x + 2}, [&](int nz, int ny, int nx) {
                 const int v = in.uc(nz, ny, nx);
-                if (visited[at(nz, ny, nx)] || std::abs(v - seed[c - 1]) > tol) return;
-                out.uc(nz, ny, nx) = c;
-                front[at(nz, ny, nx)] = c;
-                visited[at(nz, ny, nx)] = 1;
-                sum[c - 1] += v;
-                ++count[c - 1];
+                if (out.uc(nz, ny, nx) || std::abs(v - seed[c - 1]) > tol) return;
+                front[at(nz, ny, nx)] = out.uc(nz, ny, nx) = static_cast<unsigned char>(c);
+                sum[c - 1] += v, ++count[c - 1];
             });
             front[at(z, y, x)] = 0;
         });
@@ -80,7 +56,7 @@ int ref_grow(Vol& in, Vol& out, int maxseeds, int tol) {
 }
 
 int ref_merge(Vol& in, Vol& out, int tol, int maxregions) {
-    const Box r = voi(in.get());
+    const Box r = t3d::voi_box(in.get());
     std::vector<int> sum, count, mean;
     for_box(r, [&](int z, int y, int x) { out.uc(z, y, x) = 0; });
     auto nearest = [&](int v, const std::vector<int>& candidates) {
@@ -95,15 +71,10 @@ int ref_merge(Vol& in, Vol& out, int tol, int maxregions) {
     for_box(r, [&](int z, int y, int x) {
         if (full) return;
         const int v = in.uc(z, y, x);
-        std::vector<int> causal, all;
-        for (int dz = -1; dz <= 0; ++dz)
-            for (int dy = -1; dy <= 1; ++dy)
-                for (int dx = -1; dx <= 1; ++dx) {
-                    if (dz == 0 && (dy > 0 || (dy == 0 && dx >= 0))) continue;
-                    const int nz = z + dz, ny = y + dy, nx = x + dx;
-                    if (nz < r.z1 || ny < r.y1 || ny >= r.y2 || nx < r.x1 || nx >= r.x2) continue;
-                    causal.push_back(out.uc(nz, ny, nx));
-                }
+        std::vector<int> causal, all;  // the neighbours already scanned, then every region
+        for_box({z - 1, z + 1, y - 1, y + 2, x - 1, x + 2}, [&](int a, int b, int c) {
+            if (t3d::inside(r, a, b, c) && (a < z || b < y || (b == y && c < x))) causal.push_back(out.uc(a, b, c));
+        });
         for (size_t c = 1; c <= mean.size(); ++c) all.push_back(static_cast<int>(c));
         int region = nearest(v, causal);
         if (!region) region = nearest(v, all);
@@ -156,7 +127,7 @@ template <class Leaf> void ref_split_blocks(Vol& in, const Box& b, int tol, Leaf
 
 int ref_split(Vol& in, Vol& out, int tol) {
     int count = 0;
-    ref_split_blocks(in, voi(in.get()), tol, [&](const Box& b, int mean) {
+    ref_split_blocks(in, t3d::voi_box(in.get()), tol, [&](const Box& b, int mean) {
         ++count;
         for_box(b, [&](int z, int y, int x) { out.uc(z, y, x) = mean; });
     });
@@ -164,7 +135,7 @@ int ref_split(Vol& in, Vol& out, int tol) {
 }
 
 int ref_splitmerge(Vol& in, Vol& out, int tol) {
-    const Box r = voi(in.get());
+    const Box r = t3d::voi_box(in.get());
     Vol labels(in->Z, in->Y, in->X);
     int means[255], count = 0;
     ref_split_blocks(in, r, tol, [&](const Box& b, int mean) {
@@ -194,7 +165,7 @@ int ref_splitmerge(Vol& in, Vol& out, int tol) {
 
 // Labels of 26-connected equal-value components by breadth-first flood fill.
 int ref_label(Vol& in, Vol& out, std::vector<float>& counts) {
-    const Box r = voi(in.get());
+    const Box r = t3d::voi_box(in.get());
     int label = 0;
     for_box(r, [&](int z, int y, int x) {
         const int v = in.uc(z, y, x);
@@ -209,8 +180,7 @@ int ref_label(Vol& in, Vol& out, std::vector<float>& counts) {
             out.uc(p.z1, p.y1, p.x1) = label;
             counts.back() += 1;
             for_box({p.z1 - 1, p.z1 + 2, p.y1 - 1, p.y1 + 2, p.x1 - 1, p.x1 + 2}, [&](int a, int b, int c) {
-                if (a < r.z1 || a >= r.z2 || b < r.y1 || b >= r.y2 || c < r.x1 || c >= r.x2) return;
-                if (in.uc(a, b, c) != v) return;
+                if (!t3d::inside(r, a, b, c) || in.uc(a, b, c) != v) return;
                 in.uc(a, b, c) = 0;
                 queue.push_back({a, a, b, b, c, c});
             });
@@ -230,16 +200,12 @@ void prepare(Vol& v, uint32_t seed, int range) {
 }
 
 // Sparse non-zero values (about one voxel in `one_in`), everywhere.
-void sparse(Vol& v, uint32_t seed, int one_in) {
-    Vol noise(v->Z, v->Y, v->X);
-    t3d::fill_random(noise.get(), seed);
-    for_box({0, v->Z, 0, v->Y, 0, v->X}, [&](int z, int y, int x) {
-        v.uc(z, y, x) = noise.uc(z, y, x) % one_in == 0 ? 1 + noise.uc(z, y, x) % 7 : 0;
+void sparse(Volume* v, uint32_t seed, int one_in) {
+    t3d::fill_random(v, seed);
+    for_box(t3d::whole_box(v), [&](int z, int y, int x) {
+        unsigned char& u = v->data[0].uc[z][y][x];
+        u = u % one_in == 0 ? 1 + u % 7 : 0;
     });
-}
-
-void copy(Vol& from, Vol& to) {
-    for_box({0, from->Z, 0, from->Y, 0, from->X}, [&](int z, int y, int x) { to.uc(z, y, x) = from.uc(z, y, x); });
 }
 
 // ---- threshold ------------------------------------------------------------------------------
@@ -249,31 +215,62 @@ TEST(Threshold, VoiVoxelsAgainstTheIntegerThresholdOthersUntouched) {
     prepare(in, 1, 256);
     for (int t : {-3, 0, 1, 128, 255, 256, 1000}) {
         t3d::fill_random(out.get(), 2);
-        const auto before = t3d::snapshot(out.get());
+        t3d::Voxels expected(out.get());
+        for_box(t3d::voi_box(in.get()), [&](int z, int y, int x) { expected.at(z, y, x) = in.uc(z, y, x) >= t ? 255 : 0; });
         ASSERT_EQ(threshold_3d(in.get(), out.get(), t), 0);
-        const Box r = voi(in.get());
-        for_box({0, kZ, 0, kY, 0, kX}, [&](int z, int y, int x) {
-            const bool inside = z >= r.z1 && z < r.z2 && y >= r.y1 && y < r.y2 && x >= r.x1 && x < r.x2;
-            const int want = inside ? (in.uc(z, y, x) >= t ? 255 : 0) : before[(z * kY + y) * kX + x];
-            ASSERT_EQ(out.uc(z, y, x), want) << "t=" << t << " at " << z << "," << y << "," << x;
-        });
+        ASSERT_EQ(t3d::snapshot(out.get()), expected.v) << "t=" << t;
     }
 }
 
-// ---- growing --------------------------------------------------------------------------------
-
-TEST(RegionGrow, MatchesTheRepeatedScanReference) {
-    for (uint32_t seed = 1; seed <= 12; ++seed)
-        for (int tol : {0, 2, 5}) {
-            Vol in(kZ, kY, kX), out(kZ, kY, kX), ref(kZ, kY, kX);
-            prepare(in, seed, 12);
-            sparse(out, seed + 100, 23);
-            copy(out, ref);
-            ASSERT_EQ(region3d_grow(in.get(), out.get(), 255, tol), 0);
-            ASSERT_EQ(ref_grow(in, ref, 255, tol), 0);
-            ASSERT_EQ(t3d::snapshot(out.get()), t3d::snapshot(ref.get())) << seed << " tol " << tol;
-        }
+// Every operator against its reference on random volumes: seeds x tolerances, the result (status
+// or region count) and every voxel of the output.
+TEST(Segment, EveryOperatorMatchesItsReference) {
+    struct Case {
+        const char* name;
+        char start;  // the output starts random ('r'), zero ('0') or as sparse seeds ('s')
+        int seeds, range_odd, range_even;  // grey levels for odd and even seeds
+        std::vector<int> tolerances;
+        int (*run)(Vol& in, Vol& out, int tol, uint32_t seed);
+        int (*reference)(Vol& in, Vol& out, int tol, uint32_t seed);
+        const int* depth;  // the recursion depth must come back to 0
+    };
+    // some runs meet too many seeds (3) or hit the maximum of 4 regions; split-merge: with 40 grey levels,
+    // tolerance 0 overflows 255 regions
+    const Case cases[] = {
+        {"grow", 's', 12, 12, 12, {0, 2, 5},
+         [](Vol& in, Vol& out, int tol, uint32_t seed) { return region3d_grow(in.get(), out.get(), seed % 4 ? 255 : 3, tol); },
+         [](Vol& in, Vol& out, int tol, uint32_t seed) { return ref_grow(in, out, seed % 4 ? 255 : 3, tol); }, nullptr},
+        {"merge", 'r', 12, 9, 9, {0, 1, 3, 2147483647},
+         [](Vol& in, Vol& out, int tol, uint32_t seed) { return region3d_merge(in.get(), out.get(), tol, seed % 3 ? 255 : 4); },
+         [](Vol& in, Vol& out, int tol, uint32_t seed) { return ref_merge(in, out, tol, seed % 3 ? 255 : 4); }, nullptr},
+        {"split", 'r', 8, 8, 8, {0, 3, 6, 255},
+         [](Vol& in, Vol& out, int tol, uint32_t) {
+             int count = 0;
+             return region3d_split(in.get(), out.get(), &count, tol) ? -1000 : count;
+         },
+         [](Vol& in, Vol& out, int tol, uint32_t) { return ref_split(in, out, tol); }, &v3d::g_split_depth},
+        {"splitmerge", '0', 10, 6, 40, {0, 2, 4},
+         [](Vol& in, Vol& out, int tol, uint32_t) {
+             int count = 0;
+             return region3d_splitmerge(in.get(), out.get(), &count, tol) ? -1000 : count;
+         },
+         [](Vol& in, Vol& out, int tol, uint32_t) { return ref_splitmerge(in, out, tol); }, &v3d::g_splitmerge_depth},
+    };
+    for (const Case& c : cases)
+        for (uint32_t seed = 1; seed <= static_cast<uint32_t>(c.seeds); ++seed)
+            for (int tol : c.tolerances) {
+                SCOPED_TRACE(::testing::Message() << c.name << " seed " << seed << " tol " << tol);
+                Vol in(kZ, kY, kX), out(kZ, kY, kX), ref(kZ, kY, kX);
+                prepare(in, seed, seed % 2 ? c.range_odd : c.range_even);
+                for (Volume* v : {out.get(), ref.get()})
+                    if (c.start != '0') c.start == 's' ? sparse(v, seed + 100, 23) : t3d::fill_random(v, seed + 50);
+                EXPECT_EQ(c.run(in, out, tol, seed), c.reference(in, ref, tol, seed));
+                ASSERT_EQ(t3d::snapshot(out.get()), t3d::snapshot(ref.get()));
+                EXPECT_EQ(c.depth ? *c.depth : 0, 0);
+            }
 }
+
+// ---- growing --------------------------------------------------------------------------------
 
 TEST(RegionGrow, ComparesWithTheSeedValueAndBorderSeedsDoNotSpread) {
     Vol in(5, 5, 12), out(5, 5, 12);
@@ -292,43 +289,16 @@ TEST(RegionGrow, ComparesWithTheSeedValueAndBorderSeedsDoNotSpread) {
     });
 }
 
-TEST(RegionGrow, NoSeedsAndTooManySeeds) {
+TEST(RegionGrow, NoSeedsLeaveTheOutputClear) {
     Vol in(kZ, kY, kX), out(kZ, kY, kX);
     prepare(in, 3, 256);
     EXPECT_EQ(region3d_grow(in.get(), out.get(), 10, 255), 0);
     EXPECT_EQ(t3d::snapshot(out.get()), std::vector<double>(kZ * kY * kX, 0.0));
-
-    out.uc(2, 3, 2) = 200, out.uc(2, 3, 5) = 200, out.uc(3, 4, 4) = 200;
-    EXPECT_EQ(region3d_grow(in.get(), out.get(), 2, 255), -990);
-    // the seeds already met hold their numbers, nothing grew, no means were written
-    EXPECT_EQ(out.uc(2, 3, 2), 1);
-    EXPECT_EQ(out.uc(2, 3, 5), 2);
-    EXPECT_EQ(out.uc(3, 4, 4), 200);
 }
 
 // ---- merging --------------------------------------------------------------------------------
 
-TEST(RegionMerge, MatchesTheReference) {
-    for (uint32_t seed = 1; seed <= 12; ++seed)
-        for (int tol : {0, 1, 3, 2147483647}) {
-            Vol in(kZ, kY, kX), out(kZ, kY, kX), ref(kZ, kY, kX);
-            prepare(in, seed, 9);
-            t3d::fill_random(out.get(), seed + 50);
-            copy(out, ref);
-            const int maxregions = seed % 3 == 0 ? 4 : 255;  // some runs hit the maximum
-            EXPECT_EQ(region3d_merge(in.get(), out.get(), tol, maxregions), ref_merge(in, ref, tol, maxregions));
-            ASSERT_EQ(t3d::snapshot(out.get()), t3d::snapshot(ref.get())) << seed << " tol " << tol;
-        }
-}
-
-TEST(RegionMerge, ConstantVoiAndRegionOverflow) {
-    Vol in(kZ, kY, kX), out(kZ, kY, kX);
-    for_box({0, kZ, 0, kY, 0, kX}, [&](int z, int y, int x) { in.uc(z, y, x) = 77; });
-    in.voi(1, 3, 2, 5, 3, 9);
-    EXPECT_EQ(region3d_merge(in.get(), out.get(), 0, 1), 1);
-    const auto result = t3d::snapshot(out.get());
-    EXPECT_EQ(std::count(result.begin(), result.end(), 77.0), 2 * 3 * 6);  // the VOI and only it
-
+TEST(RegionMerge, The256thRegionOverflows) {
     Vol ramp(1, 16, 16), partial(1, 16, 16);
     for (int i = 0; i < 256; ++i) ramp.uc(0, i / 16, i % 16) = i;
     EXPECT_EQ(region3d_merge(ramp.get(), partial.get(), 0, 255), -92);
@@ -337,38 +307,9 @@ TEST(RegionMerge, ConstantVoiAndRegionOverflow) {
 
 // ---- splitting ------------------------------------------------------------------------------
 
-TEST(RegionSplit, MatchesTheReferenceAndLeavesTheDepthAtZero) {
-    for (uint32_t seed = 1; seed <= 8; ++seed)
-        for (int tol : {0, 3, 6, 255}) {
-            Vol in(kZ, kY, kX), out(kZ, kY, kX), ref(kZ, kY, kX);
-            prepare(in, seed, 8);
-            t3d::fill_random(out.get(), seed + 9);
-            copy(out, ref);
-            int count = 0;
-            ASSERT_EQ(region3d_split(in.get(), out.get(), &count, tol), 0);
-            EXPECT_EQ(count, ref_split(in, ref, tol));
-            ASSERT_EQ(t3d::snapshot(out.get()), t3d::snapshot(ref.get())) << seed << " tol " << tol;
-            EXPECT_EQ(v3d::g_split_depth, 0);
-        }
-}
-
-TEST(RegionSplitMerge, MatchesTheReferenceIncludingRegionOverflow) {
-    for (uint32_t seed = 1; seed <= 10; ++seed)
-        for (int tol : {0, 2, 4}) {
-            Vol in(kZ, kY, kX), out(kZ, kY, kX), ref(kZ, kY, kX);
-            prepare(in, seed, seed % 2 ? 6 : 40);  // with 40 grey levels, tolerance 0 overflows 255
-            int count = 0;
-            ASSERT_EQ(region3d_splitmerge(in.get(), out.get(), &count, tol), 0);
-            EXPECT_EQ(count, ref_splitmerge(in, ref, tol));
-            ASSERT_EQ(t3d::snapshot(out.get()), t3d::snapshot(ref.get())) << seed << " tol " << tol;
-            EXPECT_EQ(v3d::g_splitmerge_depth, 0);
-        }
-}
-
 TEST(RegionSplitMerge, KeepsTheStoredMeanAndVisitsYBeforeX) {
     Vol row(1, 1, 4), out(1, 1, 4);
-    const Byte values[4] = {10, 12, 13, 13};
-    for (int x = 0; x < 4; ++x) row.uc(0, 0, x) = values[x];
+    row.uc(0, 0, 0) = 10, row.uc(0, 0, 1) = 12, row.uc(0, 0, 2) = row.uc(0, 0, 3) = 13;
     int count = 0;
     ASSERT_EQ(region3d_splitmerge(row.get(), out.get(), &count, 2), 0);
     EXPECT_EQ(count, 1);
@@ -391,10 +332,9 @@ TEST(Label, PartitionMatchesAFloodFillAndConsumesTheInput) {
     for (uint32_t seed = 1; seed <= 12; ++seed) {
         Vol in(kZ, kY, kX), out(kZ, kY, kX), ref_in(kZ, kY, kX), ref_out(kZ, kY, kX);
         prepare(in, seed, seed % 2 ? 3 : 5);
-        copy(in, ref_in);
-        ref_in.voi(1, kZ - 1, 2, kY - 1, 1, kX - 2);
+        prepare(ref_in, seed, seed % 2 ? 3 : 5);
         t3d::fill_random(out.get(), seed);
-        copy(out, ref_out);
+        t3d::fill_random(ref_out.get(), seed);
         std::vector<float> counts(255, -1.0f), ref_counts;
         int n = -1;
         ASSERT_EQ(grass3d_label(in.get(), out.get(), &n, counts.data(), 255), 0);
@@ -406,18 +346,10 @@ TEST(Label, PartitionMatchesAFloodFillAndConsumesTheInput) {
     }
 }
 
-TEST(Label, DiagonalNeighboursJoinDifferentValuesDoNotAndTheMaximumStops) {
+TEST(Label, TheMaximumStopsBeforeTheNextComponent) {
     Vol in(3, 3, 3), out(3, 3, 3);
-    in.uc(0, 0, 0) = 9, in.uc(1, 1, 1) = 9, in.uc(2, 1, 1) = 10, in.uc(2, 1, 2) = 20;
     int n = 0;
     float counts[3];
-    ASSERT_EQ(grass3d_label(in.get(), out.get(), &n, counts, 3), 0);
-    EXPECT_EQ(n, 3);
-    EXPECT_EQ(counts[0], 2.0f);
-    EXPECT_EQ(out.uc(1, 1, 1), 1);
-    EXPECT_EQ(out.uc(2, 1, 1), 2);
-    EXPECT_EQ(out.uc(2, 1, 2), 3);
-
     in.uc(0, 0, 0) = 1, in.uc(0, 0, 2) = 2, in.uc(0, 2, 2) = 3;
     ASSERT_EQ(grass3d_label(in.get(), out.get(), &n, counts, 2), -92);
     EXPECT_EQ(n, 2);
