@@ -8,6 +8,7 @@
 #include <QTemporaryDir>
 #include <fstream>
 #include <set>
+#include <tuple>
 
 #include "app/commands.h"
 #include "app/startup.h"
@@ -105,8 +106,9 @@ TEST_F(Commands, SameVolumeIsRefusedWhereNotInPlace) {
     EXPECT_EQ(in->data[0].uc[0][0][0], 7);
 }
 
-TEST_F(Commands, ReallocationQuestionAnsweredNoLeavesTheOutput) {
+TEST_F(Commands, ReallocationNoLeavesTheOutputYesClosesItsWindowsFirstAndReallocates) {
     Volume* in = make(2, 3, 4);
+    in->data[0].uc[1][2][3] = 200;
     Volume* out = make(5, 5, 5);
     out->data[0].uc[4][4][4] = 9;
     ASSERT_TRUE(window->open_display(2, out, 0, 0, 4, 0));
@@ -114,19 +116,10 @@ TEST_F(Commands, ReallocationQuestionAnsweredNoLeavesTheOutput) {
     run(1142);
     EXPECT_EQ(ui.log.back(),
               "question: Output Volume is not appropriate\nand will be reallocated. Continue?");
-    EXPECT_EQ(out->type, 1);
-    EXPECT_EQ(out->Z, 5);
-    EXPECT_EQ(out->data[0].uc[4][4][4], 9);
+    EXPECT_EQ(std::vector({out->type, out->Z, out->data[0].uc[4][4][4] + 0}), std::vector({1, 5, 9}));
     EXPECT_EQ(windows(out), 1);
-}
 
-TEST_F(Commands, ReallocationAnsweredYesClosesTheWindowsFirstAndReallocates) {
-    Volume* in = make(2, 3, 4);
-    in->data[0].uc[1][2][3] = 200;
-    Volume* out = make(5, 5, 5);
-    ASSERT_TRUE(window->open_display(2, out, 0, 0, 4, 0));
-    view::FrameDisplay* old_window = window->displays(out).at(0);
-    QPointer<view::FrameDisplay> watch(old_window);
+    QPointer<view::FrameDisplay> watch(window->displays(out).at(0));
     ui.pick(slot(in)).pick(slot(out)).yes();
     run(1142);
     EXPECT_TRUE(watch.isNull());                 // the old window went with the old storage
@@ -205,6 +198,10 @@ TEST_F(Commands, MissingOperatorSaysSoWithoutAnyDialog) {
     EXPECT_EQ(ui.log[0], "message [VEXILO3D for Windows] (information) View Sections is not "
                          "available yet: its operator is not part of this build.");
     EXPECT_TRUE(ui.answers.empty());
+    // Write Voxel only sets the flag for the next click
+    EXPECT_FALSE(app::state().write_voxel);
+    run(1050);
+    EXPECT_TRUE(app::state().write_voxel);
 }
 
 TEST_F(Commands, ClearAsksOneValuePerChannelCaptionedByType) {
@@ -243,16 +240,15 @@ TEST_F(Commands, ConversionsCallTheNormalisingAndTheTruncatingVariant) {
     Volume* f = make(1, 1, 2, 2);
     f->data[0].f[0][0][0] = 10.f;
     f->data[0].f[0][0][1] = 265.6f;
-    ui.pick(slot(f)).pick_new();
-    run(1141);  // scaling
-    Volume* scaled = GetVolumeByIndex(1);
-    EXPECT_EQ(scaled->data[0].uc[0][0][1], 255);
-    EXPECT_EQ(scaled->data[0].uc[0][0][0], 0);
-    ui.pick(slot(f)).pick_new();
-    run(1140);  // truncation: 266 wraps to 10
-    Volume* truncated = GetVolumeByIndex(2);
-    EXPECT_EQ(truncated->data[0].uc[0][0][1], 10);
-    EXPECT_EQ(truncated->data[0].uc[0][0][0], 10);
+    // scaling: 0 and 255; truncation: 266 wraps to 10
+    for (const auto& [id, lo, hi] : {std::tuple{1141, 0, 255}, {1140, 10, 10}}) {
+        ui.pick(slot(f)).pick_new();
+        run(id);
+        const Volume* out = GetVolumeByIndex(GetNewVolumeIndex() - 1);
+        EXPECT_EQ(std::vector({out->data[0].uc[0][0][0] + 0, out->data[0].uc[0][0][1] + 0}),
+                  std::vector({lo, hi}))
+            << id;
+    }
 }
 
 TEST_F(Commands, DisplayChecksTheLevelsAndTitlesTheRange) {
@@ -278,9 +274,7 @@ TEST_F(Commands, CreateDestroyAndDumpGoThroughTheirDialogs) {
     ui.push({.create = {3, 4, 5, 6, 2, 1}});
     run(1040);
     Volume* v = GetVolumeByIndex(3);
-    EXPECT_EQ(v->type, 2);
-    EXPECT_EQ(v->X, 4);
-    EXPECT_EQ(v->Z, 6);
+    EXPECT_EQ(std::vector({v->type, v->X, v->Z}), std::vector({2, 4, 6}));
     run(1041);
     EXPECT_EQ(ui.log.back(), "destroy: Select Volume to Free");
 
@@ -496,12 +490,6 @@ TEST_F(Commands, AResizingRowProposesAndPreparesTheOutputItProduces) {
     EXPECT_EQ(out->Y, 9);
     EXPECT_EQ(windows(out), 1);
     EXPECT_FALSE(ui.logged("error: -520"));
-}
-
-TEST_F(Commands, WriteVoxelSetsTheFlagForTheNextClick) {
-    EXPECT_FALSE(app::state().write_voxel);
-    run(1050);
-    EXPECT_TRUE(app::state().write_voxel);
 }
 
 TEST(CommandLine, ParsesTheSizeTypeAndChannelsOfRawFiles) {

@@ -123,8 +123,6 @@ TEST_F(Dialogs, InputDialogWithoutMatchingVolumesHasNothingToChoose) {
     make(2, 2, 2, 2);
     app::VolumeSelectDialog d(request(app::SelectKind::Input, 1, 3));
     EXPECT_TRUE(entries(&d).isEmpty());
-    ok(&d);
-    EXPECT_EQ(d.result(), 0);
     EXPECT_FALSE(enabled(&d, 1));
 }
 
@@ -367,9 +365,7 @@ TEST_F(Dialogs, PixelInputAndAboutTexts) {
     for (auto* l : pixel.findChildren<QLabel*>()) texts << l->text();
     EXPECT_TRUE(texts.contains("Use Left Button to click on the desired points in input volume."));
     EXPECT_TRUE(texts.contains("Click OK when you are done."));
-    app::AboutDialog about;
-    EXPECT_EQ(about.windowTitle(), "About");
-    EXPECT_NE(about.findChild<QPushButton*>("1"), nullptr);
+    EXPECT_EQ(app::AboutDialog().windowTitle(), "About");
 }
 
 }  // namespace
