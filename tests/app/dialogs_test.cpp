@@ -23,12 +23,12 @@ template <class T = QWidget> T* control(QWidget* dialog, int id) {
     return w;
 }
 
-QStringList entries(QWidget* dialog) {
-    QStringList list;
-    auto* w = control<QListWidget>(dialog, 604);
-    for (int i = 0; i < w->count(); ++i) list << w->item(i)->text();
-    return list;
+QStringList entries(const QListWidget* list) {
+    QStringList texts;
+    for (int i = 0; i < list->count(); ++i) texts << list->item(i)->text();
+    return texts;
 }
+QStringList entries(QWidget* dialog) { return entries(control<QListWidget>(dialog, 604)); }
 
 void choose(QWidget* dialog, const QString& entry) {
     auto* list = control<QListWidget>(dialog, 604);
@@ -62,17 +62,12 @@ TEST_F(Dialogs, ListBuilderOffersMatchingSlotsThenTheFirstFreeOne) {
     make(2, 2, 2, 2);        // 1 F grey
     make(2, 2, 2, 1, 2);     // 2 UC colour
     DestroyVolume(GetVolumeByIndex(1));
-    auto list_of = [](const QListWidget& list) {
-        QStringList texts;
-        for (int i = 0; i < list.count(); ++i) texts << list.item(i)->text();
-        return texts;
-    };
     QListWidget list;
     EXPECT_EQ(app::fill_volume_list(&list, 1, 1, 0), 1);
-    EXPECT_EQ(list_of(list), (QStringList{"0", "New[1]"}));
+    EXPECT_EQ(entries(&list), (QStringList{"0", "New[1]"}));
     QListWidget no_new;
     EXPECT_EQ(app::fill_volume_list(&no_new, 7, 2, 1), -1);
-    EXPECT_EQ(list_of(no_new), QStringList{"2"});
+    EXPECT_EQ(entries(&no_new), QStringList{"2"});
     while (GetNewVolumeIndex() >= 0) make(1, 1, 1);
     QListWidget full;
     app::fill_volume_list(&full, 7, 3, 0);

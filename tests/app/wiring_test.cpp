@@ -50,11 +50,12 @@ struct Copy : Vol {
     }
 };
 
-struct OptionsAnswer {
-    bool check = false;
-    std::array<std::string, 3> factors;
-    int choice = 0;
-};
+// The options dialog's answer: the check box, the X, Y, Z factor texts and the radio choice.
+app::OptionsRequest opts(bool check, std::array<std::string, 3> factors, int choice) {
+    app::OptionsRequest r{.check = check, .choice = choice};
+    for (int k = 0; k < 3; ++k) r.factors[k] = factors[k];
+    return r;
+}
 
 using Direct = std::function<int(Volume* in, Volume* second, Volume* out, Volume* out2)>;
 
@@ -65,7 +66,7 @@ struct Row {
     std::vector<std::string> values;
     Direct direct;
     bool options = false;          // an options dialog after the values
-    OptionsAnswer opts = {};
+    app::OptionsRequest opts = {};
     int outputs = 1;
     bool confirm = false;          // "Input volume will be modified. Continue?" first
 };
@@ -117,12 +118,12 @@ const std::vector<Row>& rows() {
         {1151, kGrey, false, {"3"}, OP(return decim3(i, o, 3, 0, 0, 0))},
         {1155, kGrey, false, {"3"}, OP(return FrameZeroPadding(i, o, 3, 0, 0, 0))},
         {1152, kGrey, false, {}, OP(return InterpolationLinear3d(i, o, 0, 2.f, 0.5f, 1.5f, 0, 0, 0)),
-         true, {false, {"1.5", "0.5", "2"}, 1}},
+         true, opts(false, {"1.5", "0.5", "2"}, 1)},
         {1152, kGrey, false, {}, OP(return InterpolationNearestNeighbor3d(i, o, 0, 1.f, 2.5f, 0.75f, 0, 0, 0)),
-         true, {false, {"0.75", "2.5", "1"}, 0}},
+         true, opts(false, {"0.75", "2.5", "1"}, 0)},
         {1153, kGrey, false, {}, OP(return InterpolationFrameLinear3d(i, o, 0, 2.5f, 0, 0, 0)),
-         true, {false, {"x", "y", "2.5"}, 0}},
-        {1154, kBinary, false, {}, OP(return FrameInterpolationBinary(i, o, 3, 0, 0, 0, 1)), true, {true, {}, 1}},
+         true, opts(false, {"x", "y", "2.5"}, 0)},
+        {1154, kBinary, false, {}, OP(return FrameInterpolationBinary(i, o, 3, 0, 0, 0, 1)), true, opts(true, {}, 1)},
         {1240, kBinary, true, {}, OP(return MinkowskiAddition3d(i, s, o))},
         {1241, kBinary, true, {}, OP(return MinkowskiSubtraction3d(i, s, o))},
         {1242, kBinary, true, {}, OP(return bdilate3d(i, s, o))},
@@ -172,9 +173,8 @@ TEST_F(Wiring, EveryWiredRowGivesWhatItsOperatorGives) {
         ui.log.clear();
         Volume* in = input(row.input);
         Volume* second = nullptr;
-        if (row.input == kFloat && row.id == 1231) {
-            second = make(8, 8, 8, 2);
-            fill_random(second, 5, 40);
+        if (row.id == 1231) {                          // the imaginary part
+            fill_random(second = make(8, 8, 8, 2), 5, 40);
         } else if (row.second) {
             second = make(3, 3, 3);
             fill_cross(second);
@@ -186,13 +186,7 @@ TEST_F(Wiring, EveryWiredRowGivesWhatItsOperatorGives) {
         ui.pick(slot(in));
         if (second) ui.pick(slot(second));
         if (!row.values.empty()) ui.values(row.values);
-        if (row.options) {
-            Answer a;
-            a.options.check = row.opts.check;
-            for (int k = 0; k < 3; ++k) a.options.factors[k] = row.opts.factors[k];
-            a.options.choice = row.opts.choice;
-            ui.push(a);
-        }
+        if (row.options) ui.push({.options = row.opts});
         for (int k = 0; k < row.outputs; ++k) ui.pick_new();
         window->action(row.id)->trigger();
         for (const auto& line : ui.log) EXPECT_EQ(line.rfind("error", 0), std::string::npos) << line;
