@@ -335,15 +335,12 @@ TEST_F(Wiring, OpenReadsImageSequencesWrittenByTheTablesWriters) {
         fill_random(written.get(), 11);
         const std::string base = dir.filePath(f->name).toStdString() + "_";
         ASSERT_EQ(f->write(written.get(), base.c_str(), 4, 3, f->extension), 0);
-        Answer a;
-        a.format.format = format;
-        if (f->single_file) a.format.file = base + "." + f->extension;
-        a.format.base = base;
-        a.format.first = f->single_file ? 0 : 4;
-        a.format.last = a.format.first + 2;
-        a.format.digits = 3;
-        a.format.exts[0] = f->extension;
-        ui.push(a).pick_new();
+        const int first = f->single_file ? 0 : 4;
+        ui.push({.format = {.format = format,
+                            .file = f->single_file ? base + "." + f->extension : std::string(),
+                            .base = base, .first = first, .last = first + 2, .digits = 3,
+                            .exts = {f->extension, "", ""}}})
+            .pick_new();
         window->action(40003)->trigger();
         EXPECT_EQ(ui.requests.back().X, 6);   // the dimensions found by the check
         EXPECT_EQ(ui.requests.back().Y, 5);
