@@ -8,6 +8,7 @@
 #include <QTemporaryDir>
 #include <fstream>
 #include <set>
+#include <tuple>
 
 #include "app/commands.h"
 #include "app/startup.h"
@@ -20,10 +21,20 @@ namespace {
 
 using Commands = AppTest;
 
+// 255 inside the cube [lo, hi) on every axis.
 void fill_binary_cube(Volume* v, int lo, int hi) {
-    for (int z = lo; z < hi; ++z)
-        for (int y = lo; y < hi; ++y)
-            for (int x = lo; x < hi; ++x) v->data[0].uc[z][y][x] = 255;
+    auto in = [&](int i) { return i >= lo && i < hi; };
+    fill(v, [&](int z, int y, int x) { return in(z) && in(y) && in(x) ? 255 : 0; });
+}
+
+const std::string kInfo = "message [VEXILO 3.4  for Windows] (information) ";
+const std::string kNone = "message [VEXILO3D for Windows] (none) ";
+
+// Writes bytes to a new file.
+void write_file(const QString& path, const QByteArray& bytes) {
+    QFile f(path);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write(bytes);
 }
 
 TEST_F(Commands, MenuHoldsEveryCommandRowOnceWithItsIdAndText) {
@@ -51,19 +62,20 @@ TEST_F(Commands, MenuHoldsEveryCommandRowOnceWithItsIdAndText) {
 
 TEST_F(Commands, CancelAtEachStepEndsSilentlyAndCreatesNothing) {
     Volume* in = make(2, 3, 4);
-    Volume* se = make(2, 3, 4);
+    make(2, 3, 4);
     ui.cancel();                            // input
     run(1120);
     ui.pick(slot(in)).cancel();             // second input
     run(1120);
-    ui.pick(slot(in)).cancel();             // values
-    run(1110);
+    ui.pick(slot(in)).cancel();             // values: a window row's
+    run(1172);
+    EXPECT_EQ(ui.log.back(), "values: Give Window Dimensions | X Dimension: | Y Dimension: | "
+                             "Z Dimension:");
     ui.pick(slot(in)).values({"0", "0", "0"}).cancel();  // output
     run(1110);
     for (const auto& line : ui.log) EXPECT_EQ(line.rfind("error", 0), std::string::npos) << line;
     EXPECT_EQ(GetNewVolumeIndex(), 2);
     EXPECT_EQ(windows(nullptr), 0);
-    (void)se;
 }
 
 TEST_F(Commands, UnparsableValueIsInvalidParametersBeforeTheOutputIsAsked) {
@@ -96,8 +108,9 @@ TEST_F(Commands, SameVolumeIsRefusedWhereNotInPlace) {
     EXPECT_EQ(in->data[0].uc[0][0][0], 7);
 }
 
-TEST_F(Commands, ReallocationQuestionAnsweredNoLeavesTheOutput) {
+TEST_F(Commands, ReallocationNoLeavesTheOutputYesClosesItsWindowsFirstAndReallocates) {
     Volume* in = make(2, 3, 4);
+    in->data[0].uc[1][2][3] = 200;
     Volume* out = make(5, 5, 5);
     out->data[0].uc[4][4][4] = 9;
     ASSERT_TRUE(window->open_display(2, out, 0, 0, 4, 0));
@@ -105,26 +118,14 @@ TEST_F(Commands, ReallocationQuestionAnsweredNoLeavesTheOutput) {
     run(1142);
     EXPECT_EQ(ui.log.back(),
               "question: Output Volume is not appropriate\nand will be reallocated. Continue?");
-    EXPECT_EQ(out->type, 1);
-    EXPECT_EQ(out->Z, 5);
-    EXPECT_EQ(out->data[0].uc[4][4][4], 9);
+    EXPECT_EQ(std::vector({out->type, out->Z, out->data[0].uc[4][4][4] + 0}), std::vector({1, 5, 9}));
     EXPECT_EQ(windows(out), 1);
-}
 
-TEST_F(Commands, ReallocationAnsweredYesClosesTheWindowsFirstAndReallocates) {
-    Volume* in = make(2, 3, 4);
-    in->data[0].uc[1][2][3] = 200;
-    Volume* out = make(5, 5, 5);
-    ASSERT_TRUE(window->open_display(2, out, 0, 0, 4, 0));
-    view::FrameDisplay* old_window = window->displays(out).at(0);
-    QPointer<view::FrameDisplay> watch(old_window);
+    QPointer<view::FrameDisplay> watch(window->displays(out).at(0));
     ui.pick(slot(in)).pick(slot(out)).yes();
     run(1142);
     EXPECT_TRUE(watch.isNull());                 // the old window went with the old storage
-    EXPECT_EQ(out->type, 2);
-    EXPECT_EQ(out->Z, 2);
-    EXPECT_EQ(out->Y, 3);
-    EXPECT_EQ(out->X, 4);
+    EXPECT_EQ(std::vector({out->type, out->Z, out->Y, out->X}), std::vector({2, 2, 3, 4}));
     EXPECT_FLOAT_EQ(out->data[0].f[1][2][3], 200.f);
     ASSERT_EQ(windows(out), 1);                  // and a new one shows the result
     EXPECT_EQ(window->displays(out).at(0)->windowTitle(), "vol 1 [fr 0-1,0]");
@@ -178,24 +179,17 @@ TEST_F(Commands, LogicCombinesIntoANewOutputAndDisplaysIt) {
 TEST_F(Commands, MetricsReportWithTheirOwnCaptionAndTheInformationIcon) {
     Volume* v = make(7, 7, 7);
     fill_binary_cube(v, 1, 6);
-    ui.pick(slot(v));
-    run(1220);
-    EXPECT_EQ(ui.log.back(), "message [VEXILO 3.4  for Windows] (information) "
-                             "Surface (nonzero surface points) = 98");
-    ui.pick(slot(v));
-    run(1221);
-    EXPECT_EQ(ui.log.back(), "message [VEXILO 3.4  for Windows] (information) "
-                             "Volume (nonzero points) = 125");
+    auto report = [&](Volume* of, int id) {
+        ui.pick(slot(of));
+        run(id);
+        return ui.log.back();
+    };
+    EXPECT_EQ(report(v, 1220), kInfo + "Surface (nonzero surface points) = 98");
+    EXPECT_EQ(report(v, 1221), kInfo + "Volume (nonzero points) = 125");
     fill_in_VOI(v, 0, 7, 0, 7, 2, 7);
-    ui.pick(slot(v));
-    run(1222);
-    EXPECT_EQ(ui.log.back(), "message [VEXILO 3.4  for Windows] (information) "
-                             "Bounding Box (x1,y1,z1) - (x2,y2,z2) : (2,1,1) - (5,5,5)");
-    Volume* empty = make(2, 2, 2);
-    ui.pick(slot(empty));
-    run(1222);
-    EXPECT_EQ(ui.log.back(), "message [VEXILO 3.4  for Windows] (information) "
-                             "Selected Volume (VOI) contains only background points");
+    EXPECT_EQ(report(v, 1222), kInfo + "Bounding Box (x1,y1,z1) - (x2,y2,z2) : (2,1,1) - (5,5,5)");
+    EXPECT_EQ(report(make(2, 2, 2), 1222),
+              kInfo + "Selected Volume (VOI) contains only background points");
     EXPECT_EQ(ui.requests.back().colormask, 3);
 }
 
@@ -206,6 +200,10 @@ TEST_F(Commands, MissingOperatorSaysSoWithoutAnyDialog) {
     EXPECT_EQ(ui.log[0], "message [VEXILO3D for Windows] (information) View Sections is not "
                          "available yet: its operator is not part of this build.");
     EXPECT_TRUE(ui.answers.empty());
+    // Write Voxel only sets the flag for the next click
+    EXPECT_FALSE(app::state().write_voxel);
+    run(1050);
+    EXPECT_TRUE(app::state().write_voxel);
 }
 
 TEST_F(Commands, ClearAsksOneValuePerChannelCaptionedByType) {
@@ -244,28 +242,24 @@ TEST_F(Commands, ConversionsCallTheNormalisingAndTheTruncatingVariant) {
     Volume* f = make(1, 1, 2, 2);
     f->data[0].f[0][0][0] = 10.f;
     f->data[0].f[0][0][1] = 265.6f;
-    ui.pick(slot(f)).pick_new();
-    run(1141);  // scaling
-    Volume* scaled = GetVolumeByIndex(1);
-    EXPECT_EQ(scaled->data[0].uc[0][0][1], 255);
-    EXPECT_EQ(scaled->data[0].uc[0][0][0], 0);
-    ui.pick(slot(f)).pick_new();
-    run(1140);  // truncation: 266 wraps to 10
-    Volume* truncated = GetVolumeByIndex(2);
-    EXPECT_EQ(truncated->data[0].uc[0][0][1], 10);
-    EXPECT_EQ(truncated->data[0].uc[0][0][0], 10);
+    // scaling: 0 and 255; truncation: 266 wraps to 10
+    for (const auto& [id, lo, hi] : {std::tuple{1141, 0, 255}, {1140, 10, 10}}) {
+        ui.pick(slot(f)).pick_new();
+        run(id);
+        const Volume* out = GetVolumeByIndex(GetNewVolumeIndex() - 1);
+        EXPECT_EQ(std::vector({out->data[0].uc[0][0][0] + 0, out->data[0].uc[0][0][1] + 0}),
+                  std::vector({lo, hi}))
+            << id;
+    }
 }
 
 TEST_F(Commands, DisplayChecksTheLevelsAndTitlesTheRange) {
     Volume* v = make(5, 8, 8);
-    Answer levels;
-    levels.levels = {5, 0, 0.0};
-    ui.pick(slot(v)).push(levels);
+    ui.pick(slot(v)).push({.levels = {5, 0, 0.0}});
     run(1300);
     EXPECT_EQ(ui.log.back(), "error: 611");
     EXPECT_EQ(ui.log[0], "select other: Select Volume to Display");
-    levels.levels = {3, 1, 0.5};
-    ui.pick(slot(v)).push(levels);
+    ui.pick(slot(v)).push({.levels = {3, 1, 0.5}});
     run(1300);
     ASSERT_EQ(windows(v), 1);
     view::FrameDisplay* d = window->displays(v).at(0);
@@ -279,14 +273,10 @@ TEST_F(Commands, DisplayChecksTheLevelsAndTitlesTheRange) {
 }
 
 TEST_F(Commands, CreateDestroyAndDumpGoThroughTheirDialogs) {
-    Answer create;
-    create.create = {3, 4, 5, 6, 2, 1};
-    ui.push(create);
+    ui.push({.create = {3, 4, 5, 6, 2, 1}});
     run(1040);
     Volume* v = GetVolumeByIndex(3);
-    EXPECT_EQ(v->type, 2);
-    EXPECT_EQ(v->X, 4);
-    EXPECT_EQ(v->Z, 6);
+    EXPECT_EQ(std::vector({v->type, v->X, v->Z}), std::vector({2, 4, 6}));
     run(1041);
     EXPECT_EQ(ui.log.back(), "destroy: Select Volume to Free");
 
@@ -306,18 +296,12 @@ TEST_F(Commands, CreateDestroyAndDumpGoThroughTheirDialogs) {
 TEST_F(Commands, OpenReadsARawFileIntoANewVolumeAndShowsIt) {
     QTemporaryDir dir;
     const QString path = dir.filePath("cube.raw");
-    {
-        QFile f(path);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        QByteArray bytes(2 * 3 * 4, 0);
-        bytes[23] = 99;
-        f.write(bytes);
-    }
+    QByteArray bytes(2 * 3 * 4, 0);
+    bytes[23] = 99;
+    write_file(path, bytes);
     Answer format;
-    format.format.format = V3D_FORMAT_RAW_VOLUME;
-    format.format.file = path.toStdString();
-    format.format.first = 0, format.format.last = 1;
-    format.format.width = 4, format.format.height = 3;
+    format.format = {.format = V3D_FORMAT_RAW_VOLUME, .file = path.toStdString(), .last = 1,
+                     .width = 4, .height = 3};
     ui.push(format).pick_new();
     run(40003);
     Volume* v = GetVolumeByIndex(0);
@@ -382,17 +366,10 @@ TEST_F(Commands, FrameRightClickResetsEveryVoiAndExitRemovesTheTemporaryFile) {
     QMouseEvent press(QEvent::MouseButtonPress, QPointF(5, 5), client->mapToGlobal(QPointF(5, 5)),
                       Qt::RightButton, Qt::RightButton, Qt::NoModifier);
     QApplication::sendEvent(client, &press);
-    EXPECT_EQ(a->z2, 4);
-    EXPECT_EQ(a->y2, 5);
-    EXPECT_EQ(a->x1, 0);
-    EXPECT_EQ(b->x2, 2);
+    EXPECT_EQ(std::vector({a->z2, a->y2, a->x1, b->x2}), std::vector({4, 5, 0, 2}));
 
     const QString tmp = app::temporary_file();
-    auto touch = [&] {
-        QFile f(tmp);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    };
-    touch();
+    write_file(tmp, {});
     window->close();                  // closing leaves the file and frees every volume
     EXPECT_TRUE(QFile::exists(tmp));
     EXPECT_EQ(GetVolumeByIndex(0), nullptr);
@@ -402,31 +379,9 @@ TEST_F(Commands, FrameRightClickResetsEveryVoiAndExitRemovesTheTemporaryFile) {
     EXPECT_FALSE(QFile::exists(tmp));
 }
 
-int g_window[3];
-int fake_window_filter(Volume* in, Volume* out, int wz, int wy, int wx) {
-    g_window[0] = wz, g_window[1] = wy, g_window[2] = wx;
-    return CopyVolume(in, out, 0, 0, 0);
-}
-
 int fake_labelling(app::CommandContext& c) {
     c.message = app::format_text(res::kNumberOfRegions, 3);
     return CopyVolume(c.in, c.out, 0, 0, 0);
-}
-
-TEST_F(Commands, AnOperatorJoinsWithOneLineAndGetsItsWindowAsZYX) {
-    Volume* in = make(2, 2, 2);
-    const app::CommandSpec row = {
-        .id = 1, .text = "&Filter", .typemask = 1, .colormask = 3,
-        .values = {res::kWindowDims, {res::kXDim, res::kYDim, res::kZDim}},
-        .out_type = app::kSameType, .op = app::window_op<fake_window_filter>};
-    ui.pick(slot(in)).values({"3", "5", "7"}).pick_new();
-    app::run_pattern(row);
-    EXPECT_EQ(ui.log[1], "values: Give Window Dimensions | X Dimension: | Y Dimension: | "
-                         "Z Dimension:");
-    EXPECT_EQ(g_window[0], 7);
-    EXPECT_EQ(g_window[1], 5);
-    EXPECT_EQ(g_window[2], 3);
-    EXPECT_EQ(windows(GetVolumeByIndex(1)), 1);
 }
 
 TEST_F(Commands, ConfirmationComesFirstAndTheMessageFollowsBothDisplays) {
@@ -442,20 +397,12 @@ TEST_F(Commands, ConfirmationComesFirstAndTheMessageFollowsBothDisplays) {
     EXPECT_EQ(ui.log[0], "question: Input volume will be modified. Continue?");
     ui.yes().pick(slot(in)).pick_new();
     app::run_pattern(row);
-    EXPECT_EQ(ui.log.back(), "message [VEXILO3D for Windows] (none) Number of regions = 3");
+    EXPECT_EQ(ui.log.back(), kNone + "Number of regions = 3");
     EXPECT_EQ(windows(GetVolumeByIndex(1)), 1);
     EXPECT_EQ(windows(in), 1);
 }
 
-int g_seeds, g_tolerance, g_maxseeds;
-int fake_grow(Volume*, Volume* out, int maxseeds, int tolerance) {
-    g_seeds = 0;
-    for (int z = 0; z < out->Z; ++z)
-        for (int y = 0; y < out->Y; ++y)
-            for (int x = 0; x < out->X; ++x) g_seeds += out->data[0].uc[z][y][x] == 255;
-    g_maxseeds = maxseeds, g_tolerance = tolerance;
-    return 0;
-}
+int fake_grow(Volume*, Volume*, int, int) { return 0; }
 int fake_split(Volume*, Volume*, int* count, int) {
     *count = 7;
     return 0;
@@ -468,69 +415,34 @@ TEST_F(Commands, SegmentationAdaptersPlantSeedsAndReportCounts) {
     const float nines[1] = {9.f};
     ClearVolume(out, nines);
     fill_in_VOI(out, 1, 2, 1, 2, 1, 2);
-    const app::CommandSpec grow = {
-        .id = 1, .text = "&Grow", .typemask = 1, .colormask = 1,
-        .values = {res::kThresholdValue, {res::kThreshold}}, .out_type = app::kSameType,
-        .op = app::seeded_op<fake_grow>};
-    Answer seeds;
-    seeds.seeds = {{0, 0, 0}, {2, 3, 4}};
-    ui.pick(slot(in)).values({"12"}).pick(slot(out)).push(seeds);
-    app::run_pattern(grow);
+    // three one-threshold rows differing in their adapter
+    auto row = [](int id, app::Operation op, app::After after = app::After::Display) {
+        return app::CommandSpec{
+            .id = id, .text = "&Segment", .typemask = 1, .colormask = 1,
+            .values = {res::kThresholdValue, {res::kThreshold}}, .out_type = app::kSameType,
+            .op = op, .after = after, .message_caption = res::kCaption};
+    };
+    ui.pick(slot(in)).values({"12"}).pick(slot(out)).push({.seeds = {{0, 0, 0}, {2, 3, 4}}});
+    app::run_pattern(row(1, app::seeded_op<fake_grow>));
     EXPECT_TRUE(ui.logged("pixel input"));
-    EXPECT_EQ(g_seeds, 2);
-    EXPECT_EQ(g_maxseeds, 255);
-    EXPECT_EQ(g_tolerance, 12);
     EXPECT_EQ(out->data[0].uc[0][3][0], 0);          // cleared outside the VOI too
     EXPECT_EQ(out->z1, 1);                           // and its VOI kept
     EXPECT_EQ(windows(in), 1);                       // shown for the clicks
 
-    const app::CommandSpec split = {
-        .id = 2, .text = "&Split", .typemask = 1, .colormask = 1,
-        .values = {res::kThresholdValue, {res::kThreshold}}, .out_type = app::kSameType,
-        .op = app::counted_op<fake_split, res::kNoOfRegions>,
-        .after = app::After::MessageAndDisplay, .message_caption = res::kCaption};
     ui.pick(slot(in)).values({"1"}).pick(slot(out));
-    app::run_pattern(split);
-    EXPECT_EQ(ui.log.back(), "message [VEXILO3D for Windows] (none) No of regions = 7");
+    app::run_pattern(row(2, app::counted_op<fake_split, res::kNoOfRegions>,
+                         app::After::MessageAndDisplay));
+    EXPECT_EQ(ui.log.back(), kNone + "No of regions = 7");
 
-    const app::CommandSpec merge = {
-        .id = 3, .text = "&Merge", .typemask = 1, .colormask = 1,
-        .values = {res::kThresholdMaxRegions, {res::kThreshold, res::kMaxRegions}},
-        .out_type = app::kSameType,
-        .op = app::returns_count_op<fake_merge, res::kNumberOfRegions>,
-        .after = app::After::Message, .message_caption = res::kCaption};
+    app::CommandSpec merge = row(3, app::returns_count_op<fake_merge, res::kNumberOfRegions>,
+                                 app::After::Message);
+    merge.values = {res::kThresholdMaxRegions, {res::kThreshold, res::kMaxRegions}};
     ui.pick(slot(in)).values({"1", "9"}).pick(slot(out));
     app::run_pattern(merge);
-    EXPECT_EQ(ui.log.back(), "message [VEXILO3D for Windows] (none) Number of regions = 4");
+    EXPECT_EQ(ui.log.back(), kNone + "Number of regions = 4");
     ui.pick(slot(in)).values({"-1", "9"}).pick(slot(out));
     app::run_pattern(merge);
     EXPECT_EQ(ui.log.back(), "error: -92");
-}
-
-int fake_zoom(Volume* in, Volume* out, int f, int dz, int dy, int dx) {
-    if (dz || dy || dx) return -90;
-    return out->X == in->X * f && out->Z == in->Z * f ? 0 : -520;
-}
-
-TEST_F(Commands, AResizingRowProposesAndPreparesTheOutputItProduces) {
-    Volume* in = make(2, 3, 4);
-    const app::CommandSpec zoom = *app::find_command(1150);
-    app::CommandSpec wired = zoom;
-    wired.op = app::factor_op<fake_zoom>;
-    ui.pick(slot(in)).values({"3"}).pick_new();
-    app::run_pattern(wired);
-    EXPECT_EQ(ui.requests.back().X, 12);
-    EXPECT_EQ(ui.requests.back().Z, 6);
-    Volume* out = GetVolumeByIndex(1);
-    EXPECT_EQ(out->Y, 9);
-    EXPECT_EQ(windows(out), 1);
-    EXPECT_FALSE(ui.logged("error: -520"));
-}
-
-TEST_F(Commands, WriteVoxelSetsTheFlagForTheNextClick) {
-    EXPECT_FALSE(app::state().write_voxel);
-    run(1050);
-    EXPECT_TRUE(app::state().write_voxel);
 }
 
 TEST(CommandLine, ParsesTheSizeTypeAndChannelsOfRawFiles) {
@@ -538,17 +450,14 @@ TEST(CommandLine, ParsesTheSizeTypeAndChannelsOfRawFiles) {
     std::string error;
     ASSERT_TRUE(app::parse_command_line({"--size", "64x128x96", "--type", "f", "--channels", "3",
                                          "a.raw", "b.raw"}, line, error));
-    EXPECT_EQ(line.Z, 64);
-    EXPECT_EQ(line.Y, 128);
-    EXPECT_EQ(line.X, 96);
-    EXPECT_EQ(line.type, 2);
-    EXPECT_EQ(line.colortype, 2);
+    EXPECT_EQ(std::vector({line.Z, line.Y, line.X, line.type, line.colortype}),
+              std::vector({64, 128, 96, 2, 2}));
     EXPECT_EQ(line.files.size(), 2u);
-    app::CommandLine bad;
-    EXPECT_FALSE(app::parse_command_line({"a.raw"}, bad, error));
-    EXPECT_FALSE(app::parse_command_line({"--size", "4x4"}, bad, error));
-    EXPECT_FALSE(app::parse_command_line({"--channels", "2"}, bad, error));
-    EXPECT_FALSE(app::parse_command_line({"--type", "double"}, bad, error));
+    for (const auto& bad : std::vector<std::vector<std::string>>{
+             {"a.raw"}, {"--size", "4x4"}, {"--channels", "2"}, {"--type", "double"}}) {
+        app::CommandLine refused;
+        EXPECT_FALSE(app::parse_command_line(bad, refused, error)) << bad.at(0);
+    }
     app::CommandLine none;
     EXPECT_TRUE(app::parse_command_line({}, none, error));
 }
@@ -556,11 +465,7 @@ TEST(CommandLine, ParsesTheSizeTypeAndChannelsOfRawFiles) {
 TEST_F(Commands, CommandLineFilesOpenIntoNewVolumesAndShow) {
     QTemporaryDir dir;
     const QString path = dir.filePath("v.raw");
-    {
-        QFile f(path);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(QByteArray(2 * 2 * 2, 3));
-    }
+    write_file(path, QByteArray(2 * 2 * 2, 3));
     app::CommandLine line;
     std::string error;
     ASSERT_TRUE(app::parse_command_line({"--size", "2x2x2", path.toStdString(), "missing.raw"},

@@ -13,6 +13,13 @@
 
 namespace t3d {
 
+// Sets voxel (z, y, x) of UC channel c to f(z, y, x).
+template <class F> void fill(Volume* v, F f, int c = 0) {
+    for (int z = 0; z < v->Z; ++z)
+        for (int y = 0; y < v->Y; ++y)
+            for (int x = 0; x < v->X; ++x) v->data[c].uc[z][y][x] = static_cast<unsigned char>(f(z, y, x));
+}
+
 class AppTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -25,7 +32,7 @@ protected:
         app::set_ui(nullptr);
     }
 
-    // A new volume in the first free slot; voxel (z, y, x) of channel c holds fill(c, z, y, x).
+    // A new zeroed volume in the first free slot.
     Volume* make(int Z, int Y, int X, int type = 1, int colortype = 1) {
         Volume* v = nullptr;
         EXPECT_EQ(CreateVolumeEx(type, colortype, Z, Y, X, 0, &v), 0);

@@ -17,14 +17,11 @@ using view::FrameDisplay;
 
 class FrameDisplayTest : public AppTest {
 protected:
-    // A volume whose voxel (z, y, x) holds (z * 50 + y * 7 + x) mod 256.
+    // A volume whose voxel (z, y, x) of channel c holds (z * 50 + y * 7 + x + c) mod 256.
     Volume* ramp(int Z, int Y, int X, int colortype = 1) {
         Volume* v = make(Z, Y, X, 1, colortype);
         for (int c = 0; c < (colortype == 1 ? 1 : 3); ++c)
-            for (int z = 0; z < Z; ++z)
-                for (int y = 0; y < Y; ++y)
-                    for (int x = 0; x < X; ++x)
-                        v->data[c].uc[z][y][x] = static_cast<unsigned char>(z * 50 + y * 7 + x + c);
+            fill(v, [c](int z, int y, int x) { return z * 50 + y * 7 + x + c; }, c);
         return v;
     }
     std::unique_ptr<FrameDisplay> show(Volume* v, int first, int last, QSize area = {800, 600},
@@ -47,25 +44,18 @@ TEST_F(FrameDisplayTest, SteppingStaysInsideTheRangeAndRetitles) {
     Volume* v = ramp(5, 4, 4);
     auto d = show(v, 1, 3);
     EXPECT_EQ(d->windowTitle(), "vol 0 [fr 1-3,1]");
-    d->command(14);
-    EXPECT_EQ(d->current(), 1);
-    d->command(13);
-    d->command(13);
-    EXPECT_EQ(d->current(), 3);
-    d->command(13);
-    EXPECT_EQ(d->current(), 3);
+    // back at the first frame, forward to the last and beyond, 12 does nothing of its own
+    for (const auto& [command, frame] : {std::pair{14, 1}, {13, 2}, {13, 3}, {13, 3}, {12, 3}}) {
+        d->command(command);
+        EXPECT_EQ(d->current(), frame) << command;
+    }
     EXPECT_EQ(d->windowTitle(), "vol 0 [fr 1-3,3]");
-    d->command(12);                     // nothing of its own
-    EXPECT_EQ(d->current(), 3);
     d->findChild<QToolButton*>("14")->click();
     EXPECT_EQ(d->current(), 2);
 
     Volume* one = ramp(1, 4, 4);
     auto single = show(one, 0, 0);
-    single->command(13);
-    single->command(14);
-    single->command(10);
-    single->command(11);
+    for (int command : {13, 14, 10, 11}) single->command(command);
     EXPECT_EQ(single->current(), 0);
     EXPECT_EQ(single->windowTitle(), "vol 1 [fr 0-0,0]");
 }
@@ -95,15 +85,16 @@ TEST_F(FrameDisplayTest, MoviesPlayToTheEndOfTheRangeUnlessAClickStopsThem) {
 TEST_F(FrameDisplayTest, ZoomStepsBetweenOneAndSixtyFour) {
     Volume* v = ramp(1, 128, 128);
     auto d = show(v, 0, 0);
+    auto expect_step = [&](int step) {
+        EXPECT_EQ(d->step(), step);
+        EXPECT_EQ(d->visible_size(), QSize(128 / step, 128 / step));
+    };
     d->zoom_in();
-    EXPECT_EQ(d->step(), 1);
-    EXPECT_EQ(d->visible_size(), QSize(128, 128));
+    expect_step(1);
     d->zoom_out();
-    EXPECT_EQ(d->step(), 2);
-    EXPECT_EQ(d->visible_size(), QSize(64, 64));
+    expect_step(2);
     for (int i = 0; i < 6; ++i) d->zoom_out();
-    EXPECT_EQ(d->step(), 64);
-    EXPECT_EQ(d->visible_size(), QSize(2, 2));
+    expect_step(64);
     EXPECT_EQ(d->width(), FrameDisplay::kMinClientWidth);
     d->zoom_in();
     EXPECT_EQ(d->step(), 32);
@@ -191,9 +182,8 @@ TEST_F(FrameDisplayTest, WriteVoxelAndSeedClicksActOnTheVoxelUnderTheMouse) {
     click(g->pane()->viewport(), {4, 5});
     click(c->pane()->viewport(), {4, 5});               // another volume's window: no seed
     ASSERT_EQ(app::state().seeds.size(), 1u);
-    EXPECT_EQ(app::state().seeds[0].z, 1);
-    EXPECT_EQ(app::state().seeds[0].y, 5);
-    EXPECT_EQ(app::state().seeds[0].x, 4);
+    const app::Seed& seed = app::state().seeds[0];
+    EXPECT_EQ(std::vector({seed.z, seed.y, seed.x}), std::vector({1, 5, 4}));
     app::state().pixel_input = nullptr;
 }
 

@@ -26,8 +26,21 @@ void save(QWidget* w, const QString& name) {
     EXPECT_TRUE(w->grab().save(QDir(dir).filePath(name))) << name.toStdString();
 }
 
-void step_to(view::FrameDisplay* d, int frame) {
-    while (d->current() < frame) d->command(13);
+// Shows a dialog over the window and saves it.
+void shot(QWidget* dialog, const QString& name) {
+    dialog->show();
+    save(dialog, name);
+}
+
+// Runs a command that makes a new volume in slot, steps its window to frame 32 and moves it.
+view::FrameDisplay* shown(app::MainWindow* window, int id, int slot, int x) {
+    window->action(id)->trigger();
+    Volume* v = GetVolumeByIndex(slot);
+    EXPECT_EQ(v->type, 1) << id;
+    view::FrameDisplay* d = window->displays(v).at(0);
+    while (d->current() < 32) d->command(13);
+    d->parentWidget()->move(x, 0);
+    return d;
 }
 
 TEST_F(Screenshots, SampleVolumeThroughTheMenu) {
@@ -37,32 +50,15 @@ TEST_F(Screenshots, SampleVolumeThroughTheMenu) {
     window->resize(1000, 720);
     window->show();
     // Open through the format dialog's answer: the raw volume file, 64 frames of 128 x 128
-    Answer open_answer;
-    open_answer.format.format = V3D_FORMAT_RAW_VOLUME;
-    open_answer.format.file = sample;
-    open_answer.format.last = 63;
-    open_answer.format.width = open_answer.format.height = 128;
-    ui.push(open_answer).pick_new();
-    window->action(40003)->trigger();
-    Volume* phantom = GetVolumeByIndex(0);
-    ASSERT_EQ(phantom->type, 1);
-    step_to(window->displays(phantom).at(0), 32);
-
+    const app::FormatRequest format = {.format = V3D_FORMAT_RAW_VOLUME, .file = sample, .last = 63,
+                                       .width = 128, .height = 128};
+    ui.push({.format = format}).pick_new();
+    shown(window.get(), 40003, 0, 0);
     // a 5 x 5 x 3 median of the phantom, then the Sobel edges of the median, into new volumes
     ui.pick(0).values({"5", "5", "3"}).pick_new();
-    window->action(1172)->trigger();
-    Volume* median = GetVolumeByIndex(1);
-    ASSERT_EQ(median->type, 1);
-    view::FrameDisplay* m = window->displays(median).at(0);
-    step_to(m, 32);
-    m->parentWidget()->move(330, 0);
+    shown(window.get(), 1172, 1, 330);
     ui.pick(1).pick_new();
-    window->action(1192)->trigger();
-    Volume* edges = GetVolumeByIndex(2);
-    ASSERT_EQ(edges->type, 1);
-    view::FrameDisplay* e = window->displays(edges).at(0);
-    step_to(e, 32);
-    e->parentWidget()->move(660, 0);
+    shown(window.get(), 1192, 2, 660);
     for (const auto& l : ui.log) std::printf("  %s\n", l.c_str());
     save(window.get(), "workstation.png");
     ui.pick(0);
@@ -73,36 +69,24 @@ TEST_F(Screenshots, SampleVolumeThroughTheMenu) {
     r.kind = app::SelectKind::Input;
     r.caption = "Select Input Volume for Median";
     app::VolumeSelectDialog input(r, window.get());
-    input.show();
     input.findChild<QListWidget*>("604")->setCurrentRow(0);
     input.findChild<QCheckBox*>("1101")->setChecked(true);
-    save(&input, "dialog_input.png");
-
+    shot(&input, "dialog_input.png");
     app::ValuesDialog values("Give Window Dimensions", {"X Dimension:", "Y Dimension:", "Z Dimension:"},
                              window.get());
-    values.show();
-    save(&values, "dialog_values.png");
-
-    app::LevelsDialog levels(phantom, window.get());
-    levels.show();
-    save(&levels, "dialog_levels.png");
-
-    app::FormatRequest format;
-    format.format = V3D_FORMAT_RAW_VOLUME;
-    format.file = sample;
-    format.last = 63, format.width = 128, format.height = 128;
+    shot(&values, "dialog_values.png");
+    app::LevelsDialog levels(GetVolumeByIndex(0), window.get());
+    shot(&levels, "dialog_levels.png");
     app::FormatDialog open(format, window.get());
-    open.show();
-    save(&open, "dialog_format.png");
+    shot(&open, "dialog_format.png");
 
     app::SelectRequest o;
     o.kind = app::SelectKind::Output;
     o.caption = "Select Output Volume for Median";
     o.X = o.Y = 128, o.Z = 64;
     app::VolumeSelectDialog output(o, window.get());
-    output.show();
     output.findChild<QListWidget*>("604")->setCurrentRow(3);
-    save(&output, "dialog_output.png");
+    shot(&output, "dialog_output.png");
 }
 
 }  // namespace

@@ -53,8 +53,7 @@ public:
     bool select(const app::SelectRequest& r, app::Selection& s) override {
         requests.push_back(r);
         static const char* const kinds[] = {"input", "output", "other", "open"};
-        log.push_back(std::string("select ") + kinds[static_cast<int>(r.kind)] + ": " + r.caption);
-        const Answer a = next();
+        const Answer a = next(std::string("select ") + kinds[static_cast<int>(r.kind)] + ": " + r.caption);
         if (!a.ok) return false;
         s.slot = a.slot == kNew ? GetNewVolumeIndex() : a.slot;
         s.vol = a.slot == kNew ? nullptr : GetVolumeByIndex(a.slot);
@@ -65,15 +64,11 @@ public:
                     std::vector<std::string>& texts) override {
         std::string line = "values: " + caption;
         for (const auto& l : labels) line += " | " + l;
-        log.push_back(line);
-        const Answer a = next();
+        const Answer a = next(line);
         texts = a.texts;
         return a.ok;
     }
-    bool ask_yes_no(const std::string& text) override {
-        log.push_back("question: " + text);
-        return next().ok;
-    }
+    bool ask_yes_no(const std::string& text) override { return next("question: " + text).ok; }
     void show_error(int code) override { log.push_back("error: " + std::to_string(code)); }
     void show_message(const std::string& text, const std::string& caption,
                       app::Icon icon) override {
@@ -81,43 +76,22 @@ public:
         log.push_back("message [" + caption + "] (" + icons[static_cast<int>(icon)] + ") " + text);
     }
     std::string pick_save_file(const std::string& title, const std::string& filter) override {
-        log.push_back("save file: " + title + " | " + filter);
-        const Answer a = next();
+        const Answer a = next("save file: " + title + " | " + filter);
         return a.ok && !a.texts.empty() ? a.texts[0] : std::string();
     }
     bool pick_colour(int rgb[3]) override {
-        log.push_back("colour");
-        const Answer a = next();
+        const Answer a = next("colour");
         for (int i = 0; i < 3; ++i) rgb[i] = a.rgb[i];
         return a.ok;
     }
-    bool ask_format(app::FormatRequest& r) override {
-        log.push_back("format");
-        const Answer a = next();
-        if (a.ok) r = a.format;
-        return a.ok;
-    }
-    bool create_volume(app::CreateRequest& r) override {
-        log.push_back("create");
-        const Answer a = next();
-        if (a.ok) r = a.create;
-        return a.ok;
-    }
+    bool ask_format(app::FormatRequest& r) override { return take("format", &Answer::format, r); }
+    bool create_volume(app::CreateRequest& r) override { return take("create", &Answer::create, r); }
     void destroy_volumes(const std::string& caption) override { log.push_back("destroy: " + caption); }
     void show_state() override { log.push_back("state"); }
-    bool set_voi() override {
-        log.push_back("set voi");
-        return next().ok;
-    }
-    bool ask_levels(Volume*, app::LevelsRequest& r) override {
-        log.push_back("levels");
-        const Answer a = next();
-        if (a.ok) r = a.levels;
-        return a.ok;
-    }
+    bool set_voi() override { return next("set voi").ok; }
+    bool ask_levels(Volume*, app::LevelsRequest& r) override { return take("levels", &Answer::levels, r); }
     bool ask_options(app::OptionsRequest& r) override {
-        log.push_back("options: " + r.caption);
-        const Answer a = next();
+        const Answer a = next("options: " + r.caption);
         if (a.ok) {
             r.check = a.options.check;
             for (int i = 0; i < 3; ++i) r.factors[i] = a.options.factors[i];
@@ -126,8 +100,7 @@ public:
         return a.ok;
     }
     bool pixel_input(Volume*) override {
-        log.push_back("pixel input");
-        const Answer a = next();
+        const Answer a = next("pixel input");
         app::state().seeds = a.seeds;
         return a.ok;
     }
@@ -138,7 +111,9 @@ public:
     }
 
 private:
-    Answer next() {
+    // Logs what was shown and takes the next answer (Cancel when the script has run out).
+    Answer next(const std::string& shown) {
+        log.push_back(shown);
         if (answers.empty()) {
             log.push_back("(no answer: cancel)");
             return {.ok = false};
@@ -146,6 +121,12 @@ private:
         Answer a = answers.front();
         answers.pop_front();
         return a;
+    }
+    // A dialog filling one request: the answer's request on OK.
+    template <class R> bool take(const std::string& shown, R Answer::*field, R& r) {
+        const Answer a = next(shown);
+        if (a.ok) r = a.*field;
+        return a.ok;
     }
 };
 
