@@ -3,6 +3,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <utility>
 
 #include "support.h"
 
@@ -62,21 +63,17 @@ TEST(V3d, ConvertsTypesThroughFiles) {
 
 TEST(V3d, FailuresPrintTheStatusTextAndExitNonZero) {
     const std::string in = write_phantom();
-    Result r = v3d("count --in " + in + " --size 8x12x16 --voi 0:9,0:12,0:16");
-    EXPECT_EQ(r.code, 1);
-    EXPECT_NE(r.out.find("Invalid VOI definitions"), std::string::npos) << r.out;
-
-    r = v3d("count --in " + in + " --size 9x12x16");  // the file is too short
-    EXPECT_EQ(r.code, 1);
-    EXPECT_NE(r.out.find("fread error"), std::string::npos) << r.out;
-
-    r = v3d("and --in " + in + " --in2 " + in + " --size 8x12x16 --out " + t3d::temp_path("x.raw"));
-    EXPECT_EQ(r.code, 1);
-    EXPECT_NE(r.out.find("Volume is not binary"), std::string::npos) << r.out;
-
-    r = v3d("count --in " + in + " --size 100000x100000x100000");
-    EXPECT_EQ(r.code, 1);
-    EXPECT_NE(r.out.find("Cannot allocate internal volume"), std::string::npos) << r.out;
+    const std::pair<std::string, const char*> cases[] = {
+        {"count --in " + in + " --size 8x12x16 --voi 0:9,0:12,0:16", "Invalid VOI definitions"},
+        {"count --in " + in + " --size 9x12x16", "fread error"},  // the file is too short
+        {"and --in " + in + " --in2 " + in + " --size 8x12x16 --out " + t3d::temp_path("x.raw"), "Volume is not binary"},
+        {"count --in " + in + " --size 100000x100000x100000", "Cannot allocate internal volume"},
+    };
+    for (const auto& c : cases) {
+        const Result r = v3d(c.first);
+        EXPECT_EQ(r.code, 1) << c.first;
+        EXPECT_NE(r.out.find(c.second), std::string::npos) << r.out;
+    }
 }
 
 TEST(V3d, MistakesInTheCommandLineExitWithTwo) {

@@ -74,14 +74,12 @@ TEST_F(CoefficientFiles, MalformedFiles) {
     int X = -7;
     EXPECT_EQ(ReadWeightsFile3d(nullptr, 1, nullptr, nullptr, nullptr, &X), -1);  // missing
     EXPECT_EQ(X, -7);
-    write(V3D_WEIGHTS_FILE, "0\n");
-    EXPECT_EQ(ReadWeightsFile3d(nullptr, 1, nullptr, nullptr, nullptr, nullptr), -3);
-    write(V3D_WEIGHTS_FILE, "3\n3\n");  // no Z
-    EXPECT_EQ(ReadWeightsFile3d(nullptr, 1, nullptr, nullptr, nullptr, nullptr), -2);
-    write(V3D_WEIGHTS_FILE, "abc\n1\n1\n");  // letters read as 0
-    EXPECT_EQ(ReadWeightsFile3d(nullptr, 1, nullptr, nullptr, nullptr, nullptr), -3);
-    write(V3D_WEIGHTS_FILE, "2\n-1\n1\n");
-    EXPECT_EQ(ReadWeightsFile3d(nullptr, 1, nullptr, nullptr, nullptr, nullptr), -3);
+    // a zero size, no Z, letters read as 0, a negative size
+    const std::pair<const char*, int> headers[] = {{"0\n", -3}, {"3\n3\n", -2}, {"abc\n1\n1\n", -3}, {"2\n-1\n1\n", -3}};
+    for (const auto& h : headers) {
+        write(V3D_WEIGHTS_FILE, h.first);
+        EXPECT_EQ(ReadWeightsFile3d(nullptr, 1, nullptr, nullptr, nullptr, nullptr), h.second) << h.first;
+    }
 
     // short values: the voxels read stay, the row is finished, then -2
     write(V3D_WEIGHTS_FILE, "2\n2\n2\n5\n6\n7\n");
