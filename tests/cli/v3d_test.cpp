@@ -1,7 +1,5 @@
 // The v3d tool end to end on temporary files.
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <utility>
 
@@ -79,9 +77,8 @@ TEST(V3d, FailuresPrintTheStatusTextAndExitNonZero) {
 TEST(V3d, MistakesInTheCommandLineExitWithTwo) {
     const std::string in = write_phantom(), out = t3d::temp_path("cli_typo.raw");
     std::remove(out.c_str());
-    Result r = v3d("rotate2d --in " + in + " --size 8x12x16 --angel 5 --out " + out);
-    EXPECT_EQ(r.code, 2);
-    r = v3d("symmetric --in " + in + " --size 8x12x16 --colour 3 --out " + out);
+    EXPECT_EQ(v3d("rotate2d --in " + in + " --size 8x12x16 --angel 5 --out " + out).code, 2);
+    const Result r = v3d("symmetric --in " + in + " --size 8x12x16 --colour 3 --out " + out);
     EXPECT_EQ(r.code, 2);
     EXPECT_NE(r.out.find("unknown option --colour"), std::string::npos) << r.out;
     EXPECT_TRUE(read_file(out).empty());  // nothing written

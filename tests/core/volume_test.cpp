@@ -1,6 +1,5 @@
 // The volume record, its storage, the volume table and the status texts.
 #include <cstring>
-#include <string>
 #include <vector>
 
 #include "core/parallel.h"

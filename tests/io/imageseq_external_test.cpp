@@ -1,10 +1,8 @@
 // The readers on files we did not write: ImageMagick's convert and python3-pil write the files
 // at test time and also dump their pixels as raw bytes, which our reading must reproduce. Each
 // test is skipped when its program is missing. Also v3d convert end to end.
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -15,8 +13,8 @@ namespace {
 using Bytes = std::vector<unsigned char>;
 
 Bytes read_bytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return Bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const std::string s = t3d::read_file(path);
+    return Bytes(s.begin(), s.end());
 }
 
 int run(const std::string& command) { return std::system((command + " >/dev/null 2>&1").c_str()); }

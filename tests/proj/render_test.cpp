@@ -119,9 +119,7 @@ TEST(Projection, ThresholdOf255GivesBlack) {
     ASSERT_EQ(Provoli2d(&v, a.image(), 12, 12, 33, 0, all), 0);
     ASSERT_EQ(Provoli3d(&v, b.image(), 12, 12, 33, -40, 0, all), 0);
     ASSERT_EQ(Provoli3d(&rgb, c.image(), 12, 12, 10, 20, 0, all), 0);
-    EXPECT_TRUE(a.all(0));
-    EXPECT_TRUE(b.all(0));
-    EXPECT_TRUE(c.all(0));
+    for (Picture* p : {&a, &b, &c}) EXPECT_TRUE(p->all(0));
 }
 
 TEST(Projection, TrimCentresTheNonZeroBoundingBox) {
