@@ -45,10 +45,8 @@ TEST_F(CoefficientFiles, WeightsFileFillsAVolumeFrameByFrame) {
     EXPECT_EQ(w.uc(1, 0, 0), untouched);
 
     Vol rgb(1, 2, 3, 1, 2), small(1, 2, 2), f(1, 2, 3, 2);
-    EXPECT_EQ(ReadWeightsFile3d(nullptr, 0, &rgb, nullptr, nullptr, nullptr), -4);
-    EXPECT_EQ(ReadWeightsFile3d(nullptr, 0, &small, nullptr, nullptr, nullptr), -4);
-    EXPECT_EQ(ReadWeightsFile3d(nullptr, 0, &f, nullptr, nullptr, nullptr), -4);
-    EXPECT_EQ(ReadWeightsFile3d(nullptr, 0, nullptr, nullptr, nullptr, nullptr), -4);
+    for (Volume* bad : {&rgb, &small, &f, static_cast<Volume*>(nullptr)})
+        EXPECT_EQ(ReadWeightsFile3d(nullptr, 0, bad, nullptr, nullptr, nullptr), -4);
 }
 
 TEST_F(CoefficientFiles, CoefficientsIntoVectorAndVolume) {
