@@ -64,7 +64,8 @@ TEST(V3d, FailuresPrintTheStatusTextAndExitNonZero) {
     const std::pair<std::string, const char*> cases[] = {
         {"count --in " + in + " --size 8x12x16 --voi 0:9,0:12,0:16", "Invalid VOI definitions"},
         {"count --in " + in + " --size 9x12x16", "fread error"},  // the file is too short
-        {"and --in " + in + " --in2 " + in + " --size 8x12x16 --out " + t3d::temp_path("x.raw"), "Volume is not binary"},
+        {"and --in " + in + " --in2 " + in + " --size 8x12x16 --out " + t3d::temp_path("x.raw"),
+         "Volume is not binary"},
         {"count --in " + in + " --size 100000x100000x100000", "Cannot allocate internal volume"},
     };
     for (const auto& c : cases) {

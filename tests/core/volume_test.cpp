@@ -66,7 +66,8 @@ TEST(CheckVolume, ChecksInTheFixedOrder) {
     EXPECT_EQ(CheckVolume(v.get(), 1, 2), -503);
     EXPECT_EQ(CheckVolume(v.get(), 7, 3), 0);
     // an empty z range, x2 = X (inside), x2 beyond X, a negative y1
-    const int vois[][7] = {{1, 1, 0, 5, 0, 6, -510}, {0, 4, 0, 5, 0, 6, 0}, {0, 4, 0, 5, 0, 7, -510}, {0, 4, -1, 5, 0, 6, -510}};
+    const int vois[][7] = {{1, 1, 0, 5, 0, 6, -510}, {0, 4, 0, 5, 0, 6, 0},
+                           {0, 4, 0, 5, 0, 7, -510}, {0, 4, -1, 5, 0, 6, -510}};
     for (const auto& b : vois) {
         v.voi(b[0], b[1], b[2], b[3], b[4], b[5]);
         EXPECT_EQ(CheckVolume(v.get(), 7, 3), b[6]) << b[0] << b[1] << b[2] << b[5];

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support.h"
@@ -73,7 +74,8 @@ TEST_F(CoefficientFiles, MalformedFiles) {
     EXPECT_EQ(ReadWeightsFile3d(nullptr, 1, nullptr, nullptr, nullptr, &X), -1);  // missing
     EXPECT_EQ(X, -7);
     // a zero size, no Z, letters read as 0, a negative size
-    const std::pair<const char*, int> headers[] = {{"0\n", -3}, {"3\n3\n", -2}, {"abc\n1\n1\n", -3}, {"2\n-1\n1\n", -3}};
+    const std::pair<const char*, int> headers[] = {
+        {"0\n", -3}, {"3\n3\n", -2}, {"abc\n1\n1\n", -3}, {"2\n-1\n1\n", -3}};
     for (const auto& h : headers) {
         write(V3D_WEIGHTS_FILE, h.first);
         EXPECT_EQ(ReadWeightsFile3d(nullptr, 1, nullptr, nullptr, nullptr, nullptr), h.second) << h.first;

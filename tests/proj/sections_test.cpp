@@ -39,7 +39,8 @@ TEST(Section, OrthogonalChecksLeaveThePictureAlone) {
     // then H below Ey, W below Ex, W below Ey
     const int bad[][4] = {{8, 8, 1, 0}, {8, 8, 1, 5}, {8, 8, 2, 6}, {8, 8, 3, 2}, {8, 8, 0, 2},
                           {8, 8, 4, 2}, {3, 8, 1, 2}, {8, 4, 2, 3}, {8, 3, 3, 3}};
-    for (const auto& b : bad) EXPECT_EQ(TomiOrth(&v, p.image(), b[0], b[1], b[2], b[3]), -90) << b[0] << b[1] << b[2] << b[3];
+    for (const auto& b : bad)
+        EXPECT_EQ(TomiOrth(&v, p.image(), b[0], b[1], b[2], b[3]), -90) << b[0] << b[1] << b[2] << b[3];
     EXPECT_TRUE(p.all(77));
 }
 
