@@ -1,10 +1,7 @@
 // v3d's filter commands end to end: files in, files out, messages and exit codes.
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
-#include <sstream>
 #include <string>
 
 #include "tests/support.h"

@@ -1,7 +1,6 @@
 // Every resizing and morphology command of v3d runs on a small volume and writes an output of
 // the expected size; a failing status and a bad element give their exit codes.
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <string>
 

@@ -1,8 +1,7 @@
 // The v3d tool end to end on temporary files.
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <string>
+#include <utility>
 
 #include "support.h"
 
@@ -62,29 +61,25 @@ TEST(V3d, ConvertsTypesThroughFiles) {
 
 TEST(V3d, FailuresPrintTheStatusTextAndExitNonZero) {
     const std::string in = write_phantom();
-    Result r = v3d("count --in " + in + " --size 8x12x16 --voi 0:9,0:12,0:16");
-    EXPECT_EQ(r.code, 1);
-    EXPECT_NE(r.out.find("Invalid VOI definitions"), std::string::npos) << r.out;
-
-    r = v3d("count --in " + in + " --size 9x12x16");  // the file is too short
-    EXPECT_EQ(r.code, 1);
-    EXPECT_NE(r.out.find("fread error"), std::string::npos) << r.out;
-
-    r = v3d("and --in " + in + " --in2 " + in + " --size 8x12x16 --out " + t3d::temp_path("x.raw"));
-    EXPECT_EQ(r.code, 1);
-    EXPECT_NE(r.out.find("Volume is not binary"), std::string::npos) << r.out;
-
-    r = v3d("count --in " + in + " --size 100000x100000x100000");
-    EXPECT_EQ(r.code, 1);
-    EXPECT_NE(r.out.find("Cannot allocate internal volume"), std::string::npos) << r.out;
+    const std::pair<std::string, const char*> cases[] = {
+        {"count --in " + in + " --size 8x12x16 --voi 0:9,0:12,0:16", "Invalid VOI definitions"},
+        {"count --in " + in + " --size 9x12x16", "fread error"},  // the file is too short
+        {"and --in " + in + " --in2 " + in + " --size 8x12x16 --out " + t3d::temp_path("x.raw"),
+         "Volume is not binary"},
+        {"count --in " + in + " --size 100000x100000x100000", "Cannot allocate internal volume"},
+    };
+    for (const auto& c : cases) {
+        const Result r = v3d(c.first);
+        EXPECT_EQ(r.code, 1) << c.first;
+        EXPECT_NE(r.out.find(c.second), std::string::npos) << r.out;
+    }
 }
 
 TEST(V3d, MistakesInTheCommandLineExitWithTwo) {
     const std::string in = write_phantom(), out = t3d::temp_path("cli_typo.raw");
     std::remove(out.c_str());
-    Result r = v3d("rotate2d --in " + in + " --size 8x12x16 --angel 5 --out " + out);
-    EXPECT_EQ(r.code, 2);
-    r = v3d("symmetric --in " + in + " --size 8x12x16 --colour 3 --out " + out);
+    EXPECT_EQ(v3d("rotate2d --in " + in + " --size 8x12x16 --angel 5 --out " + out).code, 2);
+    const Result r = v3d("symmetric --in " + in + " --size 8x12x16 --colour 3 --out " + out);
     EXPECT_EQ(r.code, 2);
     EXPECT_NE(r.out.find("unknown option --colour"), std::string::npos) << r.out;
     EXPECT_TRUE(read_file(out).empty());  // nothing written

@@ -86,10 +86,7 @@ TEST(CopyVolume, WithinOneVolumeCopiesVoxelByVoxelInScanOrder) {
     v.voi(0, 1, 0, 1, 0, 3);
     ASSERT_EQ(CopyVolume(v.get(), v.get(), 0, 0, 1), 0);
     // each copied voxel is read after the one before it was written
-    EXPECT_EQ(v.uc(0, 0, 0), 10);
-    EXPECT_EQ(v.uc(0, 0, 1), 10);
-    EXPECT_EQ(v.uc(0, 0, 2), 10);
-    EXPECT_EQ(v.uc(0, 0, 3), 10);
+    for (int x = 0; x < 4; ++x) EXPECT_EQ(v.uc(0, 0, x), 10) << x;
 }
 
 TEST(FVolume2UCVolume, RoundsAndWrapsToEightBits) {
@@ -113,26 +110,21 @@ TEST(FVolume2UCVolume, UsesInvalidParametersForOffsetAndSize) {
 TEST(FVolume2UCVolume_norm, ScalesEachChannelToItsRange) {
     Vol in(1, 2, 3, 2, 2), out(1, 2, 3, 1, 2);
     const float constants[3] = {7.0f, 300.0f, -3.0f};
-    for (int c = 0; c < 3; ++c) {
-        const float v = constants[c];
+    for (int c = 0; c < 3; ++c)
         for (int y = 0; y < 2; ++y)
-            for (int x = 0; x < 3; ++x) in.f(0, y, x, c) = v;
-    }
+            for (int x = 0; x < 3; ++x) in.f(0, y, x, c) = constants[c];
     ASSERT_EQ(FVolume2UCVolume_norm(in.get(), out.get(), 0, 0, 0), 0);
-    EXPECT_EQ(out.uc(0, 1, 2, 0), 7);
-    EXPECT_EQ(out.uc(0, 1, 2, 1), 255);
-    EXPECT_EQ(out.uc(0, 1, 2, 2), 0);
+    const int scaled[3] = {7, 255, 0};
+    for (int c = 0; c < 3; ++c) EXPECT_EQ(out.uc(0, 1, 2, c), scaled[c]) << c;
 
     Vol ramp(1, 1, 5, 2), grey(1, 1, 5, 1);
     const float values[5] = {-10.0f, 0.0f, 40.0f, 89.9f, 90.0f};
     for (int x = 0; x < 5; ++x) ramp.f(0, 0, x) = values[x];
     ASSERT_EQ(FVolume2UCVolume_norm(ramp.get(), grey.get(), 0, 0, 0), 0);
     const float step = static_cast<float>(100.0f * 0.003921569);
-    EXPECT_EQ(grey.uc(0, 0, 0), 0);
-    EXPECT_EQ(grey.uc(0, 0, 1), static_cast<int>(10.0f / step));
-    EXPECT_EQ(grey.uc(0, 0, 2), static_cast<int>(50.0f / step));
-    EXPECT_EQ(grey.uc(0, 0, 3), static_cast<int>(99.9f / step));
-    EXPECT_EQ(grey.uc(0, 0, 4), 255);
+    const int want[5] = {0, static_cast<int>(10.0f / step), static_cast<int>(50.0f / step),
+                         static_cast<int>(99.9f / step), 255};
+    for (int x = 0; x < 5; ++x) EXPECT_EQ(grey.uc(0, 0, x), want[x]) << x;
 }
 
 TEST(UCVolume2FVolume, ConvertsAtAnOffset) {

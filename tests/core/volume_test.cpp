@@ -1,33 +1,22 @@
 // The volume record, its storage, the volume table and the status texts.
 #include <cstring>
-#include <string>
+#include <vector>
 
 #include "core/parallel.h"
 #include "support.h"
 
 using t3d::Vol;
 
+// Bad records in check order, then absurd sizes: each leaves the record empty.
 TEST(CreateVolume, RefusesBadRecordsInOrderAndLeavesThemEmpty) {
     EXPECT_EQ(CreateVolume(nullptr), -501);
-    Volume v{};
-    InitializeVolume(&v, 2, 2, 2, 3, 1);
-    EXPECT_EQ(CreateVolume(&v), -502);
-    EXPECT_EQ(v.type, 0);
-    InitializeVolume(&v, 2, 2, 2, 1, 3);
-    EXPECT_EQ(CreateVolume(&v), -503);
-    EXPECT_EQ(v.type, 0);
-    InitializeVolume(&v, 0, 2, 2, 1, 1);
-    EXPECT_EQ(CreateVolume(&v), -90);
-    EXPECT_EQ(v.type, 0);
-    InitializeVolume(&v, 2, 2, -1, 4, 2);
-    EXPECT_EQ(CreateVolume(&v), -90);
-}
-
-TEST(CreateVolume, AbsurdSizesGiveNoVolumeAndAnEmptyRecord) {
-    for (int colortype : {1, 2}) {
+    const int cases[][6] = {{2, 2, 2, 3, 1, -502},   {2, 2, 2, 1, 3, -503},
+                            {0, 2, 2, 1, 1, -90},    {2, 2, -1, 4, 2, -90},
+                            {100000, 100000, 100000, 1, 1, -530}, {100000, 100000, 100000, 1, 2, -530}};
+    for (const auto& c : cases) {
         Volume v{};
-        InitializeVolume(&v, 100000, 100000, 100000, 1, colortype);
-        EXPECT_EQ(CreateVolume(&v), -530);
+        InitializeVolume(&v, c[0], c[1], c[2], c[3], c[4]);
+        EXPECT_EQ(CreateVolume(&v), c[5]) << c[0] << " " << c[3] << " " << c[4];
         EXPECT_EQ(v.type, 0);
         DestroyVolume(&v);  // harmless on the failed record
     }
@@ -37,12 +26,7 @@ TEST(CreateVolume, NewVolumesAreZeroWithTheWholeVoi) {
     for (int type : {1, 2, 4}) {
         Vol v(3, 4, 5, type, 2);
         ASSERT_EQ(v.status(), 0);
-        EXPECT_EQ(v->x1, 0);
-        EXPECT_EQ(v->x2, 5);
-        EXPECT_EQ(v->y1, 0);
-        EXPECT_EQ(v->y2, 4);
-        EXPECT_EQ(v->z1, 0);
-        EXPECT_EQ(v->z2, 3);
+        EXPECT_EQ(std::vector<int>({v->z1, v->z2, v->y1, v->y2, v->x1, v->x2}), (std::vector<int>{0, 3, 0, 4, 0, 5}));
         for (double d : t3d::snapshot(v.get())) EXPECT_EQ(d, 0.0);
     }
 }
@@ -81,14 +65,13 @@ TEST(CheckVolume, ChecksInTheFixedOrder) {
     EXPECT_EQ(CheckVolume(v.get(), 2, 3), -502);
     EXPECT_EQ(CheckVolume(v.get(), 1, 2), -503);
     EXPECT_EQ(CheckVolume(v.get(), 7, 3), 0);
-    v.voi(1, 1, 0, 5, 0, 6);
-    EXPECT_EQ(CheckVolume(v.get(), 7, 3), -510);
-    v.voi(0, 4, 0, 5, 0, 6);  // x2 = X is inside
-    EXPECT_EQ(CheckVolume(v.get(), 7, 3), 0);
-    v.voi(0, 4, 0, 5, 0, 7);
-    EXPECT_EQ(CheckVolume(v.get(), 7, 3), -510);
-    v.voi(0, 4, -1, 5, 0, 6);
-    EXPECT_EQ(CheckVolume(v.get(), 7, 3), -510);
+    // an empty z range, x2 = X (inside), x2 beyond X, a negative y1
+    const int vois[][7] = {{1, 1, 0, 5, 0, 6, -510}, {0, 4, 0, 5, 0, 6, 0},
+                           {0, 4, 0, 5, 0, 7, -510}, {0, 4, -1, 5, 0, 6, -510}};
+    for (const auto& b : vois) {
+        v.voi(b[0], b[1], b[2], b[3], b[4], b[5]);
+        EXPECT_EQ(CheckVolume(v.get(), 7, 3), b[6]) << b[0] << b[1] << b[2] << b[5];
+    }
     // a missing channel is found before a bad VOI
     void* saved = v->data[0].p;
     v->data[0].p = nullptr;

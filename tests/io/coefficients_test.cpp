@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support.h"
@@ -45,10 +46,8 @@ TEST_F(CoefficientFiles, WeightsFileFillsAVolumeFrameByFrame) {
     EXPECT_EQ(w.uc(1, 0, 0), untouched);
 
     Vol rgb(1, 2, 3, 1, 2), small(1, 2, 2), f(1, 2, 3, 2);
-    EXPECT_EQ(ReadWeightsFile3d(nullptr, 0, &rgb, nullptr, nullptr, nullptr), -4);
-    EXPECT_EQ(ReadWeightsFile3d(nullptr, 0, &small, nullptr, nullptr, nullptr), -4);
-    EXPECT_EQ(ReadWeightsFile3d(nullptr, 0, &f, nullptr, nullptr, nullptr), -4);
-    EXPECT_EQ(ReadWeightsFile3d(nullptr, 0, nullptr, nullptr, nullptr, nullptr), -4);
+    for (Volume* bad : {&rgb, &small, &f, static_cast<Volume*>(nullptr)})
+        EXPECT_EQ(ReadWeightsFile3d(nullptr, 0, bad, nullptr, nullptr, nullptr), -4);
 }
 
 TEST_F(CoefficientFiles, CoefficientsIntoVectorAndVolume) {
@@ -74,14 +73,13 @@ TEST_F(CoefficientFiles, MalformedFiles) {
     int X = -7;
     EXPECT_EQ(ReadWeightsFile3d(nullptr, 1, nullptr, nullptr, nullptr, &X), -1);  // missing
     EXPECT_EQ(X, -7);
-    write(V3D_WEIGHTS_FILE, "0\n");
-    EXPECT_EQ(ReadWeightsFile3d(nullptr, 1, nullptr, nullptr, nullptr, nullptr), -3);
-    write(V3D_WEIGHTS_FILE, "3\n3\n");  // no Z
-    EXPECT_EQ(ReadWeightsFile3d(nullptr, 1, nullptr, nullptr, nullptr, nullptr), -2);
-    write(V3D_WEIGHTS_FILE, "abc\n1\n1\n");  // letters read as 0
-    EXPECT_EQ(ReadWeightsFile3d(nullptr, 1, nullptr, nullptr, nullptr, nullptr), -3);
-    write(V3D_WEIGHTS_FILE, "2\n-1\n1\n");
-    EXPECT_EQ(ReadWeightsFile3d(nullptr, 1, nullptr, nullptr, nullptr, nullptr), -3);
+    // a zero size, no Z, letters read as 0, a negative size
+    const std::pair<const char*, int> headers[] = {
+        {"0\n", -3}, {"3\n3\n", -2}, {"abc\n1\n1\n", -3}, {"2\n-1\n1\n", -3}};
+    for (const auto& h : headers) {
+        write(V3D_WEIGHTS_FILE, h.first);
+        EXPECT_EQ(ReadWeightsFile3d(nullptr, 1, nullptr, nullptr, nullptr, nullptr), h.second) << h.first;
+    }
 
     // short values: the voxels read stay, the row is finished, then -2
     write(V3D_WEIGHTS_FILE, "2\n2\n2\n5\n6\n7\n");

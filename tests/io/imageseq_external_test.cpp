@@ -1,10 +1,8 @@
 // The readers on files we did not write: ImageMagick's convert and python3-pil write the files
 // at test time and also dump their pixels as raw bytes, which our reading must reproduce. Each
 // test is skipped when its program is missing. Also v3d convert end to end.
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -15,8 +13,8 @@ namespace {
 using Bytes = std::vector<unsigned char>;
 
 Bytes read_bytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return Bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const std::string s = t3d::read_file(path);
+    return Bytes(s.begin(), s.end());
 }
 
 int run(const std::string& command) { return std::system((command + " >/dev/null 2>&1").c_str()); }
@@ -25,22 +23,19 @@ bool have(const char* program) { return run(std::string("command -v ") + program
 // Reads frame file base0.ext with the format's check and reader and returns the voxels
 // interleaved as a raw dump does (grey bytes, or r g b per pixel).
 struct Frame {
-    int check = -1, read = -1, colortype = 0, X = 0, Y = 0, Z = 0;
+    int check = -1, read = -1;
+    ImageSequenceInfo info{};
     Bytes pixels;
 };
 
 Frame read_ours(int format, const std::string& base, const char* ext, int count = 1) {
     Frame f;
     const ImageSequenceFormat* fmt = GetImageSequenceFormat(format);
-    ImageSequenceInfo info{};
+    ImageSequenceInfo& info = f.info;
     f.check = fmt->check(base.c_str(), 0, 0, ext, count, &info);
     if (f.check != 0) return f;
     t3d::Vol v(info.Z, info.Y, info.X, 1, info.colortype);
     f.read = fmt->read(v.get(), base.c_str(), 0, 0, ext, info.Z);
-    f.colortype = info.colortype;
-    f.X = info.X;
-    f.Y = info.Y;
-    f.Z = info.Z;
     const int n = info.colortype == 1 ? 1 : 3;
     for (int z = 0; z < info.Z; ++z)
         for (int y = 0; y < info.Y; ++y)
@@ -103,16 +98,15 @@ TEST(ImageSequenceExternal, ReadsFilesWrittenByImageMagick) {
         const Frame f = read_ours(c.format, base, c.ext);
         ASSERT_EQ(f.check, 0);
         ASSERT_EQ(f.read, 0);
-        EXPECT_EQ(f.X, 37);
-        EXPECT_EQ(f.Y, 23);
-        EXPECT_EQ(f.colortype, c.colortype);
+        EXPECT_EQ(f.info.X * 100 + f.info.Y, 3723);
+        EXPECT_EQ(f.info.colortype, c.colortype);
         const std::string dump = base + ".raw";
         // This ImageMagick writes TGA rows top first while declaring a bottom-left origin (and
         // reads them back the same way); PIL reads them as we do, upside down: compare with the
         // flipped source.
         const std::string reference = c.format == V3D_FORMAT_TGA
             ? dir + c.source + (c.colortype == 1 ? ".pgm -flip" : ".ppm -flip") : file;
-        ASSERT_EQ(run("convert " + reference + " -depth 8 " + (f.colortype == 1 ? "gray:" : "rgb:") + dump), 0);
+        ASSERT_EQ(run("convert " + reference + " -depth 8 " + (f.info.colortype == 1 ? "gray:" : "rgb:") + dump), 0);
         EXPECT_LE(max_difference(f.pixels, read_bytes(dump)), c.tolerance);
     }
 }
@@ -124,7 +118,7 @@ TEST(ImageSequenceExternal, ReadsAMultiPageTiffWrittenByImageMagick) {
                   "-depth 8 -compress lzw " + dir + "stack.tif"), 0);
     const Frame f = read_ours(V3D_FORMAT_TIFF_STACK, dir + "stack", "tif", 0);
     ASSERT_EQ(f.read, 0);
-    EXPECT_EQ(f.Z, 3);
+    EXPECT_EQ(f.info.Z, 3);
     ASSERT_EQ(run("convert " + dir + "stack.tif -depth 8 gray:" + dir + "stack.raw"), 0);
     EXPECT_EQ(max_difference(f.pixels, read_bytes(dir + "stack.raw")), 0);
 }
@@ -167,7 +161,7 @@ TEST(ImageSequenceExternal, ReadsFilesWrittenByPil) {
         SCOPED_TRACE(file.base);
         const Frame f = read_ours(file.format, dir + file.base, file.ext);
         ASSERT_EQ(f.read, 0);
-        EXPECT_EQ(f.colortype, file.colortype);
+        EXPECT_EQ(f.info.colortype, file.colortype);
         const Bytes reference = read_bytes(dir + file.base + "0." + file.ext + ".raw");
         EXPECT_LE(max_difference(f.pixels, reference), file.format == V3D_FORMAT_JPEG ? 1 : 0);
     }

@@ -1,7 +1,5 @@
 // Raw volume files and the text dump: byte layout, names, codes, truncated files.
-#include <cstdio>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -11,10 +9,7 @@ using t3d::Vol;
 
 namespace {
 
-std::string read_file(const std::string& path) {
-    std::ifstream f(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>());
-}
+using t3d::read_file;
 
 void write_file(const std::string& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;

@@ -32,8 +32,7 @@ TEST(Buffer, LayoutOfGreyAndColourPictures) {
 TEST(Buffer, OtherColourTypesAndFailures) {
     Buffer* none = CreateBuffer(3, 7, 5);
     ASSERT_NE(none, nullptr);
-    EXPECT_EQ(none->image[0], nullptr);
-    EXPECT_EQ(none->image[1], nullptr);
+    for (int c = 0; c < 3; ++c) EXPECT_EQ(none->image[c], nullptr) << c;
     DestroyBuffer(none);
     EXPECT_EQ(CreateBuffer(1, 0, 5), nullptr);
     EXPECT_EQ(CreateBuffer(2, 5, -1), nullptr);

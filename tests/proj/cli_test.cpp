@@ -1,10 +1,6 @@
 // The v3d picture commands end to end: the files they write.
 #include <tiffio.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "support.h"

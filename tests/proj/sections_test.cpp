@@ -35,15 +35,12 @@ TEST(Section, OrthogonalChecksLeaveThePictureAlone) {
     Picture p(8, 8);
     EXPECT_EQ(TomiOrth(&f, p.image(), 8, 8, 1, 2), -502);
     EXPECT_EQ(TomiOrth(&v, nullptr, 8, 8, 1, 2), -1);
-    EXPECT_EQ(TomiOrth(&v, p.image(), 8, 8, 1, 0), -90);  // outside the VOI, inside the volume
-    EXPECT_EQ(TomiOrth(&v, p.image(), 8, 8, 1, 5), -90);
-    EXPECT_EQ(TomiOrth(&v, p.image(), 8, 8, 2, 6), -90);
-    EXPECT_EQ(TomiOrth(&v, p.image(), 8, 8, 3, 2), -90);
-    EXPECT_EQ(TomiOrth(&v, p.image(), 8, 8, 0, 2), -90);
-    EXPECT_EQ(TomiOrth(&v, p.image(), 8, 8, 4, 2), -90);
-    EXPECT_EQ(TomiOrth(&v, p.image(), 3, 8, 1, 2), -90);  // H below Ey
-    EXPECT_EQ(TomiOrth(&v, p.image(), 8, 4, 2, 3), -90);  // W below Ex
-    EXPECT_EQ(TomiOrth(&v, p.image(), 8, 3, 3, 3), -90);  // W below Ey
+    // {H, W, axis, position}: positions outside the VOI (inside the volume), axes 0 and 4,
+    // then H below Ey, W below Ex, W below Ey
+    const int bad[][4] = {{8, 8, 1, 0}, {8, 8, 1, 5}, {8, 8, 2, 6}, {8, 8, 3, 2}, {8, 8, 0, 2},
+                          {8, 8, 4, 2}, {3, 8, 1, 2}, {8, 4, 2, 3}, {8, 3, 3, 3}};
+    for (const auto& b : bad)
+        EXPECT_EQ(TomiOrth(&v, p.image(), b[0], b[1], b[2], b[3]), -90) << b[0] << b[1] << b[2] << b[3];
     EXPECT_TRUE(p.all(77));
 }
 
