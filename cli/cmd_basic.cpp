@@ -147,7 +147,7 @@ int run_phantom(const Args& args) {
                     return a * a + b * b + c * c;
                 };
                 double value = 0;
-                const double outer = inside(0.46, 0.42, 0.38, 0, 0, 0);
+                const double outer = inside(0.56, 0.42, 0.38, 0, 0, 0);  // cut by the end frames
                 if (outer < 1) value = 60 + 40 * (1 - outer);
                 const double inner = inside(0.30, 0.22, 0.18, 0.02, -0.08, 0.06);
                 if (inner < 1) value = 130 + 60 * (1 - inner);
