@@ -82,13 +82,6 @@ bool touches_zero(unsigned char*** v, int z, int y, int x) {
     return false;
 }
 
-bool image_channels_present(Image2d image, int n) {
-    if (!image) return false;
-    for (int c = 0; c < n; ++c)
-        if (!image[c]) return false;
-    return true;
-}
-
 }  // namespace
 }  // namespace v3d
 
@@ -290,7 +283,7 @@ int Symmetric3d(Volume* in, Volume* out) {
 int CopyFrame2Image(Volume* vol, int frame, Image2d image, int row0, int col0) {
     V3D_CHECK(CheckVolume(vol, kUC, kAnyColor));
     const int n = channels(vol);
-    if (!image_channels_present(image, n)) return kNullImage;
+    if (!image_present(image, n)) return kNullImage;
     const Voi r = voi_of(vol);
     if (frame < 0 || frame >= vol->Z || row0 < 0 || col0 < 0 ||
         row0 + r.ny() > g_image_height || col0 + r.nx() > g_image_width)
@@ -313,7 +306,7 @@ int CopyImage2Frame(Volume* vol, int frame, Image2d image, int y0, int x0, int r
         r2 > g_image_height || c2 > g_image_width)
         return kInvalidParams;
     const int n = channels(vol);
-    if (!image_channels_present(image, n)) return kNullImage;
+    if (!image_present(image, n)) return kNullImage;
     for (int c = 0; c < n; ++c)
         for (int row = r1; row < r2; ++row)
             if (c2 > c1)

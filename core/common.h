@@ -105,6 +105,14 @@ inline int region_mean(double sum, double count) {
 // Returns 0, the volume's status, -4 for null values or -90 for a value out of range.
 int checked_channel_values(Volume* vol, const float* values, double converted[3]);
 
+// Every channel pointer of an n-channel image present?
+inline bool image_present(Image2d image, int n) {
+    if (!image) return false;
+    for (int c = 0; c < n; ++c)
+        if (!image[c]) return false;
+    return true;
+}
+
 template <class F> void for_each_channel(const Volume* v, F&& f) {
     for (int c = 0, n = channels(v); c < n; ++c) f(c);
 }

@@ -40,14 +40,6 @@ inline View view_of(int azimuth, int elevation) {
     return view_of(sa, ca, se, ce);
 }
 
-// Every channel pointer of an n-channel image present?
-inline bool image_present(Image2d image, int n) {
-    if (!image) return false;
-    for (int c = 0; c < n; ++c)
-        if (!image[c]) return false;
-    return true;
-}
-
 // Sets every byte of every channel to 0.
 void clear_image(Image2d image, int channels, int H, int W);
 
