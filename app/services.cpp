@@ -1,25 +1,12 @@
 // The application services exported to modules and the output-preparation helpers.
 #include "app/services.h"
 
-#include <cstdarg>
-#include <cstdio>
-
 #include "app/state.h"
+#include "app/tools/coordinates.h"
 #include "app/ui.h"
 #include "res/strings.h"
 
 namespace app {
-
-std::string text(int id) { return GetStatusText(id); }
-
-std::string format_text(int id, ...) {
-    char buffer[512];
-    va_list args;
-    va_start(args, id);
-    std::vsnprintf(buffer, sizeof buffer, GetStatusText(id), args);
-    va_end(args);
-    return buffer;
-}
 
 int VerifyOutputVolume(Volume* vol, int X, int Y, int Z, int type, int colortype, bool exact) {
     const bool dims_fit = exact ? (vol->X == X && vol->Y == Y && vol->Z == Z)
@@ -40,14 +27,7 @@ int ReallocateVolume(Volume* vol, int type, int colortype, int Z, int Y, int X) 
     return CreateVolume(vol);
 }
 
-bool ConfirmInputModification() { return ui().ask_yes_no(text(res::kInputModified)); }
-
-namespace {
-struct Readout {
-    int mode = 0, x = 0, y = 0, z = 0;
-    double R = 0, G = 0, B = 0;
-} g_readout;
-}  // namespace
+bool ConfirmInputModification() { return ui().ask_yes_no(res::text(res::kInputModified)); }
 
 }  // namespace app
 
@@ -63,7 +43,7 @@ int error_handler(int code) {
 
 void DisplayVolume(Volume* vol) {
     if (!vol || !workspace()) return;
-    if (!workspace()->display(vol, true)) error_handler(723);
+    if (!workspace()->display(vol, true)) error_handler(res::kCannotCreateWindow);
 }
 
 void freedisWin(Volume* vol) {
@@ -98,11 +78,11 @@ int GetOutputVolume(int typemask, int colormask, const char* title, int X, int Y
     return 1;
 }
 
-int VerifyVolumeReallocation(void*) { return ui().ask_yes_no(text(res::kReallocate)) ? 1 : 0; }
+int VerifyVolumeReallocation(void*) { return ui().ask_yes_no(res::text(res::kReallocate)) ? 1 : 0; }
 
 void PrintCoordinates(int mode, int x, int y, int z, double R, double G, double B) {
-    // the read-out window repaints from these when it exists
-    g_readout = {mode, x, y, z, R, G, B};
+    store_readout({mode, x, y, z, R, G, B});
+    if (workspace()) workspace()->readout_changed();
 }
 
 }  // extern "C"

@@ -16,7 +16,7 @@ AppState g_state;
 
 // Notices of the library (the restricted edition's refusal) become a warning box.
 void library_notice(int code) {
-    ui().show_message(text(code), text(res::kCaption), Icon::Warning);
+    ui().show_message(res::text(code), res::text(res::kCaption), Icon::Warning);
 }
 }  // namespace
 
@@ -34,13 +34,13 @@ bool initialise_application() {
     std::error_code error;
     s.start_directory = std::filesystem::current_path(error).string();
     if (error) {
-        error_handler(635);
+        error_handler(res::kInitialisationError);
         return false;
     }
     // coefficient files given without a directory are read from here
     SetStartDirectory(s.start_directory.c_str());
     if (!AllocateVolumeTable()) {
-        error_handler(616);
+        error_handler(res::kNotEnoughMemory);
         return false;
     }
     s.levels[0].assign(s.grey_levels, 0);
@@ -61,7 +61,7 @@ void reset_all_vois() {
 }
 
 std::string display_title(int index, int first, int last, int current) {
-    return format_text(res::kDisplayTitle, index, first, last, current);
+    return res::format(res::kDisplayTitle, index, first, last, current);
 }
 
 }  // namespace app

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "res/strings.h"
 #include "vexilo3d.h"
 
 namespace app {
@@ -87,7 +88,8 @@ public:
     virtual bool set_voi() = 0;                                    // the dialog applies it
     virtual bool ask_levels(Volume* vol, LevelsRequest& request) = 0;
     virtual bool ask_options(OptionsRequest& request) = 0;
-    // "Pixel Input": open until OK; meanwhile clicks on vol's display windows add seeds.
+    // "Pixel Input": open until OK; meanwhile the active seed collector takes the clicks on
+    // vol's display windows.
     virtual bool pixel_input(Volume* vol) = 0;
     virtual void about() = 0;
 
@@ -108,9 +110,12 @@ public:
     WaitCursor& operator=(const WaitCursor&) = delete;
 };
 
-// A string-table text.
-std::string text(int id);
-// A string-table text used as a printf format.
-std::string format_text(int id, ...);
 
 }  // namespace app
+
+// TEMPORARY until the public names land from the library branch
+#ifndef V3D_TYPE_ANY
+enum { V3D_TYPE_NONE = 0, V3D_TYPE_UC = 1, V3D_TYPE_F = 2, V3D_TYPE_I = 4, V3D_TYPE_ANY = 7 };
+enum { V3D_COLOR_GREY = 1, V3D_COLOR_RGB = 2, V3D_COLOR_ANY = 3 };
+enum { V3D_ERR_INVALID_PARAMS = -90 };
+#endif

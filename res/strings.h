@@ -1,12 +1,31 @@
-// Ids of the workstation's texts in the string table (GetStatusText): captions of the
-// selection and value dialogs, field labels and messages.
+// The workstation's texts by id: captions of the selection and value dialogs, field labels,
+// messages and window titles. text() also finds every status message of the library, so one
+// id names any text the workstation shows.
 #pragma once
+
+#include <string>
 
 namespace res {
 
+// The text of |id|, "" when there is none.
+const char* text(int id);
+// The text of id used as a printf format.
+std::string format(int id, ...);
+
 enum Text : int {
+    // messages the workstation reports by id
+    kCannotDisplayFrames = 611,
+    kEnoughWindows = 612,
+    kBadVoi = 615,
+    kNotEnoughMemory = 616,
+    kInitialisationError = 635,
     kDeleteTemp = 649,             // "del \temp\vexilo.tmp"
     kCoordinates = 659,
+    kCannotCreateWindow = 723,
+    kLowerAboveUpper = 7000,
+    kBadDimensions = 7001,
+    kNoSuchFile = 7002,
+    kModuleFailed = 7004,          // no text: the box is empty
 
     kSelectInput = 3001,
     kSelectOutput = 3002,
@@ -79,6 +98,13 @@ enum Text : int {
     kNotAvailable = 3127,
     kZoomIn = 3128,
     kZoomOut = 3129,
+    kOutputModified = 3130,
+    kNoLabels = 3131,
+    kUpdateBeforeClosing = 3132,
+    kTwoFramesNeeded = 3133,
+    kReservedVolume = 3134,
+    kChangesLost = 3135,
+    kSaveChanges = 3136,
 
     kOffsetX = 5001, kOffsetY, kOffsetZ,
     kChannel1 = 5004, kChannel2, kChannel3,

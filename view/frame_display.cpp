@@ -11,8 +11,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "app/services.h"
-#include "app/state.h"
 
 namespace view {
 namespace {
@@ -120,49 +118,22 @@ void DisplayPane::paintEvent(QPaintEvent*) {
 }
 
 void DisplayPane::mouseMoveEvent(QMouseEvent* event) {
-    const Volume* v = owner_->volume();
     int x, y;
-    if (!voxel_at(event->position().toPoint(), x, y)) {
-        PrintCoordinates(32768, 0, 0, 0, 0, 0, 0);
-        return;
-    }
-    const int z = owner_->current();
-    const double r = to_byte(v, 0, z, y, x);
-    const double g = v->colortype == 1 ? r : to_byte(v, 1, z, y, x);
-    const double b = v->colortype == 1 ? r : to_byte(v, 2, z, y, x);
-    PrintCoordinates(0, x, y, z, r, g, b);
+    if (voxel_at(event->position().toPoint(), x, y))
+        emit owner_->voxel_hovered(owner_->current(), y, x);
+    else
+        emit owner_->image_left();
 }
 
 void DisplayPane::mousePressEvent(QMouseEvent* event) {
-    Volume* v = owner_->volume();
     int x, y;
-    if (event->button() != Qt::LeftButton || !voxel_at(event->position().toPoint(), x, y)) return;
-    app::AppState& s = app::state();
-    const int z = owner_->current();
-    if (s.write_voxel) {
-        // the voxel takes the picked colour (its luminance in a one-channel volume)
-        s.write_voxel = false;
-        int rgb[3];
-        if (!app::ui().pick_colour(rgb)) return;
-        const int grey = static_cast<int>(0.299 * rgb[0] + 0.587 * rgb[1] + 0.114 * rgb[2] + 0.5);
-        for (int c = 0; c < (v->colortype == 1 ? 1 : 3); ++c) {
-            const int value = v->colortype == 1 ? grey : rgb[c];
-            if (v->type == 1) v->data[c].uc[z][y][x] = static_cast<unsigned char>(value);
-            if (v->type == 2) v->data[c].f[z][y][x] = static_cast<float>(value);
-            if (v->type == 4) v->data[c].i[z][y][x] = value;
-        }
-        DisplayVolume(v);
-    } else if (s.pixel_input == v) {
-        s.seeds.push_back({z, y, x});
-    }
+    if (voxel_at(event->position().toPoint(), x, y))
+        emit owner_->voxel_clicked(owner_->current(), y, x, event->button());
 }
 
 void DisplayPane::scrollContentsBy(int, int) { viewport()->update(); }
 
-// leaving the image blanks the read-out
-void DisplayPane::leaveEvent(QEvent*) {
-    if (app::state().coordinates_shown) PrintCoordinates(32768, 0, 0, 0, 0, 0, 0);
-}
+void DisplayPane::leaveEvent(QEvent*) { emit owner_->image_left(); }
 
 // ---- the display window -------------------------------------------------------------------
 
@@ -187,7 +158,6 @@ FrameDisplay::FrameDisplay(Volume* vol, int mode, int first, int last, double de
         buttons_.append(b);
     }
     relayout();
-    retitle();
 }
 
 void FrameDisplay::relayout() {
@@ -225,9 +195,12 @@ void FrameDisplay::relayout() {
     pane_->viewport()->update();
 }
 
-void FrameDisplay::retitle() {
-    setWindowTitle(QString::fromStdString(
-        app::display_title(GetVolumeIndex(vol_), first_, last_, current_)));
+// The frame becomes the current one and is painted at once (a movie does not wait for the
+// event loop).
+void FrameDisplay::show_frame(int frame) {
+    current_ = frame;
+    emit frame_shown(frame);
+    pane_->viewport()->repaint();
 }
 
 QImage FrameDisplay::frame_image() const {
@@ -261,9 +234,7 @@ QImage FrameDisplay::frame_image() const {
 void FrameDisplay::refresh() { pane_->viewport()->update(); }
 
 void FrameDisplay::step_to(int frame) {
-    current_ = frame;
-    retitle();
-    pane_->viewport()->repaint();
+    show_frame(frame);
     emit stepped(frame);
 }
 
@@ -293,9 +264,7 @@ bool FrameDisplay::play(int dir) {
     playing_ = true;
     bool stopped = false;
     for (int f = current_; dir > 0 ? f <= last_ : f >= first_; f += dir) {
-        current_ = f;
-        retitle();
-        pane_->viewport()->repaint();
+        show_frame(f);
         QCoreApplication::processEvents();
         if (!self) return true;
         if (stop.stopped) {

@@ -1,7 +1,9 @@
 // The frame display window (class child_3D): one frame of a volume at a time in its image pane
 // (class display, with scroll bars), a bar of six buttons under it (play backward 11, previous
 // 14, stop 12, next 13, play forward 10, back and forth 15), Zoom In/Out in the system menu.
-// The window shows a volume it does not own; freedisWin closes it before the volume goes.
+// The window shows a volume it does not own; freedisWin closes it before the volume goes. It
+// only reports what the user does over the image (a voxel hovered or clicked, the image left,
+// the frame changed); what that means is decided by its owner.
 #pragma once
 
 #include <QAbstractScrollArea>
@@ -70,10 +72,17 @@ public:
 signals:
     // The current frame changed by stepping (contour following steps its partner along).
     void stepped(int frame);
+    // The frame shown changed (stepping or a movie): the title follows it.
+    void frame_shown(int frame);
+    // The mouse is over voxel (z, y, x) of the frame shown, or left the image.
+    void voxel_hovered(int z, int y, int x);
+    void image_left();
+    // A mouse button was pressed over voxel (z, y, x).
+    void voxel_clicked(int z, int y, int x, Qt::MouseButton button);
 
 private:
     void relayout();
-    void retitle();
+    void show_frame(int frame);
     void step_to(int frame);
     // Plays from the current frame towards the end of the range (dir +1) or its start (-1);
     // true when a click stopped it.

@@ -1,0 +1,46 @@
+// Segmentation and labelling commands. An operator joins by filling its row's .op.
+#include "app/command_table.h"
+#include "res/commands.h"
+#include "res/strings.h"
+
+namespace app {
+namespace {
+const ValueSpec kThreshold = {res::kThresholdValue, {res::kThreshold}};
+const ValueSpec kThresholdRegions = {res::kThresholdMaxRegions,
+                                     {res::kThreshold, res::kMaxRegions}};
+
+// Labels up to 255 objects (the input is consumed) and reports how many it found.
+int label_op(CommandContext& c) {
+    int labels = 0;
+    float counts[255];
+    const int status = grass3d_label(c.in, c.out, &labels, counts, 255);
+    if (status == 0) c.message = format_count(res::kNumberOfRegions, labels);
+    return status;
+}
+}  // namespace
+
+void add_segmentation_commands(std::vector<CommandSpec>& rows) {
+    rows.push_back({.id = cmd::kThreshold, .text = "&Threshold", .typemask = 1, .colormask = 1,
+                    .values = kThreshold, .out_type = kSameType, .op = int_op<threshold_3d>});
+    // the output is cleared over its whole extent and "Pixel Input" gives the seed voxels
+    rows.push_back({.id = cmd::kRegionGrow, .text = "Region &Grow", .typemask = 1, .colormask = 1,
+                    .values = kThreshold, .out_type = kSameType, .op = seeded_op<region3d_grow>});
+    rows.push_back({.id = cmd::kRegionSplit, .text = "Region &Split", .typemask = 1, .colormask = 1,
+                    .values = kThreshold, .out_type = kSameType, .op = counted_op<region3d_split, res::kNoOfRegions>,
+                    .after = After::MessageAndDisplay, .message_caption = res::kCaption});
+    rows.push_back({.id = cmd::kRegionMerge, .text = "Region &Merge", .typemask = 1, .colormask = 1,
+                    .values = kThresholdRegions, .out_type = kSameType, .op = returns_count_op<region3d_merge, res::kNumberOfRegions>,
+                    .after = After::Message, .message_caption = res::kCaption});
+    rows.push_back({.id = cmd::kRegionSplitMerge, .text = "Region S&plit-Merge", .typemask = 1, .colormask = 1,
+                    .values = kThreshold, .out_type = kSameType, .op = counted_op<region3d_splitmerge, res::kNumberOfRegions>,
+                    .after = After::MessageAndDisplay, .message_caption = res::kCaption});
+    rows.push_back({.id = cmd::kLabelObjects, .text = "&Label/Count objects", .typemask = 1, .colormask = 1,
+                    .out_type = kSameType, .confirm_input = true, .op = label_op,
+                    .after = After::DisplayBoth, .message_caption = res::kCaption});
+    // the modeless "Labelled Volume View"; output created with three channels
+    rows.push_back({.id = cmd::kViewLabelled, .text = "&View Labelled Volume", .typemask = 1, .colormask = 1,
+                    .in_caption = res::kInLabelled, .out_type = 1, .out_color = 2,
+                    .in_place = false, .after = After::Nothing});
+}
+
+}  // namespace app

@@ -1,0 +1,37 @@
+// The window system as the commands and tools see it: the frame window implements it (one
+// helper there adds any MDI child with its window class; one walk finds the windows of a class
+// that show a volume), the tests put their own in its place.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "vexilo3d.h"
+
+namespace app {
+
+class Workspace {
+public:
+    virtual ~Workspace() = default;
+    // Repaints vol's display windows; with open_if_missing and none shown, opens one. False
+    // when that window could not be created.
+    virtual bool display(Volume* vol, bool open_if_missing) = 0;
+    // Closes every window that shows vol.
+    virtual void release(Volume* vol) = 0;
+    // A frame display window (mode 2 black-and-white, 1 colour, 0 plain) of frames
+    // first..last, current frame first; false when it could not be created.
+    virtual bool open_display(int mode, Volume* vol, double delay, int first, int last,
+                              int placement) = 0;
+    // A histogram window (class signal) titled title, plotting values, shown and made active;
+    // false when it could not be created.
+    virtual bool open_plot(const std::string& title, const std::vector<float>& values) = 0;
+    // The coordinates read-out changed (PrintCoordinates).
+    virtual void readout_changed() {}
+    // Ends the program the way Exit does.
+    virtual void exit() = 0;
+};
+
+Workspace* workspace();
+void set_workspace(Workspace* workspace);
+
+}  // namespace app

@@ -1,0 +1,141 @@
+#include "gui/dialogs/format.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+#include "app/formats.h"
+#include "app/services.h"
+
+namespace gui {
+
+FormatDialog::FormatDialog(const app::FormatRequest& start, QWidget* parent)
+    : QDialog(parent), result_(start) {
+    setObjectName("Volume Format");
+    setWindowTitle("Volume File Format");
+    format_ = new QComboBox(this);
+    format_->setObjectName("7010");
+    for (int i = 0; i < app::format_count(); ++i) format_->addItem(app::format_title(i));
+    format_->setCurrentIndex(start.format);
+    file_ = make_edit(7011, this);
+    file_->setText(QString::fromStdString(start.file));
+    browse_ = make_button(7023, "Browse...", this);
+    base_ = make_edit(7012, this);
+    base_->setText(QString::fromStdString(start.base));
+    first_ = make_edit(7013, this);
+    last_ = make_edit(7014, this);
+    digits_ = make_edit(7015, this);
+    width_ = make_edit(7016, this);
+    height_ = make_edit(7017, this);
+    first_->setText(QString::number(start.first));
+    last_->setText(QString::number(start.last));
+    digits_->setText(QString::number(start.digits));
+    width_->setText(QString::number(start.width));
+    height_->setText(QString::number(start.height));
+    type_ = new QComboBox(this);
+    type_->setObjectName("7018");
+    type_->addItems({"UC", "F", "I"});
+    type_->setCurrentIndex(start.type == 2 ? 1 : start.type == 4 ? 2 : 0);
+    color_ = new QComboBox(this);
+    color_->setObjectName("7019");
+    color_->addItems({"1 Channel", "3 Channels"});
+    color_->setCurrentIndex(start.colortype == 2 ? 1 : 0);
+    auto* ext_row = new QHBoxLayout;
+    for (int i = 0; i < 3; ++i) {
+        exts_[i] = make_edit(7020 + i, this);
+        exts_[i]->setMaxLength(9);
+        exts_[i]->setText(QString::fromStdString(start.exts[i]));
+        ext_row->addWidget(exts_[i]);
+    }
+    auto* file_row = new QHBoxLayout;
+    file_row->addWidget(file_);
+    file_row->addWidget(browse_);
+    auto* form = new QFormLayout;
+    form->addRow("Format:", format_);
+    form->addRow("File name:", file_row);
+    form->addRow("Base name:", base_);
+    form->addRow("First frame:", first_);
+    form->addRow("Last frame:", last_);
+    form->addRow("Digits (0 = no padding):", digits_);
+    form->addRow("Width (X):", width_);
+    form->addRow("Height (Y):", height_);
+    form->addRow("Data type:", type_);
+    form->addRow("Color type:", color_);
+    form->addRow("Extensions:", ext_row);
+    auto* main = new QVBoxLayout(this);
+    main->addLayout(form);
+    QPushButton* ok;
+    main->addLayout(ok_cancel(this, ok));
+    connect(format_, &QComboBox::currentIndexChanged, this, [this](int index) {
+        // the format's usual extension; raw r/g/b frames always use r, g and b
+        const ImageSequenceFormat* f = GetImageSequenceFormat(index);
+        const bool rgb = index == V3D_FORMAT_RAW_RGB;
+        exts_[0]->setText(rgb ? "r" : f ? f->extension : "");
+        exts_[1]->setText(rgb ? "g" : "");
+        exts_[2]->setText(rgb ? "b" : "");
+        if (const int colour = app::fixed_colortype(index)) color_->setCurrentIndex(colour - 1);
+        update_enabling();
+    });
+    connect(browse_, &QPushButton::clicked, this, [this] {
+        const QString name = QFileDialog::getOpenFileName(this, "Open");
+        if (name.isEmpty()) return;
+        if (app::single_file(format_->currentIndex())) {
+            file_->setText(name);
+            return;
+        }
+        // a frame file: the base name is what precedes its number
+        QString stem = QFileInfo(name).path() + "/" + QFileInfo(name).completeBaseName();
+        while (!stem.isEmpty() && stem.back().isDigit()) stem.chop(1);
+        base_->setText(stem);
+        if (format_->currentIndex() != V3D_FORMAT_RAW_RGB) exts_[0]->setText(QFileInfo(name).suffix());
+    });
+    update_enabling();
+}
+
+void FormatDialog::update_enabling() {
+    const int format = format_->currentIndex();
+    const bool single = app::single_file(format);
+    const bool raw = app::raw_format(format);
+    file_->setEnabled(single);
+    base_->setEnabled(!single);
+    digits_->setEnabled(!single);
+    width_->setEnabled(raw);
+    height_->setEnabled(raw);
+    type_->setEnabled(raw);
+    color_->setEnabled(raw && !app::fixed_colortype(format));
+    exts_[0]->setEnabled(!single && format != V3D_FORMAT_RAW_RGB);
+    exts_[1]->setEnabled(false);
+    exts_[2]->setEnabled(false);
+}
+
+void FormatDialog::accept() {
+    app::FormatRequest r;
+    r.format = format_->currentIndex();
+    r.file = file_->text().toStdString();
+    r.base = base_->text().toStdString();
+    r.first = app::int_of_text(text_of(first_));
+    r.last = app::int_of_text(text_of(last_));
+    r.digits = app::int_of_text(text_of(digits_));
+    r.width = app::int_of_text(text_of(width_));
+    r.height = app::int_of_text(text_of(height_));
+    r.type = type_->currentIndex() == 1 ? 2 : type_->currentIndex() == 2 ? 4 : 1;
+    r.colortype = color_->currentIndex() == 1 ? 2 : 1;
+    for (int i = 0; i < 3; ++i) r.exts[i] = exts_[i]->text().toStdString();
+    if (const int status = app::check_format(r)) {
+        error_handler(status);
+        return;
+    }
+    result_ = r;
+    QDialog::accept();
+}
+
+}  // namespace gui

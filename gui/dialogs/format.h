@@ -1,0 +1,29 @@
+// The open/save format dialog: format 7010, file 7011, base name 7012, first 7013, last 7014,
+// digits 7015, width 7016, height 7017, data type 7018, colour type 7019, extensions 7020-7022.
+#pragma once
+
+#include "app/ui.h"
+#include "gui/dialogs/common.h"
+
+class QComboBox;
+
+namespace gui {
+
+class FormatDialog : public QDialog {
+    Q_OBJECT
+public:
+    FormatDialog(const app::FormatRequest& start, QWidget* parent = nullptr);
+    app::FormatRequest request() const { return result_; }
+
+protected:
+    void accept() override;
+
+private:
+    void update_enabling();
+    app::FormatRequest result_;
+    QComboBox *format_, *type_, *color_;
+    QLineEdit *file_, *base_, *first_, *last_, *digits_, *width_, *height_, *exts_[3];
+    QPushButton* browse_;
+};
+
+}  // namespace gui

@@ -1,0 +1,91 @@
+#include "gui/dialogs/options.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+#include "app/formats.h"
+#include "app/services.h"
+
+namespace gui {
+
+OptionsDialog::OptionsDialog(const app::OptionsRequest& request, QWidget* parent)
+    : QDialog(parent), request_(request) {
+    auto* main = new QVBoxLayout(this);
+    const char* group_title = "";
+    const char* choices[2] = {"", ""};
+    int ids[2] = {0, 0};
+    switch (request.kind) {
+    case app::OptionsKind::Interpolation: {
+        setObjectName("Interpolation Options");
+        check_ = new QCheckBox("Extract factors from output volume", this);
+        check_->setObjectName("1156");
+        main->addWidget(check_);
+        auto* form = new QFormLayout;
+        const char* labels[3] = {"Interpolation factor (X):", "Interpolation factor (Y):",
+                                 "Interpolation factor (Z):"};
+        for (int i = 0; i < 3; ++i) {
+            factors_[i] = make_edit(1157 + i, this);
+            factors_[i]->setText(QString::fromStdString(request.factors[i]));
+            form->addRow(labels[i], factors_[i]);
+        }
+        main->addLayout(form);
+        connect(check_, &QCheckBox::toggled, this, [this](bool on) {
+            for (QLineEdit* f : factors_) f->setEnabled(!on);
+        });
+        group_title = "Interpolation method";
+        choices[0] = "Nearest Neighbor", choices[1] = "Linear";
+        ids[0] = 1163, ids[1] = 1164;
+        break;
+    }
+    case app::OptionsKind::BinaryFrameInterpolation:
+        setObjectName("Binary Frame Interpolation Options");
+        check_ = new QCheckBox("Use edge coherence", this);
+        check_->setObjectName("1165");
+        main->addWidget(check_);
+        group_title = "Interpolation factor";
+        choices[0] = "1 frame between each pair", choices[1] = "2 frames between each pair";
+        ids[0] = 1166, ids[1] = 1167;
+        break;
+    case app::OptionsKind::WeightsSource:
+        setObjectName("Select Weights Source");
+        group_title = "Read Weights From ...";
+        choices[0] = "File WIN_UC3D.PAR", choices[1] = "Existing Volume";
+        ids[0] = 1176, ids[1] = 1177;
+        break;
+    }
+    setWindowTitle(request.caption.empty() ? objectName() : QString::fromStdString(request.caption));
+    if (check_) check_->setChecked(request.check);
+    auto* group = new QGroupBox(group_title, this);
+    auto* column = new QVBoxLayout(group);
+    first_ = new QRadioButton(choices[0], group);
+    second_ = new QRadioButton(choices[1], group);
+    first_->setObjectName(QString::number(ids[0]));
+    second_->setObjectName(QString::number(ids[1]));
+    (request.choice == 1 ? second_ : first_)->setChecked(true);
+    column->addWidget(first_);
+    column->addWidget(second_);
+    main->addWidget(group);
+    QPushButton* ok;
+    main->addLayout(ok_cancel(this, ok));
+}
+
+app::OptionsRequest OptionsDialog::result() const {
+    app::OptionsRequest r = request_;
+    r.check = check_ && check_->isChecked();
+    for (int i = 0; i < 3; ++i)
+        if (factors_[i]) r.factors[i] = factors_[i]->text().toStdString();
+    r.choice = second_->isChecked() ? 1 : 0;
+    return r;
+}
+
+}  // namespace gui

@@ -1,0 +1,260 @@
+#include "gui/main_window.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QDir>
+#include <QFile>
+#include <QGuiApplication>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenuBar>
+#include <QMouseEvent>
+#include <QScreen>
+#include <QStyle>
+
+#include "app/command_table.h"
+#include "app/services.h"
+#include "app/state.h"
+#include "app/tools/tools.h"
+#include "res/commands.h"
+#include "res/menu.h"
+#include "res/strings.h"
+#include "view/frame_display.h"
+#include "view/plot_window.h"
+
+namespace gui {
+namespace {
+
+constexpr char kClassProperty[] = "windowClass";
+constexpr char kSourceProperty[] = "v3dSource";
+
+quintptr key_of(const void* source) { return reinterpret_cast<quintptr>(source); }
+
+// Size and Maximize are greyed in the system menu of the fixed-size children.
+void grey_size_items(QMdiSubWindow* sub) {
+    if (QMenu* menu = sub->systemMenu())
+        for (QAction* a : menu->actions())
+            if (a->text().contains("Size") || a->text().contains("Max")) a->setEnabled(false);
+}
+
+int button_bits(Qt::MouseButton button) {
+    switch (button) {
+    case Qt::LeftButton: return app::kLeftButton;
+    case Qt::RightButton: return app::kRightButton;
+    case Qt::MiddleButton: return app::kMiddleButton;
+    default: return 0;
+    }
+}
+
+constexpr Qt::WindowFlags kFixedChild =
+    Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint;
+
+}  // namespace
+
+QString temporary_file() { return QDir(QDir::tempPath()).filePath("vexilo.tmp"); }
+
+MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent) {
+    setObjectName("menu");
+    setWindowTitle(res::text(res::kCaption));
+    mdi_ = new QMdiArea(this);
+    mdi_->setObjectName("4000");
+    setCentralWidget(mdi_);
+    mdi_->viewport()->setMouseTracking(true);
+    mdi_->viewport()->installEventFilter(this);
+    build_menu();
+    app::set_workspace(this);
+}
+
+MainWindow::~MainWindow() {
+    shut_down();
+    if (app::workspace() == this) app::set_workspace(nullptr);
+}
+
+void MainWindow::build_menu() {
+    QMenuBar* bar = menuBar();
+    bar->setObjectName("Menu3d");
+    QMenu* popup = nullptr;
+    for (int i = 0; i < res::kMenu3dSize; ++i) {
+        const res::MenuEntry& e = res::kMenu3d[i];
+        switch (e.kind) {
+        case res::MenuEntry::Popup:
+            popup = bar->addMenu(e.text);
+            break;
+        case res::MenuEntry::Separator:
+            popup->addSeparator();
+            break;
+        case res::MenuEntry::End:
+            if (popup->isEmpty()) popup->setEnabled(false);
+            popup = nullptr;
+            break;
+        case res::MenuEntry::Item: {
+            const app::CommandSpec* row = app::find_command(e.id);
+            QAction* a = popup->addAction(row ? row->text : "?");
+            a->setData(e.id);
+            a->setObjectName(QString::number(e.id));
+            connect(a, &QAction::triggered, this, [this, id = e.id] { run_command(id); });
+            break;
+        }
+        }
+    }
+    // the save entry waits for the save module; the coordinates item is checkable
+    if (QAction* save = action(res::cmd::kSave)) save->setEnabled(false);
+    if (QAction* coords = action(res::cmd::kDisplayCoordinates)) coords->setCheckable(true);
+}
+
+QAction* MainWindow::action(int id) const {
+    return menuBar()->findChild<QAction*>(QString::number(id));
+}
+
+void MainWindow::run_command(int id) {
+    app::dispatch(id);
+    // unknown ids and every command go on to the module router once modules exist
+}
+
+QMdiSubWindow* MainWindow::add_child(QWidget* widget, const char* window_class,
+                                     const void* source, Qt::WindowFlags flags) {
+    widget->setProperty(kClassProperty, window_class);
+    widget->setProperty(kSourceProperty, QVariant::fromValue(key_of(source)));
+    QMdiSubWindow* sub = mdi_->addSubWindow(
+        widget, Qt::SubWindow | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint | flags);
+    if (!sub) {
+        delete widget;
+        return nullptr;
+    }
+    sub->setProperty(kClassProperty, window_class);
+    sub->setAttribute(Qt::WA_DeleteOnClose);
+    return sub;
+}
+
+QList<QWidget*> MainWindow::windows_of(const char* window_class, const void* source) const {
+    QList<QWidget*> found;
+    for (QMdiSubWindow* sub : mdi_->subWindowList()) {
+        QWidget* w = sub->widget();
+        if (!w || w->property(kClassProperty).toString() != window_class) continue;
+        if (!source || w->property(kSourceProperty).value<quintptr>() == key_of(source))
+            found.append(w);
+    }
+    return found;
+}
+
+QList<view::FrameDisplay*> MainWindow::displays(const Volume* vol) const {
+    QList<view::FrameDisplay*> found;
+    for (QWidget* w : windows_of(kDisplayClass, vol))
+        found.append(static_cast<view::FrameDisplay*>(w));
+    return found;
+}
+
+QSize MainWindow::available_area() const {
+    // the client area less the borders and title of a child and the button bar
+    QSize area = mdi_->viewport()->size();
+    if (!isVisible() || area.width() < 200 || area.height() < 200) {
+        const QScreen* screen = QGuiApplication::primaryScreen();
+        area = screen ? screen->availableSize() : QSize(800, 600);
+        area.rheight() -= menuBar()->sizeHint().height();
+    }
+    const int frame = style()->pixelMetric(QStyle::PM_MdiSubWindowFrameWidth);
+    const int caption = style()->pixelMetric(QStyle::PM_TitleBarHeight);
+    return QSize(area.width() - 2 * frame,
+                 area.height() - 2 * frame - 2 * caption - view::FrameDisplay::kButtonBarHeight);
+}
+
+bool MainWindow::display(Volume* vol, bool open_if_missing) {
+    const auto shown = displays(vol);
+    for (auto* d : shown) d->refresh();
+    // projection windows of vol are recomputed here once they exist
+    if (!shown.isEmpty() || !open_if_missing) return true;
+    return open_display(vol->colortype == 1 ? 2 : 1, vol, 0.0, 0, vol->Z - 1, 0);
+}
+
+void MainWindow::release(Volume* vol) {
+    for (QMdiSubWindow* sub : mdi_->subWindowList()) {
+        QWidget* w = sub->widget();
+        if (w && w->property(kSourceProperty).value<quintptr>() == key_of(vol)) delete sub;
+    }
+}
+
+bool MainWindow::open_plot(const std::string& title, const std::vector<float>& values) {
+    auto* plot = new view::PlotWindow(values);
+    QMdiSubWindow* sub = add_child(plot, kPlotClass, nullptr, kFixedChild);
+    if (!sub) return false;
+    sub->setWindowTitle(QString::fromStdString(title));
+    grey_size_items(sub);
+    sub->resize(plot->sizeHint() + QSize(8, 30));
+    sub->show();
+    mdi_->setActiveSubWindow(sub);
+    return true;
+}
+
+bool MainWindow::open_display(int mode, Volume* vol, double delay, int first, int last,
+                              int placement) {
+    if (!vol || !vol->type || first < 0 || last >= vol->Z || first > last) return false;
+    auto* d = new view::FrameDisplay(vol, mode, first, last, delay, available_area());
+    QMdiSubWindow* sub = add_child(d, kDisplayClass, vol, kFixedChild);
+    if (!sub) return false;
+    connect_display(d);
+    grey_size_items(sub);
+    if (QMenu* menu = sub->systemMenu()) {
+        menu->addSeparator();
+        menu->addAction(res::text(res::kZoomIn), d, &view::FrameDisplay::zoom_in)->setData(0);
+        menu->addAction(res::text(res::kZoomOut), d, &view::FrameDisplay::zoom_out)->setData(1);
+    }
+    sub->adjustSize();
+    if (placement == 1) sub->move(155, 25);
+    if (placement == 2 || placement == 4) sub->move(10, 10);
+    sub->show();
+    mdi_->setActiveSubWindow(sub);
+    return true;
+}
+
+// What the user does in a display window goes to the tools; the title follows the frame.
+void MainWindow::connect_display(view::FrameDisplay* d) {
+    Volume* vol = d->volume();
+    auto retitle = [d](int frame) {
+        d->setWindowTitle(QString::fromStdString(
+            app::display_title(GetVolumeIndex(d->volume()), d->first(), d->last(), frame)));
+    };
+    retitle(d->current());
+    connect(d, &view::FrameDisplay::frame_shown, d, retitle);
+    connect(d, &view::FrameDisplay::voxel_hovered, this,
+            [vol](int z, int y, int x) { app::voxel_hovered(vol, z, y, x); });
+    connect(d, &view::FrameDisplay::image_left, this, [] { app::left_images(); });
+    connect(d, &view::FrameDisplay::voxel_clicked, this,
+            [vol, d](int z, int y, int x, Qt::MouseButton button) {
+                app::voxel_clicked({vol, z, y, x, button_bits(button), d});
+            });
+}
+
+void MainWindow::exit() {
+    QFile::remove(temporary_file());
+    close();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    shut_down();
+    event->accept();
+}
+
+void MainWindow::shut_down() {
+    if (shut_down_) return;
+    shut_down_ = true;
+    // windows first, so that none shows a freed volume, then every volume
+    for (QMdiSubWindow* sub : mdi_->subWindowList()) delete sub;
+    app::shutdown_application();
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == mdi_->viewport()) {
+        if (event->type() == QEvent::MouseButtonPress &&
+            static_cast<QMouseEvent*>(event)->button() == Qt::RightButton) {
+            app::reset_all_vois();
+            return true;
+        }
+        if (event->type() == QEvent::MouseMove) {
+            app::left_images();
+            return true;
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+}  // namespace gui

@@ -1,0 +1,75 @@
+// The frame window: "VEXILO3D for Windows", the menu "Menu3d" and the MDI client that holds
+// the document windows. Every MDI child is added through add_child with its window class and
+// the volume (or other source) it shows, so that one walk finds "the windows of class C
+// showing v" for DisplayVolume, freedisWin and the update of projections.
+#pragma once
+
+#include <QMainWindow>
+#include <QPointer>
+
+#include "app/workspace.h"
+
+class QMdiArea;
+class QMdiSubWindow;
+
+namespace view {
+class FrameDisplay;
+}
+
+namespace gui {
+
+// Window classes of the MDI children.
+inline constexpr char kDisplayClass[] = "child_3D";
+inline constexpr char kPlotClass[] = "signal";
+
+class MainWindow : public QMainWindow, public app::Workspace {
+    Q_OBJECT
+public:
+    explicit MainWindow(QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    QMdiArea* mdi() const { return mdi_; }
+    // The action of a command id (null when the menu has none).
+    QAction* action(int id) const;
+    // Runs a command as the menu does.
+    void run_command(int id);
+
+    // Adds widget as an MDI child of window_class showing source, with the caption flags of
+    // flags (a system menu and a close button always); the child is deleted when closed.
+    QMdiSubWindow* add_child(QWidget* widget, const char* window_class, const void* source,
+                             Qt::WindowFlags flags);
+    // The children of window_class showing source (every one of the class for null).
+    QList<QWidget*> windows_of(const char* window_class, const void* source = nullptr) const;
+    // The display windows of vol (all of them for null).
+    QList<view::FrameDisplay*> displays(const Volume* vol = nullptr) const;
+    // The area a new display's pane may take.
+    QSize available_area() const;
+
+    // The one modeless dialog that may be open (the labelled-volume view).
+    QPointer<QWidget> modeless;
+
+    // app::Workspace
+    bool display(Volume* vol, bool open_if_missing) override;
+    void release(Volume* vol) override;
+    bool open_display(int mode, Volume* vol, double delay, int first, int last,
+                      int placement) override;
+    bool open_plot(const std::string& title, const std::vector<float>& values) override;
+    void exit() override;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void build_menu();
+    void connect_display(view::FrameDisplay* display);
+    void shut_down();
+
+    QMdiArea* mdi_;
+    bool shut_down_ = false;
+};
+
+// The file Exit removes: vexilo.tmp in the system's temporary folder.
+QString temporary_file();
+
+}  // namespace gui

@@ -1,0 +1,50 @@
+// The application without a screen: a scripted user interface, a workspace that records what
+// it was asked, and a fresh volume table.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "app/state.h"
+#include "app/tools/coordinates.h"
+#include "scripted_ui.h"
+
+namespace t3d {
+
+struct RecordingWorkspace : app::Workspace {
+    std::vector<const Volume*> displayed, released;
+    int readouts = 0;
+    bool display(Volume* vol, bool) override {
+        displayed.push_back(vol);
+        return true;
+    }
+    void release(Volume* vol) override { released.push_back(vol); }
+    bool open_display(int, Volume*, double, int, int, int) override { return true; }
+    bool open_plot(const std::string&, const std::vector<float>&) override { return true; }
+    void readout_changed() override { ++readouts; }
+    void exit() override {}
+};
+
+class ShellTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        app::set_ui(&ui);
+        app::set_workspace(&workspace);
+        ASSERT_TRUE(app::initialise_application());
+    }
+    void TearDown() override {
+        app::shutdown_application();
+        app::set_workspace(nullptr);
+        app::set_ui(nullptr);
+        app::set_coordinates_shown(false);
+    }
+    Volume* make(int Z, int Y, int X, int type = 1, int colortype = 1) {
+        Volume* v = nullptr;
+        EXPECT_EQ(CreateVolumeEx(type, colortype, Z, Y, X, 0, &v), 0);
+        return v;
+    }
+
+    ScriptedUi ui;
+    RecordingWorkspace workspace;
+};
+
+}  // namespace t3d

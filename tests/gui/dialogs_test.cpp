@@ -1,0 +1,359 @@
+// The dialogs as offscreen widgets: control ids, texts, enabling rules and validation.
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTemporaryDir>
+
+#include "gui/dialogs/volume_select.h"
+#include "gui/dialogs/create_volume.h"
+#include "gui/dialogs/destroy_volume.h"
+#include "gui/dialogs/volume_info.h"
+#include "gui/dialogs/values.h"
+#include "gui/dialogs/options.h"
+#include "gui/dialogs/levels.h"
+#include "gui/dialogs/format.h"
+#include "gui/dialogs/pixel_input.h"
+#include "gui/dialogs/about.h"
+#include "fixture.h"
+
+namespace t3d {
+namespace {
+
+using Dialogs = AppTest;
+
+template <class T = QWidget> T* control(QWidget* dialog, int id) {
+    T* w = dialog->findChild<T*>(QString::number(id));
+    EXPECT_NE(w, nullptr) << "control " << id;
+    return w;
+}
+
+QStringList entries(const QListWidget* list) {
+    QStringList texts;
+    for (int i = 0; i < list->count(); ++i) texts << list->item(i)->text();
+    return texts;
+}
+QStringList entries(QWidget* dialog) { return entries(control<QListWidget>(dialog, 604)); }
+
+void choose(QWidget* dialog, const QString& entry) {
+    auto* list = control<QListWidget>(dialog, 604);
+    list->setCurrentItem(list->findItems(entry, Qt::MatchExactly).value(0));
+}
+
+void set(QWidget* dialog, int id, const QString& text) { control<QLineEdit>(dialog, id)->setText(text); }
+void set(QWidget* dialog, std::initializer_list<std::pair<int, QString>> texts) {
+    for (const auto& [id, text] : texts) set(dialog, id, text);
+}
+QString text(QWidget* dialog, int id) { return control<QLineEdit>(dialog, id)->text(); }
+bool enabled(QWidget* dialog, int id) { return control(dialog, id)->isEnabled(); }
+void ok(QWidget* dialog) { control<QPushButton>(dialog, 1)->click(); }
+
+// The line edits' texts, as (id, text) pairs.
+void expect_texts(QWidget* dialog, std::initializer_list<std::pair<int, QString>> texts) {
+    for (const auto& [id, want] : texts) EXPECT_EQ(text(dialog, id), want) << "control " << id;
+}
+
+app::SelectRequest request(app::SelectKind kind, int typemask = 7, int colormask = 3) {
+    app::SelectRequest r;
+    r.kind = kind;
+    r.typemask = typemask;
+    r.colormask = colormask;
+    r.caption = "Caption";
+    return r;
+}
+
+TEST_F(Dialogs, InputDialogEnablesOnSelectionAndValidatesTheVoi) {
+    Volume* v = make(4, 5, 6);
+    std::snprintf(v->name, sizeof v->name, "%s", "phantom");
+    gui::VolumeSelectDialog d(request(app::SelectKind::Input));
+    EXPECT_EQ(d.objectName(), "Get_InOut_Volume");
+    EXPECT_EQ(d.windowTitle(), "Caption");
+    EXPECT_EQ(entries(&d), QStringList{"0"});
+    EXPECT_FALSE(enabled(&d, 1));
+    for (int id : {745, 747, 1303, 1187, 1102, 1107}) EXPECT_FALSE(control(&d, id)->isEnabled()) << id;
+    EXPECT_FALSE(control<QCheckBox>(&d, 1101)->isChecked());
+    EXPECT_EQ(control<QPushButton>(&d, 2)->text(), "Cancel");
+    // a current entry that is not selected (the list took the focus) does not count
+    control<QListWidget>(&d, 604)->setCurrentRow(0, QItemSelectionModel::NoUpdate);
+    EXPECT_FALSE(enabled(&d, 1));
+
+    choose(&d, "0");
+    EXPECT_TRUE(enabled(&d, 1));
+    EXPECT_TRUE(enabled(&d, 1187));
+    // X, Y, Z, the name, z2 and x2
+    expect_texts(&d, {{745, "6"}, {747, "5"}, {1303, "4"}, {1187, "phantom"}, {1103, "4"}, {1107, "6"}});
+    EXPECT_FALSE(enabled(&d, 1102));
+    control<QCheckBox>(&d, 1101)->setChecked(true);
+    EXPECT_TRUE(enabled(&d, 1102));
+
+    set(&d, {{1102, "2"}, {1103, "2"}, {1187, "renamed"}});  // z1 = z2: empty, refused
+    ok(&d);
+    EXPECT_EQ(ui.log.back(), "error: 615");
+    EXPECT_EQ(d.result(), 0);
+    EXPECT_STREQ(v->name, "renamed");                         // the name is taken first
+    EXPECT_EQ(v->z1, 0);
+    set(&d, {{1107, "7"}, {1103, "3"}});                      // beyond X
+    ok(&d);
+    EXPECT_EQ(d.result(), 0);
+    set(&d, {{1107, "6"}, {1104, "1"}});
+    ok(&d);
+    EXPECT_EQ(d.result(), 1);
+    EXPECT_EQ(d.selection().vol, v);
+    EXPECT_EQ(std::vector({v->z1, v->z2, v->y1}), std::vector({2, 3, 1}));
+}
+
+TEST_F(Dialogs, InputDialogWithoutMatchingVolumesHasNothingToChoose) {
+    make(2, 2, 2, 2);
+    gui::VolumeSelectDialog d(request(app::SelectKind::Input, 1, 3));
+    EXPECT_TRUE(entries(&d).isEmpty());
+    EXPECT_FALSE(enabled(&d, 1));
+}
+
+TEST_F(Dialogs, OutputDialogOffersANewSlotWithTheProposedDimensions) {
+    make(2, 3, 4, 2, 2);
+    app::SelectRequest r = request(app::SelectKind::Output);
+    r.X = 10, r.Y = 20, r.Z = 30;
+    gui::VolumeSelectDialog d(r);
+    EXPECT_EQ(d.objectName(), "Select Same Output Volume");
+    EXPECT_EQ(entries(&d), (QStringList{"0", "New[1]"}));
+    EXPECT_FALSE(enabled(&d, 1));
+    EXPECT_FALSE(enabled(&d, 745));
+    EXPECT_TRUE(text(&d, 1187).isEmpty());
+    choose(&d, "0");
+    expect_texts(&d, {{1313, "F"}, {1314, "3 Channels"}, {745, "4"}});
+    choose(&d, "New[1]");
+    expect_texts(&d, {{745, "10"}, {1303, "30"}});
+    set(&d, 1187, "result");
+    ok(&d);
+    ASSERT_EQ(d.result(), 1);
+    EXPECT_EQ(d.selection().vol, nullptr);
+    EXPECT_EQ(d.selection().slot, 1);
+    EXPECT_EQ(d.selection().Y, 20);
+    EXPECT_STREQ(GetVolumeByIndex(1)->name, "result");       // named before it exists
+
+    gui::VolumeSelectDialog without_dims(request(app::SelectKind::Output));
+    EXPECT_EQ(entries(&without_dims), QStringList{"0"});
+}
+
+TEST_F(Dialogs, SelectVolumeLeavesOutTheSlotsAlreadyChosen) {
+    for (int i = 0; i < 3; ++i) make(2, 2, 2);
+    app::SelectRequest r = request(app::SelectKind::Other, 1, 1);
+    r.exclude = {0, 2};
+    gui::VolumeSelectDialog d(r);
+    EXPECT_EQ(d.objectName(), "Select Volume");
+    EXPECT_EQ(entries(&d), QStringList{"1"});
+    choose(&d, "1");
+    ok(&d);
+    EXPECT_EQ(d.selection().slot, 1);
+    EXPECT_EQ(d.selection().vol, GetVolumeByIndex(1));
+}
+
+TEST_F(Dialogs, CreateDialogChecksDimensionsAndTakesTypesFromTheTexts) {
+    make(1, 1, 1);
+    gui::CreateVolumeDialog d;
+    EXPECT_EQ(d.windowTitle(), "Select Volume to Create");
+    EXPECT_EQ(entries(&d).size(), 99);                 // free slots only
+    EXPECT_EQ(entries(&d).first(), "1");
+    EXPECT_FALSE(enabled(&d, 1));
+    choose(&d, "5");
+    EXPECT_TRUE(enabled(&d, 1));
+    set(&d, {{745, "8"}, {747, "0"}, {1303, "2"}});
+    ok(&d);
+    EXPECT_EQ(ui.log.back(), "error: 90");
+    EXPECT_EQ(d.result(), 0);
+    set(&d, 747, "4");
+    ok(&d);
+    ASSERT_EQ(d.result(), 1);
+    // slot 5; no choice: UC, one channel
+    EXPECT_EQ(std::vector({d.request().slot, d.request().type, d.request().colortype}),
+              std::vector({5, 1, 1}));
+
+    gui::CreateVolumeDialog typed;
+    choose(&typed, "2");
+    set(&typed, {{745, "1"}, {747, "1"}, {1303, "1"}});
+    control<QListWidget>(&typed, 1313)->setCurrentRow(2);    // "I"
+    control<QListWidget>(&typed, 1314)->setCurrentRow(1);    // "3 Channels"
+    ok(&typed);
+    EXPECT_EQ(typed.request().type, 4);
+    EXPECT_EQ(typed.request().colortype, 2);
+}
+
+TEST_F(Dialogs, DestroyDialogDestroysSeveralAndMovesTheSelectionBack) {
+    Volume* a = make(2, 2, 2);
+    make(2, 2, 2);
+    Volume* c = make(2, 2, 2);
+    ASSERT_TRUE(window->open_display(2, c, 0, 0, 1, 0));
+    gui::DestroyVolumeDialog d("Select Volume to Free");
+    EXPECT_EQ(d.windowTitle(), "Select Volume to Free");
+    auto* list = control<QListWidget>(&d, 604);
+    auto* destroy = control<QPushButton>(&d, 1003);
+    EXPECT_EQ(destroy->text(), "Destroy");
+    EXPECT_EQ(control<QPushButton>(&d, 1004)->text(), "Close");
+    list->setCurrentRow(2);
+    destroy->click();                                  // the last entry: selection moves back
+    EXPECT_EQ(c->type, 0);
+    EXPECT_EQ(windows(c), 0);
+    EXPECT_EQ(list->currentItem()->text(), "1");
+    list->setCurrentRow(0);
+    destroy->click();
+    EXPECT_EQ(a->type, 0);
+    EXPECT_EQ(list->currentItem()->text(), "1");
+    destroy->click();
+    EXPECT_EQ(list->count(), 0);
+    EXPECT_FALSE(destroy->isEnabled());
+}
+
+TEST_F(Dialogs, StateAndSetVoiShowTheSlotAndSetVoiValidates) {
+    Volume* v = make(3, 4, 5, 4, 1);
+    gui::VolumeInfoDialog state(gui::VolumeInfoDialog::State);
+    EXPECT_EQ(state.windowTitle(), "State Of Volumes");
+    choose(&state, "0");
+    expect_texts(&state, {{1313, "I"}, {1314, "1 Channel"}, {1303, "3"}});
+
+    gui::VolumeInfoDialog voi(gui::VolumeInfoDialog::SetVoi);
+    EXPECT_EQ(voi.windowTitle(), "Set VOI");
+    EXPECT_EQ(voi.findChild<QCheckBox*>("1101"), nullptr);
+    EXPECT_FALSE(enabled(&voi, 1));
+    choose(&voi, "0");
+    set(&voi, 1104, "-1");                            // read unsigned: not below 0 ... refused
+    ok(&voi);
+    EXPECT_EQ(ui.log.back(), "error: 615");
+    EXPECT_EQ(voi.result(), 0);
+    set(&voi, {{1104, "1"}, {1106, "4"}});
+    ok(&voi);
+    EXPECT_EQ(voi.result(), 1);
+    EXPECT_EQ(std::vector({v->y1, v->x1, v->x2}), std::vector({1, 4, 5}));
+}
+
+TEST_F(Dialogs, ValueDialogsAreNamedByTheirCountAndCarryTheLabels) {
+    const char* names[4] = {"Give 1 Value", "Give 2 Values", "Give Values", "Give values"};
+    for (int n = 1; n <= 4; ++n) {
+        std::vector<std::string> labels;
+        for (int i = 0; i < n; ++i) labels.push_back(QString("L%1").arg(i).toStdString());
+        gui::ValuesDialog d("Give Window Dimensions", labels);
+        EXPECT_EQ(d.objectName(), names[n - 1]);
+        EXPECT_EQ(d.windowTitle(), "Give Window Dimensions");
+        for (int i = 0; i < n; ++i) {
+            EXPECT_EQ(control<QLabel>(&d, 974 + i)->text(), QString("L%1").arg(i));
+            EXPECT_TRUE(control<QLineEdit>(&d, 970 + i)->text().isEmpty());
+        }
+        EXPECT_EQ(d.findChild<QLineEdit*>(QString::number(970 + n)), nullptr);
+        set(&d, 970, "3");
+        EXPECT_EQ(d.texts().at(0), "3");
+        EXPECT_EQ(d.texts().size(), static_cast<size_t>(n));
+    }
+}
+
+TEST_F(Dialogs, OptionDialogsHaveTheirControls) {
+    app::OptionsRequest r;
+    r.caption = "3D Interpolation Options";
+    gui::OptionsDialog interp(r);
+    EXPECT_EQ(interp.windowTitle(), "3D Interpolation Options");
+    EXPECT_EQ(control<QCheckBox>(&interp, 1156)->text(), "Extract factors from output volume");
+    EXPECT_TRUE(control<QRadioButton>(&interp, 1163)->isChecked());
+    EXPECT_EQ(control<QRadioButton>(&interp, 1164)->text(), "Linear");
+    control<QCheckBox>(&interp, 1156)->setChecked(true);
+    EXPECT_FALSE(enabled(&interp, 1157));
+    control<QRadioButton>(&interp, 1164)->setChecked(true);
+    EXPECT_EQ(interp.result().choice, 1);
+    EXPECT_TRUE(interp.result().check);
+
+    r.kind = app::OptionsKind::BinaryFrameInterpolation;
+    r.caption.clear();
+    gui::OptionsDialog binary(r);
+    EXPECT_EQ(binary.windowTitle(), "Binary Frame Interpolation Options");
+    EXPECT_EQ(control<QCheckBox>(&binary, 1165)->text(), "Use edge coherence");
+    EXPECT_EQ(control<QRadioButton>(&binary, 1167)->text(), "2 frames between each pair");
+
+    r.kind = app::OptionsKind::WeightsSource;
+    gui::OptionsDialog weights(r);
+    EXPECT_EQ(weights.windowTitle(), "Select Weights Source");
+    EXPECT_EQ(control<QRadioButton>(&weights, 1176)->text(), "File WIN_UC3D.PAR");
+    EXPECT_EQ(control<QRadioButton>(&weights, 1177)->text(), "Existing Volume");
+}
+
+TEST_F(Dialogs, LevelsDialogStartsWithTheWholeRangeAndValidates) {
+    Volume* v = make(9, 2, 2);
+    gui::LevelsDialog d(v);
+    EXPECT_EQ(d.windowTitle(), "Get Display 3D Levels - Delay");
+    expect_texts(&d, {{1301, "8"}, {1302, "0"}, {1304, "0.0"}});
+    EXPECT_EQ(control<QLineEdit>(&d, 1304)->maxLength(), 4);
+    set(&d, 1304, "1a");
+    ok(&d);
+    EXPECT_EQ(ui.log.back(), "error: 90");
+    set(&d, 1304, "0.25");
+    EXPECT_EQ(text(&d, 1304), "0.25");
+    set(&d, {{1302, "5"}, {1301, "4"}});             // lower above upper
+    ok(&d);
+    EXPECT_EQ(d.result(), 0);
+    set(&d, 1301, "12");                              // the dispatcher refuses it later (611)
+    ok(&d);
+    ASSERT_EQ(d.result(), 1);
+    EXPECT_EQ(d.levels().upper, 12);
+    EXPECT_EQ(d.levels().lower, 5);
+    EXPECT_DOUBLE_EQ(d.levels().delay, 0.25);
+}
+
+TEST_F(Dialogs, FormatDialogChecksFramesDimensionsAndTheFile) {
+    QTemporaryDir dir;
+    const QString base = dir.filePath("slice");
+    QFile(base + "007.raw").open(QIODevice::WriteOnly);
+    app::FormatRequest start;
+    start.format = V3D_FORMAT_RAW_FRAMES;
+    start.base = base.toStdString();
+    gui::FormatDialog d(start);
+    EXPECT_FALSE(enabled(&d, 7011));
+    EXPECT_TRUE(enabled(&d, 7012));
+    EXPECT_FALSE(enabled(&d, 7021));
+    set(&d, {{7013, "9"}, {7014, "8"}});
+    ok(&d);
+    EXPECT_EQ(ui.log.back(), "error: 7000");
+    set(&d, {{7013, "7"}, {7014, "9"}, {7016, "0"}, {7017, "4"}});
+    ok(&d);
+    EXPECT_EQ(ui.log.back(), "error: 7001");
+    set(&d, {{7016, "4"}, {7015, "0"}});             // slice7.raw does not exist
+    ok(&d);
+    EXPECT_EQ(ui.log.back(), "error: 7002");
+    set(&d, 7015, "3");                               // slice007.raw does
+    control<QComboBox>(&d, 7018)->setCurrentIndex(1);
+    ok(&d);
+    ASSERT_EQ(d.result(), 1);
+    EXPECT_EQ(std::vector({d.request().digits, d.request().type, d.request().last}),
+              std::vector({3, 2, 9}));
+    // the formats are the image-sequence table's, in its order
+    auto* formats = control<QComboBox>(&d, 7010);
+    ASSERT_EQ(formats->count(), V3D_FORMAT_COUNT);
+    for (int i = 0; i < V3D_FORMAT_COUNT; ++i)
+        EXPECT_EQ(formats->itemText(i).toStdString(), GetImageSequenceFormat(i)->title);
+    formats->setCurrentIndex(V3D_FORMAT_RAW_RGB);       // r, g, b and three channels, fixed
+    expect_texts(&d, {{7020, "r"}, {7022, "b"}});
+    EXPECT_FALSE(enabled(&d, 7020));
+    EXPECT_EQ(control<QComboBox>(&d, 7019)->currentIndex(), 1);
+    EXPECT_FALSE(enabled(&d, 7019));
+    formats->setCurrentIndex(V3D_FORMAT_TIFF);          // the files give size and colour
+    EXPECT_EQ(text(&d, 7020), "tif");
+    EXPECT_TRUE(enabled(&d, 7020));
+    EXPECT_FALSE(enabled(&d, 7016));
+    EXPECT_FALSE(enabled(&d, 7018));
+    formats->setCurrentIndex(V3D_FORMAT_TIFF_STACK);    // one file
+    EXPECT_TRUE(enabled(&d, 7011));
+    EXPECT_FALSE(enabled(&d, 7012));
+}
+
+TEST_F(Dialogs, PixelInputAndAboutTexts) {
+    gui::PixelInputDialog pixel;
+    EXPECT_EQ(pixel.windowTitle(), "Pixel Input");
+    EXPECT_FALSE(pixel.isModal());
+    QStringList texts;
+    for (auto* l : pixel.findChildren<QLabel*>()) texts << l->text();
+    EXPECT_TRUE(texts.contains("Use Left Button to click on the desired points in input volume."));
+    EXPECT_TRUE(texts.contains("Click OK when you are done."));
+    EXPECT_EQ(gui::AboutDialog().windowTitle(), "About");
+}
+
+}  // namespace
+}  // namespace t3d

@@ -1,0 +1,51 @@
+// A frame window with a scripted user interface and a fresh volume table.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "gui/main_window.h"
+#include "app/services.h"
+#include "app/tools/seeds.h"
+#include "app/tools/tools.h"
+#include "app/state.h"
+#include "scripted_ui.h"
+#include "view/frame_display.h"
+
+namespace t3d {
+
+// Sets voxel (z, y, x) of UC channel c to f(z, y, x).
+template <class F> void fill(Volume* v, F f, int c = 0) {
+    for (int z = 0; z < v->Z; ++z)
+        for (int y = 0; y < v->Y; ++y)
+            for (int x = 0; x < v->X; ++x) v->data[c].uc[z][y][x] = static_cast<unsigned char>(f(z, y, x));
+}
+
+class AppTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        app::set_ui(&ui);
+        window = std::make_unique<gui::MainWindow>();
+        ASSERT_TRUE(app::initialise_application());
+    }
+    void TearDown() override {
+        window.reset();  // destroys every volume
+        app::set_ui(nullptr);
+    }
+
+    // A new zeroed volume in the first free slot.
+    Volume* make(int Z, int Y, int X, int type = 1, int colortype = 1) {
+        Volume* v = nullptr;
+        EXPECT_EQ(CreateVolumeEx(type, colortype, Z, Y, X, 0, &v), 0);
+        return v;
+    }
+    int slot(Volume* v) { return GetVolumeIndex(v); }
+    int windows(const Volume* v) { return static_cast<int>(window->displays(v).size()); }
+    void run(int id) { window->run_command(id); }
+
+    ScriptedUi ui;
+    std::unique_ptr<gui::MainWindow> window;
+};
+
+}  // namespace t3d

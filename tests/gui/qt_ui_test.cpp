@@ -1,0 +1,87 @@
+// The workstation's own user interface: real message boxes and dialogs, answered by a timer.
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDir>
+#include <QListWidget>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
+#include <functional>
+
+#include "gui/qt_ui.h"
+#include "fixture.h"
+
+namespace t3d {
+namespace {
+
+using QtUiTest = AppTest;
+
+// Runs answer on the first dialog that shows up (polled, as the dialog opens inside the call).
+void when_shown(std::function<void(QWidget*)> answer) {
+    auto* timer = new QTimer;
+    QObject::connect(timer, &QTimer::timeout, [timer, answer] {
+        for (QWidget* w : QApplication::topLevelWidgets()) {
+            if (!w->isVisible() || !qobject_cast<QDialog*>(w)) continue;
+            timer->stop();
+            timer->deleteLater();
+            if (!qEnvironmentVariableIsEmpty("V3D_SCREENSHOT_DIR"))
+                w->grab().save(QDir(qEnvironmentVariable("V3D_SCREENSHOT_DIR"))
+                                   .filePath((w->objectName().isEmpty() ? w->windowTitle().left(12)
+                                                                        : w->objectName()) + ".png"));
+            answer(w);
+            return;
+        }
+    });
+    timer->start(10);
+}
+
+struct Box {
+    QString title, text;
+    QMessageBox::Icon icon = QMessageBox::NoIcon;
+};
+
+Box read_and_press(QWidget* w, QMessageBox::StandardButton button) {
+    auto* box = qobject_cast<QMessageBox*>(w);
+    EXPECT_NE(box, nullptr);
+    if (!box) return {};
+    Box b{box->windowTitle(), box->text(), box->icon()};
+    if (QAbstractButton* chosen = box->button(button))
+        chosen->click();
+    else
+        box->done(0);
+    return b;
+}
+
+TEST_F(QtUiTest, MessageBoxesCarryTheirCaptionIconAndText) {
+    gui::QtUi qt(window.get());
+    app::set_ui(&qt);
+    Box seen;
+    when_shown([&](QWidget* w) { seen = read_and_press(w, QMessageBox::Ok); });
+    error_handler(-530);
+    EXPECT_EQ(seen.title, "VEXILO3D for Windows");
+    EXPECT_EQ(seen.text, "Cannot allocate internal volume");
+    EXPECT_EQ(seen.icon, QMessageBox::Critical);
+
+    when_shown([&](QWidget* w) { seen = read_and_press(w, QMessageBox::No); });
+    EXPECT_EQ(VerifyVolumeReallocation(nullptr), 0);
+    EXPECT_EQ(seen.text, "Output Volume is not appropriate\nand will be reallocated. Continue?");
+    EXPECT_EQ(seen.icon, QMessageBox::Question);
+    when_shown([&](QWidget* w) { seen = read_and_press(w, QMessageBox::Yes); });
+    EXPECT_TRUE(app::ConfirmInputModification());
+
+    Volume* v = make(3, 3, 3);
+    v->data[0].uc[1][1][1] = 255;
+    when_shown([&seen](QWidget* w) {                  // the input dialog: pick slot 0, OK
+        w->findChild<QListWidget*>("604")->setCurrentRow(0);
+        w->findChild<QPushButton*>("1")->click();
+        when_shown([&](QWidget* box) { seen = read_and_press(box, QMessageBox::Ok); });
+    });
+    window->run_command(1221);
+    EXPECT_EQ(seen.title, "VEXILO 3.4  for Windows");
+    EXPECT_EQ(seen.text, "Volume (nonzero points) = 1");
+    EXPECT_EQ(seen.icon, QMessageBox::Information);
+    app::set_ui(&ui);
+}
+
+}  // namespace
+}  // namespace t3d
