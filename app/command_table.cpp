@@ -101,7 +101,7 @@ bool ask_values(const ValueSpec& v, CommandContext& c) {
         int i = 0;
         float f = 0.f;
         if (v.real ? !parse_float(t, f) : !parse_int(t, i)) {
-            error_handler(-90);
+            error_handler(V3D_ERR_INVALID_PARAMS);
             return false;
         }
         c.ints.push_back(i);
@@ -139,12 +139,12 @@ bool select_output(int caption, const Volume* in, bool in_place, int Z, int Y, i
                    int color, bool exact, Volume*& out, bool& created,
                    const Volume* first_out = nullptr, bool as_chosen = false) {
     Selection so;
-    if (!select_volume(SelectKind::Output, 7, 3, caption, res::kSelectOutput, so, Z, Y, X))
+    if (!select_volume(SelectKind::Output, V3D_TYPE_ANY, V3D_COLOR_ANY, caption, res::kSelectOutput, so, Z, Y, X))
         return false;
     out = so.vol ? so.vol : GetVolumeByIndex(so.slot);
     if (!out) return false;
     if ((out == in && !in_place) || (first_out && out == first_out)) {
-        error_handler(-525);
+        error_handler(V3D_ERR_SAME_VOLUME);
         return false;
     }
     WaitCursor wait;
@@ -153,7 +153,7 @@ bool select_output(int caption, const Volume* in, bool in_place, int Z, int Y, i
         if (out->type) Z = out->Z, Y = out->Y, X = out->X;
         else Z = so.Z, Y = so.Y, X = so.X;
     }
-    if (out->type == 0) {
+    if (out->type == V3D_TYPE_NONE) {
         InitializeVolume(out, Z, Y, X, type, color);
         if (const int status = CreateVolume(out)) {
             error_handler(status);
@@ -178,7 +178,7 @@ int further_output(CommandContext& c, int caption, int type, int Z, int Y, int X
 
 int prepare_seeds(CommandContext& c) {
     Volume* out = c.out;
-    const int channels = out->colortype == 1 ? 1 : 3;
+    const int channels = out->colortype == V3D_COLOR_GREY ? 1 : 3;
     const int z1 = out->z1, z2 = out->z2, y1 = out->y1, y2 = out->y2, x1 = out->x1, x2 = out->x2;
     fill_in_VOI(out, 0, out->Z, 0, out->Y, 0, out->X);
     const float zeros[3] = {0.f, 0.f, 0.f};
@@ -192,7 +192,7 @@ int prepare_seeds(CommandContext& c) {
         ui().pixel_input(c.in);
     }
     for (const Seed& s : collector.seeds())
-        if (out->type == 1 && s.z < out->Z && s.y < out->Y && s.x < out->X)
+        if (out->type == V3D_TYPE_UC && s.z < out->Z && s.y < out->Y && s.x < out->X)
             for (int ch = 0; ch < channels; ++ch) out->data[ch].uc[s.z][s.y][s.x] = 255;
     return 0;
 }

@@ -27,7 +27,7 @@ std::vector<std::string> volume_list(int typemask, int colormask, int flag, int&
 std::vector<std::string> free_slot_list() {
     std::vector<std::string> entries;
     for (int i = 0; i < 100; ++i)
-        if (const Volume* v = GetVolumeByIndex(i); v && v->type == 0)
+        if (const Volume* v = GetVolumeByIndex(i); v && v->type == V3D_TYPE_NONE)
             entries.push_back(std::to_string(i));
     return entries;
 }
@@ -35,16 +35,16 @@ std::vector<std::string> free_slot_list() {
 bool is_new_entry(const std::string& entry) { return !entry.empty() && entry[0] == 'N'; }
 int slot_of_entry(const std::string& entry) { return int_of_text(entry); }
 
-const char* type_text(int type) { return type == 2 ? "F" : type == 4 ? "I" : "UC"; }
-const char* color_text(int colortype) { return colortype == 1 ? "1 Channel" : "3 Channels"; }
+const char* type_text(int type) { return type == V3D_TYPE_F ? "F" : type == V3D_TYPE_I ? "I" : "UC"; }
+const char* color_text(int colortype) { return colortype == V3D_COLOR_GREY ? "1 Channel" : "3 Channels"; }
 
 int type_of_text(const std::string& text) {
     const char t = text.empty() ? '\0' : text[0];
-    return t == 'F' ? 2 : t == 'I' ? 4 : 1;
+    return t == 'F' ? V3D_TYPE_F : t == 'I' ? V3D_TYPE_I : V3D_TYPE_UC;
 }
 
 int colortype_of_text(const std::string& text) {
-    return !text.empty() && text[0] == '3' ? 2 : 1;
+    return !text.empty() && text[0] == '3' ? V3D_COLOR_RGB : V3D_COLOR_GREY;
 }
 
 int int_of_text(const std::string& text) {

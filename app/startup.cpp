@@ -76,7 +76,7 @@ int open_files(const CommandLine& line) {
     int opened = 0;
     for (const std::string& file : line.files) {
         Volume* vol = nullptr;
-        const int type = line.type == 1 ? 65535 : line.type;  // the edition limit applies
+        const int type = line.type == V3D_TYPE_UC ? V3D_TYPE_UC_FROM_FILE : line.type;
         int status = CreateVolumeEx(type, line.colortype, line.Z, line.Y, line.X, 0, &vol);
         if (status == 0) {
             status = ReadVolume(vol, file.c_str(), line.skip, line.Z, line.Y, line.X);

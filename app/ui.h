@@ -113,9 +113,3 @@ public:
 
 }  // namespace app
 
-// TEMPORARY until the public names land from the library branch
-#ifndef V3D_TYPE_ANY
-enum { V3D_TYPE_NONE = 0, V3D_TYPE_UC = 1, V3D_TYPE_F = 2, V3D_TYPE_I = 4, V3D_TYPE_ANY = 7 };
-enum { V3D_COLOR_GREY = 1, V3D_COLOR_RGB = 2, V3D_COLOR_ANY = 3 };
-enum { V3D_ERR_INVALID_PARAMS = -90 };
-#endif

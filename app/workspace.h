@@ -10,6 +10,9 @@
 
 namespace app {
 
+// Frame display modes: the black-and-white display (1300), the colour display (1307), 1308.
+enum DisplayMode : int { kPlainDisplay = 0, kColour = 1, kBlackAndWhite = 2 };
+
 class Workspace {
 public:
     virtual ~Workspace() = default;

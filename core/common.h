@@ -24,8 +24,8 @@
 namespace v3d {
 
 // data type and colour type codes and masks
-enum : int { kUC = 1, kF = 2, kI = 4, kAnyType = 7 };
-enum : int { kGrey = 1, kRGB = 2, kAnyColor = 3 };
+enum : int { kUC = V3D_TYPE_UC, kF = V3D_TYPE_F, kI = V3D_TYPE_I, kAnyType = V3D_TYPE_ANY };
+enum : int { kGrey = V3D_COLOR_GREY, kRGB = V3D_COLOR_RGB, kAnyColor = V3D_COLOR_ANY };
 
 inline int channels(const Volume* v) { return v->colortype == 1 ? 1 : 3; }
 

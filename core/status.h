@@ -2,60 +2,58 @@
 // the string table (GetStatusText); 0 is success.
 #pragma once
 
+#include "vexilo3d_status.h"
+
 namespace v3d {
 
 enum Status : int {
-    kOk = 0,
-
-    // shared two-dimensional image library codes, returned negated
-    kNullImage = -1,               // "NULL image/matrix pointer"
-    kNullVector = -2,              // "NULL vector, window pointer"
-    kNullBasicPointer = -4,        // "NULL basic type pointer"
-    kNoBuffer = -9,                // "Cannot allocate internal buffer"
-    kNoBuffer2 = -10,              // same text
-    kWorkingArea = -21,            // "Invalid working area parameters"
-    kSourceTooLarge = -22,         // "Entire source buffer cannot be stored on destination buffer"
-    kInvalidWindow = -24,          // "Invalid window size"
-    kOrderStatistic = -25,         // "Invalid order statistic parameter"
-    kJpegRead = -29,               // "Error in reading JPEG file"
-    kTgaRead = -30,                // "Error in reading TGA file"
-    kBmpRead = -31,                // "Error in reading BMP files"
-    kGifRead = -32,                // "Error in reading GIF files"
-    kNotPowerOf2 = -33,            // "Given size is not a power of 2"
-    kNotSquare = -34,              // "Image or matrix is not square"
-    kSameBuffer = -36,             // "Destination buffer is identical to source buffer"
-    kInvalidAngle = -70,           // "Invalid angle"
-    kInvalidNoise = -80,           // "Invalid noise parameter"
-    kInvalidParams = -90,          // "Invalid parameters"
-    kNoSuccessors = -91,           // "current pixel has no successors"
-    kTooManyRegions = -92,         // "Maximum number of regions has been exceeded"
-    kStackEmpty = -98,             // "stack is empty"
-    kStackNotEmpty = -99,          // "stack is not empty originally"
-    kNullData = -5,                // no message: a volume without voxel storage
-
-    // volume and file codes
-    kNullVolume = -501,            // "NULL Volume pointer"
-    kWrongType = -502,             // "Wrong data type in volume"
-    kWrongColor = -503,            // "Wrong color type in volume"
-    kNullSequence = -504,          // "NULL image/matrix/imatrix sequence"
-    kInvalidVoi = -510,            // "Invalid VOI definitions"
-    kBadOutputDims = -520,         // "Invalid output volume dimensions"
-    kBadInputDims = -521,          // "Invalid input volume dimensions"
-    kBadOutputType = -522,         // "Invalid output volume data type"
-    kBadOutputColor = -523,        // "Invalid output volume colortype"
-    kBadWeights = -524,            // "Invalid weights volume"
-    kSameVolume = -525,            // "Same input/output volume"
-    kNoVolume = -530,              // "Cannot allocate internal volume"
-    kVoiNotPowerOf2 = -533,        // "Given VOI dimensions are not power of 2"
-    kVoiNotCubic = -534,           // "Input VOI is not cubic"
-    kNotBinary = -535,             // "Volume is not binary"
-    kBadDestination = -536,        // "Invalid destination coordinates"
-    kFopen = -600,                 // "fopen error"
-    kFread = -601,                 // "fread error"
-    kFwrite = -602,                // "fwrite error"
-    kTiff = -1000,                 // "Error in TIFF"
-    kTiffSequence = -1001,         // "TIFF Image Sequence inconsistency"
-    kBadSeeds = -990,              // "Seeds not correctly specified"
+    kOk = V3D_OK,
+    kNullImage = V3D_ERR_NULL_IMAGE,
+    kNullVector = V3D_ERR_NULL_VECTOR,
+    kNullBasicPointer = V3D_ERR_NULL_BASIC_POINTER,
+    kNoBuffer = V3D_ERR_NO_BUFFER,
+    kNoBuffer2 = V3D_ERR_NO_BUFFER2,
+    kWorkingArea = V3D_ERR_WORKING_AREA,
+    kSourceTooLarge = V3D_ERR_SOURCE_TOO_LARGE,
+    kInvalidWindow = V3D_ERR_INVALID_WINDOW,
+    kOrderStatistic = V3D_ERR_ORDER_STATISTIC,
+    kJpegRead = V3D_ERR_JPEG_READ,
+    kTgaRead = V3D_ERR_TGA_READ,
+    kBmpRead = V3D_ERR_BMP_READ,
+    kGifRead = V3D_ERR_GIF_READ,
+    kNotPowerOf2 = V3D_ERR_NOT_POWER_OF_2,
+    kNotSquare = V3D_ERR_NOT_SQUARE,
+    kSameBuffer = V3D_ERR_SAME_BUFFER,
+    kInvalidAngle = V3D_ERR_INVALID_ANGLE,
+    kInvalidNoise = V3D_ERR_INVALID_NOISE,
+    kInvalidParams = V3D_ERR_INVALID_PARAMS,
+    kNoSuccessors = V3D_ERR_NO_SUCCESSORS,
+    kTooManyRegions = V3D_ERR_TOO_MANY_REGIONS,
+    kStackEmpty = V3D_ERR_STACK_EMPTY,
+    kStackNotEmpty = V3D_ERR_STACK_NOT_EMPTY,
+    kNullData = V3D_ERR_NULL_DATA,
+    kNullVolume = V3D_ERR_NULL_VOLUME,
+    kWrongType = V3D_ERR_WRONG_TYPE,
+    kWrongColor = V3D_ERR_WRONG_COLOR,
+    kNullSequence = V3D_ERR_NULL_SEQUENCE,
+    kInvalidVoi = V3D_ERR_INVALID_VOI,
+    kBadOutputDims = V3D_ERR_BAD_OUTPUT_DIMS,
+    kBadInputDims = V3D_ERR_BAD_INPUT_DIMS,
+    kBadOutputType = V3D_ERR_BAD_OUTPUT_TYPE,
+    kBadOutputColor = V3D_ERR_BAD_OUTPUT_COLOR,
+    kBadWeights = V3D_ERR_BAD_WEIGHTS,
+    kSameVolume = V3D_ERR_SAME_VOLUME,
+    kNoVolume = V3D_ERR_NO_VOLUME,
+    kVoiNotPowerOf2 = V3D_ERR_VOI_NOT_POWER_OF_2,
+    kVoiNotCubic = V3D_ERR_VOI_NOT_CUBIC,
+    kNotBinary = V3D_ERR_NOT_BINARY,
+    kBadDestination = V3D_ERR_BAD_DESTINATION,
+    kFopen = V3D_ERR_FOPEN,
+    kFread = V3D_ERR_FREAD,
+    kFwrite = V3D_ERR_FWRITE,
+    kTiff = V3D_ERR_TIFF,
+    kTiffSequence = V3D_ERR_TIFF_SEQUENCE,
+    kBadSeeds = V3D_ERR_BAD_SEEDS,
 };
 
 // Application message ids, passed positive to the message box.

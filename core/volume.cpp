@@ -285,7 +285,7 @@ int CreateVolumeEx(int type, int colortype, int Z, int Y, int X, int reserved, V
     (void)reserved;
     const int index = GetNewVolumeIndex();
     if (index < 0) return kMsgTableFull;
-    if (type == 65535) {
+    if (type == V3D_TYPE_UC_FROM_FILE) {
         if (restricted_request_refused(Z, Y, X)) return -1;
         type = kUC;
     }

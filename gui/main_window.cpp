@@ -163,7 +163,8 @@ bool MainWindow::display(Volume* vol, bool open_if_missing) {
     for (auto* d : shown) d->refresh();
     // projection windows of vol are recomputed here once they exist
     if (!shown.isEmpty() || !open_if_missing) return true;
-    return open_display(vol->colortype == 1 ? 2 : 1, vol, 0.0, 0, vol->Z - 1, 0);
+    return open_display(vol->colortype == V3D_COLOR_GREY ? app::kBlackAndWhite : app::kColour, vol,
+                        0.0, 0, vol->Z - 1, 0);
 }
 
 void MainWindow::release(Volume* vol) {

@@ -4,6 +4,7 @@
 #define VEXILO3D_H
 
 #include "vexilo3d_types.h"
+#include "vexilo3d_status.h"
 #include "vexilo3d_core.h"
 #include "vexilo3d_io.h"
 #include "vexilo3d_imageio.h"

@@ -26,11 +26,12 @@ V3D_API void    ReleaseVolumeTable(void);       /* destroys every volume, frees 
 V3D_API Volume *GetVolumeByIndex(int index);    /* NULL outside 0..99 or before allocation */
 V3D_API int     GetNewVolumeIndex(void);
 V3D_API int     GetVolumeIndex(Volume *vol);
-/* Type 65535 is a request of the restricted edition. In a build with the restricted edition
-   enabled (VEXILO3D_RESTRICTED_EDITION) such a volume may hold at most
-   VEXILO3D_RESTRICTED_MAX_VOXELS voxels (Z*Y*X, default 256*256*256); a larger request shows
-   message 7003 through the message hook and returns -1 with out untouched. Otherwise 65535
-   proceeds as UC. */
+/* Type V3D_TYPE_UC_FROM_FILE (65535) is a request of the restricted edition: a UC volume made
+   for a file. In a build with the restricted edition enabled (VEXILO3D_RESTRICTED_EDITION) such
+   a volume may hold at most VEXILO3D_RESTRICTED_MAX_VOXELS voxels (Z*Y*X, default 256*256*256);
+   a larger request shows message 7003 through the message hook and returns -1 with out
+   untouched. Otherwise it proceeds as UC. */
+enum { V3D_TYPE_UC_FROM_FILE = 65535 };
 V3D_API int     CreateVolumeEx(int type, int colortype, int Z, int Y, int X, int reserved,
                                Volume **out);
 

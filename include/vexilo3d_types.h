@@ -16,9 +16,21 @@ extern "C" {
 #  define V3D_API __attribute__((visibility("default")))
 #endif
 
-/* data type codes (bit values, callers pass masks) */
-/* 1 = UC (unsigned char), 2 = F (float), 4 = I (int), 0 = empty; any = 7 */
-/* colour type codes: 1 = one channel, 2 = three channels (RGB); any = 3 */
+/* data type codes: bit values, so that callers pass masks of acceptable types */
+enum {
+    V3D_TYPE_NONE = 0,  /* a free table slot, a destroyed or failed record */
+    V3D_TYPE_UC = 1,    /* unsigned 8-bit */
+    V3D_TYPE_F = 2,     /* 32-bit float */
+    V3D_TYPE_I = 4,     /* 32-bit signed int */
+    V3D_TYPE_ANY = 7
+};
+
+/* colour type codes, bit values as well */
+enum {
+    V3D_COLOR_GREY = 1, /* one channel */
+    V3D_COLOR_RGB = 2,  /* three channels */
+    V3D_COLOR_ANY = 3
+};
 
 typedef union VolumeData {      /* one channel's storage, addressed [z][y][x] */
     unsigned char ***uc;        /* type 1 */

@@ -11,36 +11,36 @@ const ValueSpec kHough = {res::kHoughDims, {res::kXDim, res::kYDim, res::kZDim, 
 
 // The accumulator is an I volume of the dimensions asked (X, Y, Z), the operation's own.
 int hough_op(CommandContext& c) {
-    if (c.ival(0) < 1 || c.ival(1) < 1 || c.ival(2) < 1) return -90;
+    if (c.ival(0) < 1 || c.ival(1) < 1 || c.ival(2) < 1) return V3D_ERR_INVALID_PARAMS;
     ScratchVolume acc;
-    if (const int status = acc.create(c.ival(2), c.ival(1), c.ival(0), 4)) return status;
+    if (const int status = acc.create(c.ival(2), c.ival(1), c.ival(0), V3D_TYPE_I)) return status;
     return Hough_3D(c.in, c.out, acc.get(), c.ival(3));
 }
 }  // namespace
 
 void add_edge_commands(std::vector<CommandSpec>& rows) {
-    rows.push_back({.id = cmd::kRange, .text = "&Range", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kRange, .text = "&Range", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .in_caption = res::kInRange, .out_caption = res::kOutRange,
                     .values = kWindow, .out_type = kSameType, .op = window_op<range_3d>});
-    rows.push_back({.id = cmd::kCompass, .text = "&Compass", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kCompass, .text = "&Compass", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .in_caption = res::kInCompass, .out_caption = res::kOutCompass,
                     .values = kDirections, .out_type = kSameType, .op = int2_op<compas3d>});
-    rows.push_back({.id = cmd::kSobel, .text = "&Sobel", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kSobel, .text = "&Sobel", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .in_caption = res::kInSobel, .out_caption = res::kOutSobel,
                     .out_type = kSameType, .op = unary_op<Sobel_3D>});
-    rows.push_back({.id = cmd::kLaplace, .text = "&Laplace", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kLaplace, .text = "&Laplace", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .in_caption = res::kInLaplace, .out_caption = res::kOutLaplace,
                     .out_type = kSameType, .op = unary_op<laplace_3d>});
     // an internal I volume of the given dimensions holds the accumulator
-    rows.push_back({.id = cmd::kHough, .text = "&Hough", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kHough, .text = "&Hough", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .in_caption = res::kSelectVolume, .values = kHough, .out_type = kSameType,
                     .op = hough_op});
     // contour following in two linked display windows (a toggle)
-    rows.push_back({.id = cmd::kBwContourFollowing, .text = "B&W Contour Following", .typemask = 1, .colormask = 3,
+    rows.push_back({.id = cmd::kBwContourFollowing, .text = "B&W Contour Following", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .in_caption = res::kEdgeFollowIn, .out_caption = res::kEdgeFollowOut,
                     .after = After::Nothing});  // edge_follow_3d
-    rows.push_back({.id = cmd::kColorContourFollowing, .text = "&Color Contour Following", .typemask = 1,
-                    .colormask = 3, .in_caption = res::kEdgeFollowIn,
+    rows.push_back({.id = cmd::kColorContourFollowing, .text = "&Color Contour Following", .typemask = V3D_TYPE_UC,
+                    .colormask = V3D_COLOR_ANY, .in_caption = res::kEdgeFollowIn,
                     .out_caption = res::kEdgeFollowOut, .after = After::Nothing});
 }
 

@@ -66,7 +66,7 @@ void open_volume(const CommandSpec&) {
         if (fit == kDeclined || fit == kReallocFailed) return;
     } else {
         // a new volume from a file is subject to the restricted edition's size limit
-        const int type = info.type == 1 ? 65535 : info.type;
+        const int type = info.type == V3D_TYPE_UC ? V3D_TYPE_UC_FROM_FILE : info.type;
         const int status = CreateVolumeEx(type, info.colortype, info.Z, info.Y, info.X, 0, &vol);
         if (status) {
             if (status != -1) error_handler(status);
@@ -89,7 +89,7 @@ void open_volume(const CommandSpec&) {
 
 void dump_volume(const CommandSpec&) {
     Volume* vol = nullptr;
-    if (!GetInputVolume(7, 3, res::text(res::kSelectInput), &vol) || !vol) return;
+    if (!GetInputVolume(V3D_TYPE_ANY, V3D_COLOR_ANY, res::text(res::kSelectInput), &vol) || !vol) return;
     const std::string file =
         ui().pick_save_file(res::text(res::kDumpVolume), std::string(res::text(res::kAllFiles)) + " (*)");
     if (file.empty()) return;
@@ -109,7 +109,7 @@ void add_file_commands(std::vector<CommandSpec>& rows) {
     rows.push_back({.id = cmd::kOpen, .text = "&Open", .after = After::Nothing, .custom = open_volume});
     // the volume-saving routine comes from the save module
     rows.push_back({.id = cmd::kSave, .text = "&Save", .after = After::Nothing});
-    rows.push_back({.id = cmd::kDumpVolume, .text = "&Dump Volume", .typemask = 7, .colormask = 3,
+    rows.push_back({.id = cmd::kDumpVolume, .text = "&Dump Volume", .typemask = V3D_TYPE_ANY, .colormask = V3D_COLOR_ANY,
                     .after = After::Nothing, .custom = dump_volume});
     rows.push_back({.id = cmd::kExit, .text = "E&xit", .after = After::Nothing, .custom = exit_program});
     rows.push_back({.id = cmd::kAbout, .text = "&About ...", .after = After::Nothing, .custom = about});

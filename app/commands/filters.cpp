@@ -39,17 +39,17 @@ int weighted_median_op(CommandContext& c) {
     if (source.choice == 0) {
         const int slot = GetNewVolumeIndex();
         weights = GetVolumeByIndex(slot);
-        if (!weights) return -530;
-        if (const int status = LoadCoefficientVolume3d(nullptr, 1, weights))
-            return coefficient_failure(status, 1);
+        if (!weights) return V3D_ERR_NO_VOLUME;
+        if (const int status = LoadCoefficientVolume3d(nullptr, V3D_TYPE_UC, weights))
+            return coefficient_failure(status, V3D_TYPE_UC);
         std::snprintf(weights->name, sizeof weights->name, "%s", V3D_WEIGHTS_FILE);
         ui().show_message(res::format(res::kCoefficientsLoaded, V3D_WEIGHTS_FILE, slot),
                           res::text(res::kCaption), Icon::Information);
     } else {
         SelectRequest r;
         r.kind = SelectKind::Other;
-        r.typemask = 1;
-        r.colormask = 1;
+        r.typemask = V3D_TYPE_UC;
+        r.colormask = V3D_COLOR_GREY;
         r.caption = res::text(res::kWeightsVolume);
         Selection s;
         if (!ui().select(r, s) || !s.vol) return kReported;
@@ -62,8 +62,8 @@ int weighted_median_op(CommandContext& c) {
 int l_filter_op(CommandContext& c) {
     ScratchVolume file;
     Volume* coef = file.get();
-    if (const int status = LoadCoefficientVolume3d(nullptr, 2, coef))
-        return coefficient_failure(status, 2);
+    if (const int status = LoadCoefficientVolume3d(nullptr, V3D_TYPE_F, coef))
+        return coefficient_failure(status, V3D_TYPE_F);
     std::vector<float> weights;
     weights.reserve(static_cast<size_t>(coef->Z) * coef->Y * coef->X);
     for (int z = 0; z < coef->Z; ++z)
@@ -82,43 +82,43 @@ int histogram_op(CommandContext& c) {
     const int title = Cumulative ? res::kHistogramCdf : res::kHistogramPdf;
     if (!workspace() ||
         !workspace()->open_plot(res::format(title, GetVolumeIndex(c.in)), Cumulative ? cdf : pdf))
-        return 723;
+        return res::kCannotCreateWindow;
     return 0;
 }
 
 }  // namespace
 
 void add_filter_commands(std::vector<CommandSpec>& rows) {
-    rows.push_back({.id = cmd::kHistogramEqualization, .text = "&Histogram Equalization", .typemask = 1, .colormask = 3,
+    rows.push_back({.id = cmd::kHistogramEqualization, .text = "&Histogram Equalization", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .out_type = kSameType, .op = unary_op<HistogramEqual3d>});
-    rows.push_back({.id = cmd::kMovingAverage, .text = "Moving A&verage Filter", .typemask = 1, .colormask = 3,
+    rows.push_back({.id = cmd::kMovingAverage, .text = "Moving A&verage Filter", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .in_caption = res::kInMovAve, .out_caption = res::kOutMovAve,
                     .values = kWindow, .out_type = kSameType, .op = window_op<mov_ave3>});
-    rows.push_back({.id = cmd::kStandardMedian, .text = "&Standard Median", .typemask = 1, .colormask = 3,
+    rows.push_back({.id = cmd::kStandardMedian, .text = "&Standard Median", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .in_caption = res::kInMedian, .out_caption = res::kOutMedian,
                     .values = kWindow, .out_type = kSameType, .op = window_op<median3>});
-    rows.push_back({.id = cmd::kRunningMedian, .text = "&Running Median", .typemask = 1, .colormask = 3,
+    rows.push_back({.id = cmd::kRunningMedian, .text = "&Running Median", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .in_caption = res::kInRunMedian, .out_caption = res::kOutRunMedian,
                     .values = kWindow, .out_type = kSameType, .op = window_op<run_median3>});
-    rows.push_back({.id = cmd::kMultistageMedian, .text = "&Multistage Median", .typemask = 1, .colormask = 3,
+    rows.push_back({.id = cmd::kMultistageMedian, .text = "&Multistage Median", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .in_caption = res::kInMultistage, .out_caption = res::kOutMultistage,
                     .values = kCubic, .out_type = kSameType, .op = int_op<multistage_median3>});
-    rows.push_back({.id = cmd::kWeightedMedian, .text = "&Weighted Median", .typemask = 1, .colormask = 3,
+    rows.push_back({.id = cmd::kWeightedMedian, .text = "&Weighted Median", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .in_caption = res::kInWeighted, .out_caption = res::kOutWeighted,
                     .out_type = kSameType, .op = weighted_median_op});
-    rows.push_back({.id = cmd::kMinFilter, .text = "Mi&n Filter", .typemask = 1, .colormask = 3,
+    rows.push_back({.id = cmd::kMinFilter, .text = "Mi&n Filter", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .in_caption = res::kInRunMin, .out_caption = res::kOutRunMin,
                     .values = kWindow, .out_type = kSameType, .op = window_op<run_min3>});
-    rows.push_back({.id = cmd::kMaxFilter, .text = "Ma&x Filter", .typemask = 1, .colormask = 3,
+    rows.push_back({.id = cmd::kMaxFilter, .text = "Ma&x Filter", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .in_caption = res::kInRunMax, .out_caption = res::kOutRunMax,
                     .values = kWindow, .out_type = kSameType, .op = window_op<run_max3>});
-    rows.push_back({.id = cmd::kLFilter, .text = "L-Filter", .typemask = 1, .colormask = 3,
+    rows.push_back({.id = cmd::kLFilter, .text = "L-Filter", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .out_type = kSameType, .in_place = false, .op = l_filter_op});
-    rows.push_back({.id = cmd::kLocallyAdaptive, .text = "&Locally Adaptive Filter", .typemask = 1, .colormask = 3,
+    rows.push_back({.id = cmd::kLocallyAdaptive, .text = "&Locally Adaptive Filter", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .values = kWindowNoise, .out_type = kSameType, .op = local_adapt_op});
-    rows.push_back({.id = cmd::kHistogramPdf, .text = "Histogram (&pdf)", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kHistogramPdf, .text = "Histogram (&pdf)", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .op = histogram_op<false>, .after = After::Nothing});
-    rows.push_back({.id = cmd::kHistogramCdf, .text = "Histogram (&cdf)", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kHistogramCdf, .text = "Histogram (&cdf)", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .op = histogram_op<true>, .after = After::Nothing});
 }
 

@@ -32,20 +32,20 @@ int bounding_box_op(CommandContext& c) {
 }  // namespace
 
 void add_logic_commands(std::vector<CommandSpec>& rows) {
-    const VolumeSpec second = {1, 1, res::kSelectVolume};
-    rows.push_back({.id = cmd::kLogicalAnd, .text = "Logical &AND", .typemask = 1, .colormask = 1,
+    const VolumeSpec second = {V3D_TYPE_UC, V3D_COLOR_GREY, res::kSelectVolume};
+    rows.push_back({.id = cmd::kLogicalAnd, .text = "Logical &AND", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .second = second, .out_type = kSameType, .op = binary_op<and3d>});
-    rows.push_back({.id = cmd::kLogicalOr, .text = "Logical &OR", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kLogicalOr, .text = "Logical &OR", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .second = second, .out_type = kSameType, .op = binary_op<or3d>});
-    rows.push_back({.id = cmd::kLogicalXor, .text = "Logical &XOR", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kLogicalXor, .text = "Logical &XOR", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .second = second, .out_type = kSameType, .op = binary_op<xor3d>});
-    rows.push_back({.id = cmd::kSurface, .text = "&Surface", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kSurface, .text = "&Surface", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .op = surface_op, .after = After::Message,
                     .message_caption = res::kMetricsCaption, .message_icon = Icon::Information});
-    rows.push_back({.id = cmd::kVolume, .text = "&Volume", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kVolume, .text = "&Volume", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .op = volume_op, .after = After::Message,
                     .message_caption = res::kMetricsCaption, .message_icon = Icon::Information});
-    rows.push_back({.id = cmd::kBoundingBox, .text = "&Bounding Box", .typemask = 1, .colormask = 3,
+    rows.push_back({.id = cmd::kBoundingBox, .text = "&Bounding Box", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .op = bounding_box_op, .after = After::Message,
                     .message_caption = res::kMetricsCaption, .message_icon = Icon::Information});
 }

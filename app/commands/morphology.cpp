@@ -6,7 +6,7 @@
 namespace app {
 
 void add_morphology_commands(std::vector<CommandSpec>& rows) {
-    const VolumeSpec se = {1, 1, res::kStructuringElement};
+    const VolumeSpec se = {V3D_TYPE_UC, V3D_COLOR_GREY, res::kStructuringElement};
     const struct {
         int id;
         const char* text;
@@ -18,7 +18,7 @@ void add_morphology_commands(std::vector<CommandSpec>& rows) {
                  {cmd::kOpening, "&Opening", se_op<bopening3d>},
                  {cmd::kClosing, "&Closing", se_op<bclosing3d>}};
     for (const auto& r : kRows)
-        rows.push_back({.id = r.id, .text = r.text, .typemask = 1, .colormask = 1, .second = se,
+        rows.push_back({.id = r.id, .text = r.text, .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY, .second = se,
                         .out_type = kSameType, .in_place = false, .op = r.op});
 }
 

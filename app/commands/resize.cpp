@@ -37,7 +37,7 @@ bool ask_interpolation(CommandContext& c, int caption, int first_factor) {
     float factors[3] = {1.f, 1.f, 1.f};
     for (int i = first_factor; i < 3 && !r.check; ++i)
         if (!parse_float(r.factors[i], factors[i])) {
-            error_handler(-90);
+            error_handler(V3D_ERR_INVALID_PARAMS);
             return false;
         }
     c.ints = {r.choice, r.check ? 1 : 0};
@@ -100,24 +100,24 @@ int binary_interpolation_op(CommandContext& c) {
 }  // namespace
 
 void add_resize_commands(std::vector<CommandSpec>& rows) {
-    rows.push_back({.id = cmd::kZoom, .text = "Uniform &Zooming", .typemask = 1, .colormask = 3,
+    rows.push_back({.id = cmd::kZoom, .text = "Uniform &Zooming", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .values = {res::kZoomingFactor, {res::kZoomFactor}}, .out_type = kSameType,
                     .out_dims = times_factor, .op = factor_op<zoom3d>});
-    rows.push_back({.id = cmd::kDecimation, .text = "Uniform &Decimation", .typemask = 1, .colormask = 3,
+    rows.push_back({.id = cmd::kDecimation, .text = "Uniform &Decimation", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .values = {res::kDecimationFactor, {res::kDecimFactor}},
                     .out_type = kSameType, .out_dims = by_factor, .op = factor_op<decim3>});
-    rows.push_back({.id = cmd::kInterpolation3d, .text = "3D &Interpolation/Decimation", .typemask = 1,
-                    .colormask = 3, .options = ask_3d_interpolation, .out_type = kSameType,
+    rows.push_back({.id = cmd::kInterpolation3d, .text = "3D &Interpolation/Decimation", .typemask = V3D_TYPE_UC,
+                    .colormask = V3D_COLOR_ANY, .options = ask_3d_interpolation, .out_type = kSameType,
                     .out_dims = scaled_voi, .in_place = false, .op = interpolation_op});
-    rows.push_back({.id = cmd::kFrameInterpolation, .text = "&Frame Interpolation/Decimation", .typemask = 1,
-                    .colormask = 3, .options = ask_frame_interpolation, .out_type = kSameType,
+    rows.push_back({.id = cmd::kFrameInterpolation, .text = "&Frame Interpolation/Decimation", .typemask = V3D_TYPE_UC,
+                    .colormask = V3D_COLOR_ANY, .options = ask_frame_interpolation, .out_type = kSameType,
                     .out_dims = resampled_frames, .in_place = false,
                     .op = frame_interpolation_op});
-    rows.push_back({.id = cmd::kBinaryFrameInterpolation, .text = "&Binary Frame Interpolation", .typemask = 1,
-                    .colormask = 1, .options = ask_binary_interpolation, .out_type = kSameType,
+    rows.push_back({.id = cmd::kBinaryFrameInterpolation, .text = "&Binary Frame Interpolation", .typemask = V3D_TYPE_UC,
+                    .colormask = V3D_COLOR_GREY, .options = ask_binary_interpolation, .out_type = kSameType,
                     .out_dims = interpolated_frames, .in_place = false,
                     .op = binary_interpolation_op});
-    rows.push_back({.id = cmd::kZeroPadding, .text = "Zero Frame &Padding", .typemask = 1, .colormask = 3,
+    rows.push_back({.id = cmd::kZeroPadding, .text = "Zero Frame &Padding", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .values = {res::kPaddingFactor, {res::kPadFactor}}, .out_type = kSameType,
                     .out_dims = padded_frames, .op = factor_op<FrameZeroPadding>});
 }

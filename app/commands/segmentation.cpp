@@ -20,26 +20,26 @@ int label_op(CommandContext& c) {
 }  // namespace
 
 void add_segmentation_commands(std::vector<CommandSpec>& rows) {
-    rows.push_back({.id = cmd::kThreshold, .text = "&Threshold", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kThreshold, .text = "&Threshold", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .values = kThreshold, .out_type = kSameType, .op = int_op<threshold_3d>});
     // the output is cleared over its whole extent and "Pixel Input" gives the seed voxels
-    rows.push_back({.id = cmd::kRegionGrow, .text = "Region &Grow", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kRegionGrow, .text = "Region &Grow", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .values = kThreshold, .out_type = kSameType, .op = seeded_op<region3d_grow>});
-    rows.push_back({.id = cmd::kRegionSplit, .text = "Region &Split", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kRegionSplit, .text = "Region &Split", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .values = kThreshold, .out_type = kSameType, .op = counted_op<region3d_split, res::kNoOfRegions>,
                     .after = After::MessageAndDisplay, .message_caption = res::kCaption});
-    rows.push_back({.id = cmd::kRegionMerge, .text = "Region &Merge", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kRegionMerge, .text = "Region &Merge", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .values = kThresholdRegions, .out_type = kSameType, .op = returns_count_op<region3d_merge, res::kNumberOfRegions>,
                     .after = After::Message, .message_caption = res::kCaption});
-    rows.push_back({.id = cmd::kRegionSplitMerge, .text = "Region S&plit-Merge", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kRegionSplitMerge, .text = "Region S&plit-Merge", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .values = kThreshold, .out_type = kSameType, .op = counted_op<region3d_splitmerge, res::kNumberOfRegions>,
                     .after = After::MessageAndDisplay, .message_caption = res::kCaption});
-    rows.push_back({.id = cmd::kLabelObjects, .text = "&Label/Count objects", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kLabelObjects, .text = "&Label/Count objects", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .out_type = kSameType, .confirm_input = true, .op = label_op,
                     .after = After::DisplayBoth, .message_caption = res::kCaption});
     // the modeless "Labelled Volume View"; output created with three channels
-    rows.push_back({.id = cmd::kViewLabelled, .text = "&View Labelled Volume", .typemask = 1, .colormask = 1,
-                    .in_caption = res::kInLabelled, .out_type = 1, .out_color = 2,
+    rows.push_back({.id = cmd::kViewLabelled, .text = "&View Labelled Volume", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
+                    .in_caption = res::kInLabelled, .out_type = V3D_TYPE_UC, .out_color = V3D_COLOR_RGB,
                     .in_place = false, .after = After::Nothing});
 }
 

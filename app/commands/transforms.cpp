@@ -14,7 +14,7 @@ int scratch_of(ScratchVolume& s, const Volume* in, int type) {
 
 // The VOI of a UC volume as an F scratch volume.
 int as_float(ScratchVolume& s, Volume* in) {
-    if (const int status = scratch_of(s, in, 2)) return status;
+    if (const int status = scratch_of(s, in, V3D_TYPE_F)) return status;
     return UCVolume2FVolume(in, s.get(), 0, 0, 0);
 }
 
@@ -23,19 +23,19 @@ int as_float(ScratchVolume& s, Volume* in) {
 int fft_op(CommandContext& c) {
     Volume* im = nullptr;
     if (const int status =
-            further_output(c, res::kOutImag, 2, c.in->Z, c.in->Y, c.in->X, im))
+            further_output(c, res::kOutImag, V3D_TYPE_F, c.in->Z, c.in->Y, c.in->X, im))
         return status;
     ScratchVolume re, zero;
     if (const int status = as_float(re, c.in)) return status;
-    if (const int status = scratch_of(zero, c.in, 2)) return status;
+    if (const int status = scratch_of(zero, c.in, V3D_TYPE_F)) return status;
     return fft3d(re.get(), zero.get(), c.out, im, 0, 0, 0, 0);
 }
 
 // Inverse transform of the real and imaginary parts, truncated into UC.
 int ifft_op(CommandContext& c) {
     ScratchVolume re, im;
-    if (const int status = scratch_of(re, c.in, 2)) return status;
-    if (const int status = scratch_of(im, c.in, 2)) return status;
+    if (const int status = scratch_of(re, c.in, V3D_TYPE_F)) return status;
+    if (const int status = scratch_of(im, c.in, V3D_TYPE_F)) return status;
     if (const int status = fft3d(c.in, c.second, re.get(), im.get(), 1, 0, 0, 0)) return status;
     return FVolume2UCVolume(re.get(), c.out, 0, 0, 0);
 }
@@ -48,7 +48,7 @@ int dct_op(CommandContext& c) {
 
 int idct_op(CommandContext& c) {
     ScratchVolume f;
-    if (const int status = scratch_of(f, c.in, 2)) return status;
+    if (const int status = scratch_of(f, c.in, V3D_TYPE_F)) return status;
     if (const int status = IDCT3d(c.in, f.get(), 0, 0, 0)) return status;
     return FVolume2UCVolume(f.get(), c.out, 0, 0, 0);
 }
@@ -74,7 +74,7 @@ void full_result(const CommandContext& c, int& Z, int& Y, int& X) {
 int spectrum_op(CommandContext& c) {
     ScratchVolume re, im;
     if (const int status = as_float(re, c.in)) return status;
-    if (const int status = scratch_of(im, c.in, 2)) return status;
+    if (const int status = scratch_of(im, c.in, V3D_TYPE_F)) return status;
     if (const int status = fft3d(re.get(), im.get(), re.get(), im.get(), 0, 0, 0, 0))
         return status;
     return fft2image3d(re.get(), im.get(), c.out, 0, 0, 0);
@@ -83,7 +83,7 @@ int spectrum_op(CommandContext& c) {
 // Attenuation coefficients asked as X, Y, Z; the spectrum shown as a picture.
 int psd_op(CommandContext& c) {
     ScratchVolume psd;
-    if (const int status = scratch_of(psd, c.in, 2)) return status;
+    if (const int status = scratch_of(psd, c.in, V3D_TYPE_F)) return status;
     if (const int status = blackman_tukey_psd3d(c.in, psd.get(), c.rval(0), c.rval(1),
                                                 c.rval(2), 0, 0, 0))
         return status;
@@ -94,27 +94,27 @@ int psd_op(CommandContext& c) {
 
 void add_transform_commands(std::vector<CommandSpec>& rows) {
     // outputs "Select Output Volume (Real Part)" and "(Im. Part)", both F
-    rows.push_back({.id = cmd::kFft, .text = "&FFT", .typemask = 1, .colormask = 1,
-                    .out_caption = res::kOutReal, .out_type = 2, .in_place = false,
+    rows.push_back({.id = cmd::kFft, .text = "&FFT", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
+                    .out_caption = res::kOutReal, .out_type = V3D_TYPE_F, .in_place = false,
                     .op = fft_op, .after = After::Nothing});
-    rows.push_back({.id = cmd::kIfft, .text = "&IFFT", .typemask = 2, .colormask = 1,
-                    .in_caption = res::kInReal, .second = {2, 1, res::kInImag}, .out_type = 1,
+    rows.push_back({.id = cmd::kIfft, .text = "&IFFT", .typemask = V3D_TYPE_F, .colormask = V3D_COLOR_GREY,
+                    .in_caption = res::kInReal, .second = {V3D_TYPE_F, V3D_COLOR_GREY, res::kInImag}, .out_type = V3D_TYPE_UC,
                     .in_place = false, .op = ifft_op});
-    rows.push_back({.id = cmd::kDct, .text = "&DCT", .typemask = 1, .colormask = 1, .out_type = 2,
+    rows.push_back({.id = cmd::kDct, .text = "&DCT", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY, .out_type = V3D_TYPE_F,
                     .in_place = false, .op = dct_op, .after = After::Nothing});
-    rows.push_back({.id = cmd::kIdct, .text = "IDC&T", .typemask = 2, .colormask = 1, .out_type = 1,
+    rows.push_back({.id = cmd::kIdct, .text = "IDC&T", .typemask = V3D_TYPE_F, .colormask = V3D_COLOR_GREY, .out_type = V3D_TYPE_UC,
                     .in_place = false, .op = idct_op});
-    rows.push_back({.id = cmd::kConvolution, .text = "&Convolution", .typemask = 1, .colormask = 1,
-                    .second = {1, 1, res::kSelectVolume}, .out_type = 2,
+    rows.push_back({.id = cmd::kConvolution, .text = "&Convolution", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
+                    .second = {V3D_TYPE_UC, V3D_COLOR_GREY, res::kSelectVolume}, .out_type = V3D_TYPE_F,
                     .out_dims = full_result, .in_place = false, .op = pair_op<convolution3>,
                     .after = After::Nothing});
-    rows.push_back({.id = cmd::kCorrelation, .text = "C&orrelation", .typemask = 1, .colormask = 1,
-                    .second = {1, 1, res::kSelectVolume}, .out_type = 2,
+    rows.push_back({.id = cmd::kCorrelation, .text = "C&orrelation", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
+                    .second = {V3D_TYPE_UC, V3D_COLOR_GREY, res::kSelectVolume}, .out_type = V3D_TYPE_F,
                     .out_dims = full_result, .in_place = false, .op = pair_op<correlation3d>,
                     .after = After::Nothing});
-    rows.push_back({.id = cmd::kSpectrum, .text = "&Spectrum magnitude", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kSpectrum, .text = "&Spectrum magnitude", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .out_type = kSameType, .op = spectrum_op});
-    rows.push_back({.id = cmd::kBlackmanTukey, .text = "&Blackman Tukey PSD", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kBlackmanTukey, .text = "&Blackman Tukey PSD", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .values = {res::kAttenuation, {res::kXCoef, res::kYCoef, res::kZCoef}, true},
                     .out_type = kSameType, .op = psd_op});
 }

@@ -12,7 +12,7 @@ namespace {
 void open_display(int mode, int colormask) {
     SelectRequest r;
     r.kind = SelectKind::Other;
-    r.typemask = 1;
+    r.typemask = V3D_TYPE_UC;
     r.colormask = colormask;
     r.caption = res::text(res::kSelectToDisplay);
     Selection s;
@@ -21,32 +21,32 @@ void open_display(int mode, int colormask) {
     levels.upper = s.vol->Z - 1;
     if (!ui().ask_levels(s.vol, levels)) return;
     if (levels.upper >= s.vol->Z) {
-        error_handler(611);
+        error_handler(res::kCannotDisplayFrames);
         return;
     }
     if (!workspace() ||
         !workspace()->open_display(mode, s.vol, levels.delay, levels.lower, levels.upper, 0))
-        error_handler(612);
+        error_handler(res::kEnoughWindows);
 }
 
-void bw_display(const CommandSpec&) { open_display(2, 1); }
-void color_display(const CommandSpec&) { open_display(1, 2); }
+void bw_display(const CommandSpec&) { open_display(kBlackAndWhite, V3D_COLOR_GREY); }
+void color_display(const CommandSpec&) { open_display(kColour, V3D_COLOR_RGB); }
 
 }  // namespace
 
 void add_view_commands(std::vector<CommandSpec>& rows) {
-    rows.push_back({.id = cmd::kBwDisplay, .text = "&BW Display", .typemask = 1, .colormask = 1,
+    rows.push_back({.id = cmd::kBwDisplay, .text = "&BW Display", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .after = After::Nothing, .custom = bw_display});
-    rows.push_back({.id = cmd::kColorDisplay, .text = "&Color Display", .typemask = 1, .colormask = 2,
+    rows.push_back({.id = cmd::kColorDisplay, .text = "&Color Display", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_RGB,
                     .after = After::Nothing, .custom = color_display});
     // the section view, the frame gallery, the coordinates read-out and the alignment tool
     // join with their windows
-    rows.push_back({.id = cmd::kViewSections, .text = "View &Sections", .typemask = 1, .colormask = 3,
+    rows.push_back({.id = cmd::kViewSections, .text = "View &Sections", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .after = After::Nothing});
     rows.push_back({.id = cmd::kFrameGallery, .text = "&Frame Gallery", .after = After::Nothing});
     rows.push_back({.id = cmd::kDisplayCoordinates, .text = "D&isplay Coordinates", .after = After::Nothing});
-    rows.push_back({.id = cmd::kManualAlignment, .text = "Manual Frame A&lignment", .typemask = 1,
-                    .colormask = 3, .in_caption = res::kSelectInput, .out_type = kSameType,
+    rows.push_back({.id = cmd::kManualAlignment, .text = "Manual Frame A&lignment", .typemask = V3D_TYPE_UC,
+                    .colormask = V3D_COLOR_ANY, .in_caption = res::kSelectInput, .out_type = kSameType,
                     .in_place = false, .after = After::Nothing});
 }
 

@@ -28,9 +28,11 @@ void write_voxel(const CommandSpec&) { arm_write_voxel(); }
 // "Clear UC Volume" ... by type; one value per channel.
 ValueSpec clear_values(Volume* in) {
     ValueSpec v;
-    v.caption = in->type == 2 ? res::kClearF : in->type == 4 ? res::kClearI : res::kClearUC;
+    v.caption = in->type == V3D_TYPE_F ? res::kClearF
+              : in->type == V3D_TYPE_I ? res::kClearI
+                                       : res::kClearUC;
     v.labels[0] = res::kChannel1;
-    if (in->colortype != 1) {
+    if (in->colortype != V3D_COLOR_GREY) {
         v.labels[1] = res::kChannel2;
         v.labels[2] = res::kChannel3;
     }
@@ -53,29 +55,29 @@ const ValueSpec kOffsets = {res::kOffsetsForCopy, {res::kOffsetX, res::kOffsetY,
 void add_volume_commands(std::vector<CommandSpec>& rows) {
     rows.push_back({.id = cmd::kCreateVolume, .text = "&Create Volume", .after = After::Nothing,
                     .custom = create_volume});
-    rows.push_back({.id = cmd::kDestroyVolume, .text = "D&estroy Volume", .typemask = 7, .colormask = 3,
+    rows.push_back({.id = cmd::kDestroyVolume, .text = "D&estroy Volume", .typemask = V3D_TYPE_ANY, .colormask = V3D_COLOR_ANY,
                     .after = After::Nothing, .custom = destroy_volumes});
-    rows.push_back({.id = cmd::kStateOfVolumes, .text = "S&tate of Volumes", .typemask = 7, .colormask = 3,
+    rows.push_back({.id = cmd::kStateOfVolumes, .text = "S&tate of Volumes", .typemask = V3D_TYPE_ANY, .colormask = V3D_COLOR_ANY,
                     .after = After::Nothing, .custom = show_state});
-    rows.push_back({.id = cmd::kSetVoi, .text = "Set &VOI", .typemask = 7, .colormask = 3,
+    rows.push_back({.id = cmd::kSetVoi, .text = "Set &VOI", .typemask = V3D_TYPE_ANY, .colormask = V3D_COLOR_ANY,
                     .after = After::Nothing, .custom = set_voi});
     rows.push_back({.id = cmd::kWriteVoxel, .text = "&Write Voxel", .after = After::Nothing,
                     .custom = write_voxel});
-    rows.push_back({.id = cmd::kClearVolume, .text = "C&lear Volume", .typemask = 7, .colormask = 3,
+    rows.push_back({.id = cmd::kClearVolume, .text = "C&lear Volume", .typemask = V3D_TYPE_ANY, .colormask = V3D_COLOR_ANY,
                     .in_caption = res::kSelectToClear, .values_for = clear_values,
                     .op = clear_op});
-    rows.push_back({.id = cmd::kCopyVolume, .text = "&Copy Volume", .typemask = 7, .colormask = 3,
+    rows.push_back({.id = cmd::kCopyVolume, .text = "&Copy Volume", .typemask = V3D_TYPE_ANY, .colormask = V3D_COLOR_ANY,
                     .in_caption = res::kSelectInputCopy, .out_caption = res::kSelectOutputCopy,
                     .values = kOffsets, .out_type = kSameType, .at_least = true, .op = copy_op});
-    rows.push_back({.id = cmd::kUcToF, .text = "&UC to F conversion", .typemask = 1, .colormask = 3,
-                    .out_type = 2, .in_place = false, .op = offset0_op<UCVolume2FVolume>});
-    rows.push_back({.id = cmd::kFToUcScaled, .text = "&F to UC conversion (with scaling)", .typemask = 2,
-                    .colormask = 3, .out_type = 1, .in_place = false,
+    rows.push_back({.id = cmd::kUcToF, .text = "&UC to F conversion", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
+                    .out_type = V3D_TYPE_F, .in_place = false, .op = offset0_op<UCVolume2FVolume>});
+    rows.push_back({.id = cmd::kFToUcScaled, .text = "&F to UC conversion (with scaling)", .typemask = V3D_TYPE_F,
+                    .colormask = V3D_COLOR_ANY, .out_type = V3D_TYPE_UC, .in_place = false,
                     .op = offset0_op<FVolume2UCVolume_norm>});
-    rows.push_back({.id = cmd::kFToUcTruncated, .text = "F to UC conversion (with &truncation)", .typemask = 2,
-                    .colormask = 3, .out_type = 1, .in_place = false,
+    rows.push_back({.id = cmd::kFToUcTruncated, .text = "F to UC conversion (with &truncation)", .typemask = V3D_TYPE_F,
+                    .colormask = V3D_COLOR_ANY, .out_type = V3D_TYPE_UC, .in_place = false,
                     .op = offset0_op<FVolume2UCVolume>});
-    rows.push_back({.id = cmd::kSymmetric, .text = "&Symmetric", .typemask = 1, .colormask = 3,
+    rows.push_back({.id = cmd::kSymmetric, .text = "&Symmetric", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .out_type = kSameType, .op = unary_op<Symmetric3d>});
 }
 

@@ -7,8 +7,8 @@ bool g_shown = false;
 
 double value_of(const Volume* v, int c, int z, int y, int x) {
     switch (v->type) {
-    case 2: return v->data[c].f[z][y][x];
-    case 4: return v->data[c].i[z][y][x];
+    case V3D_TYPE_F: return v->data[c].f[z][y][x];
+    case V3D_TYPE_I: return v->data[c].i[z][y][x];
     default: return v->data[c].uc[z][y][x];
     }
 }
@@ -22,7 +22,7 @@ void set_coordinates_shown(bool shown) { g_shown = shown; }
 bool voxel_colour(const Volume* v, int z, int y, int x, double rgb[3]) {
     if (!v || !v->type || z < 0 || y < 0 || x < 0 || z >= v->Z || y >= v->Y || x >= v->X)
         return false;
-    for (int c = 0; c < 3; ++c) rgb[c] = value_of(v, v->colortype == 1 ? 0 : c, z, y, x);
+    for (int c = 0; c < 3; ++c) rgb[c] = value_of(v, v->colortype == V3D_COLOR_GREY ? 0 : c, z, y, x);
     return true;
 }
 

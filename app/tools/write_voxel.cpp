@@ -22,13 +22,13 @@ public:
 private:
     static void write(const VoxelEvent& e, const int rgb[3]) {
         Volume* v = e.vol;
-        const bool grey = v->colortype == 1;
+        const bool grey = v->colortype == V3D_COLOR_GREY;
         const int luminance = static_cast<int>(0.299 * rgb[0] + 0.587 * rgb[1] + 0.114 * rgb[2] + 0.5);
         for (int c = 0; c < (grey ? 1 : 3); ++c) {
             const int value = grey ? luminance : rgb[c];
-            if (v->type == 1) v->data[c].uc[e.z][e.y][e.x] = static_cast<unsigned char>(value);
-            if (v->type == 2) v->data[c].f[e.z][e.y][e.x] = static_cast<float>(value);
-            if (v->type == 4) v->data[c].i[e.z][e.y][e.x] = value;
+            if (v->type == V3D_TYPE_UC) v->data[c].uc[e.z][e.y][e.x] = static_cast<unsigned char>(value);
+            if (v->type == V3D_TYPE_F) v->data[c].f[e.z][e.y][e.x] = static_cast<float>(value);
+            if (v->type == V3D_TYPE_I) v->data[c].i[e.z][e.y][e.x] = value;
         }
     }
 };
