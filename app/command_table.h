@@ -16,6 +16,7 @@
 #include "app/ui.h"
 #include "res/commands.h"
 #include "vexilo3d.h"
+#include "vexilo3d_volume.hpp"
 
 namespace app {
 
@@ -127,21 +128,7 @@ bool parse_float(const std::string& text, float& value);
 constexpr int kReported = 1;
 
 // A volume for an operation's own use, destroyed with its scope.
-class ScratchVolume {
-public:
-    ScratchVolume() = default;
-    ScratchVolume(const ScratchVolume&) = delete;
-    ScratchVolume& operator=(const ScratchVolume&) = delete;
-    ~ScratchVolume() { DestroyVolume(&vol_); }
-    int create(int Z, int Y, int X, int type, int colortype = 1) {
-        InitializeVolume(&vol_, Z, Y, X, type, colortype);
-        return CreateVolume(&vol_);
-    }
-    Volume* get() { return &vol_; }
-
-private:
-    Volume vol_{};
-};
+using v3d::OwnedVolume;
 
 // Selects and prepares a further output of an operation the way the pattern prepares the
 // first (exactly Z x Y x X of type, one channel; the same volume as the input or the first

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "vexilo3d.h"
+#include "vexilo3d_volume.hpp"
 
 namespace cli {
 
@@ -58,14 +59,7 @@ float parse_float(const std::string& word, const std::string& what);
 Triple parse_triple(const std::string& word, const std::string& what);
 
 // A volume record owned by the tool (destroyed with it).
-struct OwnedVolume {
-    Volume vol{};
-    OwnedVolume() = default;
-    OwnedVolume(const OwnedVolume&) = delete;
-    OwnedVolume& operator=(const OwnedVolume&) = delete;
-    ~OwnedVolume() { DestroyVolume(&vol); }
-    Volume* get() { return &vol; }
-};
+using v3d::OwnedVolume;
 using VolumePtr = std::unique_ptr<OwnedVolume>;
 
 // The description of a raw volume file given on the command line.

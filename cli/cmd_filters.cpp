@@ -106,10 +106,10 @@ int run_l_filter(const Args& args) {
     if (args.has("coefficients")) {
         cli::OwnedVolume c;
         if (int s = load_coefficients(args.text("coefficients"), 2, c.get())) return s;
-        w = {c.vol.Z, c.vol.Y, c.vol.X};
+        w = {c->Z, c->Y, c->X};
         for (int z = 0; z < w.z; ++z)
             for (int y = 0; y < w.y; ++y)
-                for (int x = 0; x < w.x; ++x) coef.push_back(c.vol.data[0].f[z][y][x]);
+                for (int x = 0; x < w.x; ++x) coef.push_back(c->data[0].f[z][y][x]);
     } else if (args.has("coef")) {
         coef = args.reals("coef");
         w = args.triple("window");

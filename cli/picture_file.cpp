@@ -39,8 +39,8 @@ int write_pnm(const std::string& path, Image2d image, int channels, int H, int W
 // Through the library's TIFF writer: the picture as a one-frame volume.
 int write_tiff(const std::string& path, Image2d image, int channels, int H, int W) {
     OwnedVolume frame;
-    InitializeVolume(frame.get(), 1, H, W, 1, channels == 1 ? 1 : 2);
-    if (int status = CreateVolume(frame.get())) return status;
+    if (int status = frame.create(1, H, W, V3D_TYPE_UC, channels == 1 ? V3D_COLOR_GREY : V3D_COLOR_RGB))
+        return status;
     for (int c = 0; c < channels; ++c)
         for (int r = 0; r < H; ++r)
             std::copy(image[c][r], image[c][r] + W, frame.get()->data[c].uc[0][r]);

@@ -8,12 +8,15 @@
 #pragma once
 
 #include <cmath>
+#include <cstdlib>
+#include <utility>
 #include <cstddef>
 #include <memory>
 #include <new>
 
 #include "core/status.h"
 #include "vexilo3d.h"
+#include "vexilo3d_volume.hpp"
 
 // Returns the status of expr from the enclosing function when it is not 0.
 #define V3D_CHECK(expr)                          \
@@ -131,30 +134,48 @@ template <class T> std::unique_ptr<T[]> make_buffer(std::size_t n) {
     return std::unique_ptr<T[]>(new (std::nothrow) T[n ? n : 1]());
 }
 
-// A temporary working volume that is destroyed with its scope.
-class TempVolume {
+// A growable array of trivially copyable values that reports a failed allocation (push returns
+// false) instead of throwing.
+template <class T> class Growable {
 public:
-    TempVolume() = default;
-    TempVolume(const TempVolume&) = delete;
-    TempVolume& operator=(const TempVolume&) = delete;
-    ~TempVolume() { DestroyVolume(&vol_); }
+    Growable() = default;
+    Growable(const Growable&) = delete;
+    Growable& operator=(const Growable&) = delete;
+    ~Growable() { std::free(data_); }
 
-    // Returns 0 or the status of CreateVolume (-530 when storage cannot be had).
-    int create(int Z, int Y, int X, int type, int colortype) {
-        InitializeVolume(&vol_, Z, Y, X, type, colortype);
-        return CreateVolume(&vol_);
+    bool push(const T& value) {
+        if (size_ == capacity_ && !reserve(capacity_ ? capacity_ * 2 : 4096)) return false;
+        data_[size_++] = value;
+        return true;
     }
-    Volume* get() { return &vol_; }
-    Volume* operator->() { return &vol_; }
+    T pop() { return data_[--size_]; }
+    void clear() { size_ = 0; }
+    bool empty() const { return size_ == 0; }
+    std::size_t size() const { return size_; }
+    T* begin() { return data_; }
+    T* end() { return data_ + size_; }
+    void swap(Growable& other) {
+        std::swap(data_, other.data_);
+        std::swap(size_, other.size_);
+        std::swap(capacity_, other.capacity_);
+    }
 
 private:
-    Volume vol_{};
+    bool reserve(std::size_t capacity) {
+        void* more = std::realloc(data_, capacity * sizeof(T));
+        if (!more) return false;
+        data_ = static_cast<T*>(more);
+        capacity_ = capacity;
+        return true;
+    }
+    T* data_ = nullptr;
+    std::size_t size_ = 0, capacity_ = 0;
 };
 
 // The volume an operator reads while it writes out: in itself, or, when in and out share
 // storage (an in-place call), a copy of in's VOI at the same coordinates held by copy, so that
 // the result is the one of separate volumes. Returns 0 or -530.
-inline int separate_input(Volume* in, const Volume* out, TempVolume& copy, Volume*& source) {
+inline int separate_input(Volume* in, const Volume* out, OwnedVolume& copy, Volume*& source) {
     source = in;
     if (in->data[0].p != out->data[0].p) return kOk;
     V3D_CHECK(copy.create(in->Z, in->Y, in->X, in->type, in->colortype));

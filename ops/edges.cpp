@@ -659,7 +659,7 @@ int modedg3d(Volume* in, Volume* out, StackNode3d** stack, int sz, int sy, int s
     if (threshold < 0) return kInvalidParams;
     UC*** v = in->data[0].uc;
     if (v[sz][sy][sx] < threshold || v[ez][ey][ex] < threshold) return kInvalidParams;
-    TempVolume visited;
+    OwnedVolume visited;
     V3D_CHECK(visited.create(voi.nz(), voi.ny(), voi.nx(), kUC, kGrey));
     return link_path(in, out, stack, {sz, sy, sx}, {ez, ey, ex}, threshold, visited->data[0].uc);
 }

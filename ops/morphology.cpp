@@ -170,7 +170,7 @@ template <Op op> int gather_box(Volume* in, const Element& e, Volume* out, const
 template <Op op> int gather(Volume* in, Volume* se, Volume* out) {
     const Element e = element_of(se);
     const Voi w = working_region(in, e);
-    TempVolume copy;
+    OwnedVolume copy;
     Volume* source;
     V3D_CHECK(separate_input(in, out, copy, source));
     if (e.full()) {
@@ -205,7 +205,7 @@ template <Op op> void scatter_rows(Volume* in, const Element& e, Volume* out, co
 // element reflected through its centre.
 template <Op first, Op second> int compose(Volume* in, Volume* se, Volume* out) {
     V3D_CHECK(check_morphology(in, se, out));
-    TempVolume between, reflected;
+    OwnedVolume between, reflected;
     V3D_CHECK(between.create(in->Z, in->Y, in->X, kUC, kGrey));
     fill_in_VOI(between.get(), in->z1, in->z2, in->y1, in->y2, in->x1, in->x2);
     V3D_CHECK(reflected.create(se->Z, se->Y, se->X, kUC, kGrey));
@@ -227,7 +227,7 @@ extern "C" {
 
 int MinkowskiAddition3d(Volume* in, Volume* se, Volume* out) {
     V3D_CHECK(check_morphology(in, se, out));
-    TempVolume copy;
+    OwnedVolume copy;
     Volume* source;
     V3D_CHECK(separate_input(in, out, copy, source));
     const Voi r = voi_of(in);
@@ -240,7 +240,7 @@ int MinkowskiAddition3d(Volume* in, Volume* se, Volume* out) {
 
 int MinkowskiSubtraction3d(Volume* in, Volume* se, Volume* out) {
     V3D_CHECK(check_morphology(in, se, out));
-    TempVolume copy;
+    OwnedVolume copy;
     Volume* source;
     V3D_CHECK(separate_input(in, out, copy, source));
     const Element e = element_of(se);

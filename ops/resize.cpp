@@ -424,7 +424,7 @@ int zoom3d(Volume* in, Volume* out, int f, int dz, int dy, int dx) {
         !run_fits(static_cast<long long>(f) * r.ny(), dy, out->Y) ||
         !run_fits(static_cast<long long>(f) * r.nx(), dx, out->X))
         return kBadOutputDims;
-    TempVolume copy;
+    OwnedVolume copy;
     Volume* source;
     V3D_CHECK(separate_input(in, out, copy, source));
     replicate(source, out, f, dz, dy, dx);
@@ -439,7 +439,7 @@ int decim3(Volume* in, Volume* out, int f, int dz, int dy, int dx) {
     if (!run_fits(r.nz() / f, dz, out->Z) || !run_fits(r.ny() / f, dy, out->Y) ||
         !run_fits(r.nx() / f, dx, out->X))
         return kBadOutputDims;
-    TempVolume copy;
+    OwnedVolume copy;
     Volume* source;
     V3D_CHECK(separate_input(in, out, copy, source));
     decimate(source, out, f, dz, dy, dx);
@@ -459,7 +459,7 @@ int InterpolationNearestNeighbor3d(Volume* in, Volume* out, int mode, float fz, 
         if (!table[a]) return kNoBuffer;
         nearest_table(axes[a], table[a].get());
     }
-    TempVolume copy;
+    OwnedVolume copy;
     Volume* source;
     V3D_CHECK(separate_input(in, out, copy, source));
     const Axis &az = axes[0], &ay = axes[1], &ax = axes[2];
@@ -494,7 +494,7 @@ int InterpolationLinear3d(Volume* in, Volume* out, int mode, float fz, float fy,
     if (!work) return kNoBuffer;
     for (int i = 0; i < chunks; ++i)
         if (!work[i].make(axes[1], axes[2])) return kNoBuffer;
-    TempVolume copy;
+    OwnedVolume copy;
     Volume* source;
     V3D_CHECK(separate_input(in, out, copy, source));
     for_each_channel(in, [&](int c) {
@@ -528,7 +528,7 @@ int InterpolationFrameLinear3d(Volume* in, Volume* out, int mode, float fz, int 
     if (!run_fits(target, dz, out->Z) || !run_fits(r.ny(), dy, out->Y) ||
         !run_fits(r.nx(), dx, out->X))
         return kBadOutputDims;
-    TempVolume copy;
+    OwnedVolume copy;
     Volume* source;
     V3D_CHECK(separate_input(in, out, copy, source));
     const FramePlan plan(fz, r.nz(), target);
@@ -549,7 +549,7 @@ int InterpolationFrameLinear3d(Volume* in, Volume* out, int mode, float fz, int 
 int FrameZeroPadding(Volume* in, Volume* out, int k, int dz, int dy, int dx) {
     V3D_CHECK(check_frames(in, out));
     V3D_CHECK(check_insertion(in, out, k, k >= 2, dz, dy, dx));
-    TempVolume copy;
+    OwnedVolume copy;
     Volume* source;
     V3D_CHECK(separate_input(in, out, copy, source));
     copy_frames(source, out, k, dz, dy, dx);
@@ -564,7 +564,7 @@ int FrameZeroPadding(Volume* in, Volume* out, int k, int dz, int dy, int dx) {
 int FrameInterpolationGrayscale(Volume* in, Volume* out, int k, int dz, int dy, int dx) {
     V3D_CHECK(check_frames(in, out));
     V3D_CHECK(check_insertion(in, out, k, k == 2 || k == 3, dz, dy, dx));
-    TempVolume copy;
+    OwnedVolume copy;
     Volume* source;
     V3D_CHECK(separate_input(in, out, copy, source));
     copy_frames(source, out, k, dz, dy, dx);
@@ -591,7 +591,7 @@ int FrameInterpolationBinary(Volume* in, Volume* out, int k, int dz, int dy, int
     const Voi r = voi_of(in);
     FillWork work;
     if (fill && !work.make(r.ny(), r.nx())) return kNoBuffer;
-    TempVolume copy;
+    OwnedVolume copy;
     Volume* source;
     V3D_CHECK(separate_input(in, out, copy, source));
     copy_frames(source, out, k, dz, dy, dx);

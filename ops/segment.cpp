@@ -1,24 +1,20 @@
 // Segmentation of grey UC volumes over the input's VOI: fixed threshold, seeded region growing,
 // one-pass region merging, octree split and split-and-merge, grass-fire labelling of connected
 // components.
+//
+// Memory: fixed tables come from make_buffer, working volumes are OwnedVolumes and growing lists
+// are Growable arrays; each reports a failure as the operator's status (-9 for buffers and
+// lists, -530 for volumes), and nothing here throws.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <new>
-#include <queue>
-#include <vector>
 
 #include "core/common.h"
 #include "core/parallel.h"
 
 namespace v3d {
-
-// Recursion depths of the two octree splitters: 0 outside a call; parameters are checked at 0.
-int g_split_depth = 0;
-int g_splitmerge_depth = 0;
-
 namespace {
 
 using Byte = unsigned char;
@@ -100,22 +96,25 @@ public:
                     visited_[z][y][x] = 1;
                     front_[z][y][x] = static_cast<Byte>(k);
                     regions_.open(k, in_[r_.z1 + z][r_.y1 + y][r_.x1 + x]);
-                    if (interior(z, y, x)) next_.push_back(position(z, y, x));
+                    if (interior(z, y, x) && !next_.push(position(z, y, x))) return kNoBuffer;
                 }
         seeds_ = k;
         return kOk;
     }
 
-    void grow() {
+    // Passes in increasing position order until no front voxel is left: 0 or -9.
+    int grow() {
+        Growable<long long> pass;
         while (!next_.empty()) {
-            Queue pass(std::greater<long long>(), std::move(next_));
+            pass.swap(next_);
             next_.clear();
+            std::make_heap(pass.begin(), pass.end(), std::greater<>());
             while (!pass.empty()) {
-                const long long p = pass.top();
-                pass.pop();
-                expand(p, pass);
+                std::pop_heap(pass.begin(), pass.end(), std::greater<>());
+                V3D_CHECK(expand(pass.pop(), pass));
             }
         }
+        return kOk;
     }
 
     // Each region's value becomes its rounded mean.
@@ -124,8 +123,6 @@ public:
     }
 
 private:
-    using Queue = std::priority_queue<long long, std::vector<long long>, std::greater<long long>>;
-
     long long position(int z, int y, int x) const {
         return (static_cast<long long>(z) * r_.ny() + y) * r_.nx() + x;
     }
@@ -134,8 +131,8 @@ private:
     }
 
     // Lets the front voxel at p take every unvisited neighbour within tolerance of its
-    // region's seed value, then leaves the front.
-    void expand(long long p, Queue& pass) {
+    // region's seed value, then leaves the front: 0 or -9.
+    int expand(long long p, Growable<long long>& pass) {
         const int x = static_cast<int>(p % r_.nx());
         const int y = static_cast<int>(p / r_.nx() % r_.ny());
         const int z = static_cast<int>(p / r_.nx() / r_.ny());
@@ -154,10 +151,15 @@ private:
                     regions_.add(k, in_row[r_.x1 + nx]);
                     if (!interior(nz, ny, nx)) continue;  // border voxels never spread
                     const long long q = position(nz, ny, nx);
-                    if (q > p) pass.push(q);
-                    else next_.push_back(q);
+                    if (q > p) {
+                        if (!pass.push(q)) return kNoBuffer;
+                        std::push_heap(pass.begin(), pass.end(), std::greater<>());
+                    } else if (!next_.push(q)) {
+                        return kNoBuffer;
+                    }
                 }
         front_[z][y][x] = 0;
+        return kOk;
     }
 
     Byte*** in_;
@@ -167,7 +169,7 @@ private:
     RegionTables& regions_;
     Byte*** visited_;  // VOI-relative
     Byte*** front_;    // VOI-relative: the region number of a voxel still to expand
-    std::vector<long long> next_;  // interior front voxels of the next pass
+    Growable<long long> next_;  // interior front voxels of the next pass
     int seeds_ = 0;
 };
 
@@ -302,7 +304,7 @@ BoxStats box_stats(Byte*** in, const Box& b, int tolerance) {
     return s;
 }
 
-// The checks a splitter makes at depth 0.
+// The checks a splitter makes before its first split.
 int splitter_checks(const Volume* in, const Volume* out, const Box& b, int tolerance) {
     if (!in->data[0].p || !out->data[0].p) return kNullData;
     if (b.z1 < 0 || b.y1 < 0 || b.x1 < 0 || b.z2 <= b.z1 || b.y2 <= b.y1 || b.x2 <= b.x1)
@@ -327,25 +329,29 @@ Parts halve(int a1, int a2) {
 // (z low, y low, x high), (z low, y high, x high), then the same with z high. Results of the
 // children are ignored.
 template <class Leaf>
-int split_box(Volume* in, Volume* out, const Box& b, int tolerance, int& depth, Leaf& leaf) {
-    if (depth == 0) V3D_CHECK(splitter_checks(in, out, b, tolerance));
+int split_box(Volume* in, Volume* out, const Box& b, int tolerance, Leaf& leaf) {
     const BoxStats s = box_stats(grey(in), b, tolerance);
     if (s.homogeneous(tolerance)) return leaf(b, s);
     if (b.single_voxel()) return kOk;
-    ++depth;
     const Parts pz = halve(b.z1, b.z2), py = halve(b.y1, b.y2), px = halve(b.x1, b.x2);
     for (int iz = 0; iz < pz.n; ++iz)
         for (int ix = 0; ix < px.n; ++ix)
             for (int iy = 0; iy < py.n; ++iy) {
                 const Box child{pz.bounds[iz], pz.bounds[iz + 1], py.bounds[iy],
                                 py.bounds[iy + 1], px.bounds[ix], px.bounds[ix + 1]};
-                split_box(in, out, child, tolerance, depth, leaf);
+                split_box(in, out, child, tolerance, leaf);
             }
-    --depth;
     return kOk;
 }
 
 Box voi_box(const Volume* v) { return {v->z1, v->z2, v->y1, v->y2, v->x1, v->x2}; }
+
+// The whole VOI of in, checked first.
+template <class Leaf> int split_voi(Volume* in, Volume* out, int tolerance, Leaf& leaf) {
+    const Box b = voi_box(in);
+    V3D_CHECK(splitter_checks(in, out, b, tolerance));
+    return split_box(in, out, b, tolerance, leaf);
+}
 
 // The leaf action of split-and-merge: number the block, then merge it into the neighbouring
 // region whose output value is nearest to its mean, when within tolerance.
@@ -417,40 +423,12 @@ private:
 
 // ---- grass-fire labelling -------------------------------------------------------------------
 
-// The voxels of a fire still to visit: a growable array used as a stack (the order in which a
-// component is visited does not change which voxels it holds).
-class PendingVoxels {
-public:
-    struct Voxel {
-        int z, y, x;
-    };
-    PendingVoxels() = default;
-    PendingVoxels(const PendingVoxels&) = delete;
-    PendingVoxels& operator=(const PendingVoxels&) = delete;
-    ~PendingVoxels() { std::free(data_); }
-
-    bool push(int z, int y, int x) {
-        if (size_ == capacity_ && !grow()) return false;
-        data_[size_++] = {z, y, x};
-        return true;
-    }
-    bool empty() const { return size_ == 0; }
-    Voxel pop() { return data_[--size_]; }
-    void drain() { size_ = 0; }
-
-private:
-    bool grow() {
-        const size_t capacity = capacity_ ? capacity_ * 2 : 4096;
-        void* more = std::realloc(data_, capacity * sizeof(Voxel));
-        if (!more) return false;
-        data_ = static_cast<Voxel*>(more);
-        capacity_ = capacity;
-        return true;
-    }
-
-    Voxel* data_ = nullptr;
-    size_t size_ = 0, capacity_ = 0;
+// The voxels of a fire still to visit, used as a stack (the order in which a component is
+// visited does not change which voxels it holds).
+struct Voxel {
+    int z, y, x;
 };
+using PendingVoxels = Growable<Voxel>;
 
 // The first x in [x, end) with a non-zero voxel, or end.
 int next_nonzero(const Byte* row, int x, int end) {
@@ -474,9 +452,9 @@ void add_ones(float& count, int n) {
 int fire(Byte*** in, Byte*** out, const Voi& r, int z, int y, int x, Byte label, float& count,
          PendingVoxels& pending) {
     const Byte v = in[z][y][x];
-    if (!pending.push(z, y, x)) return kNoBuffer;
+    if (!pending.push({z, y, x})) return kNoBuffer;
     while (!pending.empty()) {
-        const PendingVoxels::Voxel p = pending.pop();
+        const Voxel p = pending.pop();
         Byte* row = in[p.z][p.y];
         if (row[p.x] != v) continue;  // taken with another run since it was pushed
         int a = p.x, b = p.x;
@@ -493,7 +471,7 @@ int fire(Byte*** in, Byte*** out, const Voi& r, int z, int y, int x, Byte label,
                 const Byte* next = in[nz][ny];
                 for (int nx = x_lo; nx <= x_hi; ++nx) {
                     if (next[nx] != v) continue;
-                    if (!pending.push(nz, ny, nx)) return kNoBuffer;
+                    if (!pending.push({nz, ny, nx})) return kNoBuffer;
                     while (nx < x_hi && next[nx + 1] == v) ++nx;
                 }
             }
@@ -529,17 +507,13 @@ int region3d_grow(Volume* in, Volume* out, int maxseeds, int tolerance) {
     RegionTables regions;
     V3D_CHECK(regions.allocate(maxseeds));
     const Voi r = voi_of(in);
-    TempVolume visited, front;
+    OwnedVolume visited, front;
     V3D_CHECK(visited.create(r.nz(), r.ny(), r.nx(), kUC, kGrey));
     V3D_CHECK(front.create(r.nz(), r.ny(), r.nx(), kUC, kGrey));
-    try {
-        Grower grower(in, out, tolerance, regions, visited.get(), front.get());
-        V3D_CHECK(grower.number_seeds(maxseeds));
-        grower.grow();
-        grower.finish_means();
-    } catch (const std::bad_alloc&) {
-        return kNoBuffer;
-    }
+    Grower grower(in, out, tolerance, regions, visited.get(), front.get());
+    V3D_CHECK(grower.number_seeds(maxseeds));
+    V3D_CHECK(grower.grow());
+    grower.finish_means();
     numbers_to_values(out, r, regions.value.get());
     return kOk;
 }
@@ -550,7 +524,7 @@ int region3d_merge(Volume* in, Volume* out, int tolerance, int maxregions) {
     RegionTables regions;
     V3D_CHECK(regions.allocate(maxregions));
     const Voi r = voi_of(in);
-    TempVolume labels;
+    OwnedVolume labels;
     V3D_CHECK(labels.create(r.nz(), r.ny(), r.nx(), kUC, kGrey));
     fill_box(grey(out), voi_box(in), 0);
     Merger merger(in, out, tolerance, maxregions, regions, labels.get());
@@ -568,7 +542,7 @@ int region3d_split(Volume* in, Volume* out, int* count, int tolerance) {
         fill_box(grey(out), b, s.mean());
         return kOk;
     };
-    return split_box(in, out, voi_box(in), tolerance, g_split_depth, leaf);
+    return split_voi(in, out, tolerance, leaf);
 }
 
 int region3d_splitmerge(Volume* in, Volume* out, int* count, int tolerance) {
@@ -577,10 +551,10 @@ int region3d_splitmerge(Volume* in, Volume* out, int* count, int tolerance) {
     if (*count != 0 || tolerance < 0) return kInvalidParams;
     auto means = make_buffer<Byte>(BlockMerger::kMaxRegions);
     if (!means) return kNoBuffer;
-    TempVolume labels;
+    OwnedVolume labels;
     V3D_CHECK(labels.create(in->Z, in->Y, in->X, kUC, kGrey));
     BlockMerger leaf(in, out, labels.get(), means.get(), count, tolerance);
-    V3D_CHECK(split_box(in, out, voi_box(in), tolerance, g_splitmerge_depth, leaf));
+    V3D_CHECK(split_voi(in, out, tolerance, leaf));
     return kOk;
 }
 
@@ -609,7 +583,7 @@ int grass3d_label(Volume* in, Volume* out, int* nlabels, float* counts, int maxl
                 const int status = fire(grey(in), grey(out), r, z, y, x,
                                         static_cast<Byte>(label), counts[label - 1], pending);
                 if (status != kOk) {
-                    pending.drain();
+                    pending.clear();
                     *nlabels = label;
                     return status;
                 }

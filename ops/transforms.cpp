@@ -35,7 +35,7 @@ bool shares_storage(const Volume* a, const Volume* b) { return a->data[0].p == b
 
 // A complex F work volume (real and imaginary part), zeroed when created.
 struct ComplexTemp {
-    TempVolume re, im;
+    OwnedVolume re, im;
     int create(int Z, int Y, int X) {
         V3D_CHECK(re.create(Z, Y, X, kF, kGrey));
         return im.create(Z, Y, X, kF, kGrey);

@@ -90,7 +90,7 @@ extern "C" int ProduceFrameGallery3d(Volume* in, Volume* out, int n, int method)
     const auto tx = taps(g.TW, v.nx(), v.x1, linear);
     if (!ty || !tx) return kNoBuffer;
     // Drawn into a scratch frame when the input is the output, whose frame 0 may be a tile.
-    TempVolume scratch;
+    OwnedVolume scratch;
     Volume* target = out;
     if (in == out) {
         V3D_CHECK(scratch.create(1, out->Y, out->X, kUC, out->colortype));

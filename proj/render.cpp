@@ -290,7 +290,7 @@ int surface(Volume* in, Image2d image, int H, int W, int az, int el, int trim,
     Rays rays;
     bool empty;
     V3D_CHECK(prepare(in, image, H, W, threshold != nullptr, az, el, trim, rays, empty));
-    TempVolume depth, colour;
+    OwnedVolume depth, colour;
     V3D_CHECK(depth.create(1, H, W, kI, kGrey));
     if (coloured) V3D_CHECK(colour.create(1, H, W, kUC, in->colortype));
     const int n = channels(in);
@@ -318,7 +318,7 @@ int depth_shaded_binary(Volume* in, Image2d image, int H, int W, int az, int el,
     Rays rays;
     bool empty;
     V3D_CHECK(prepare(in, image, H, W, true, az, el, trim, rays, empty));
-    TempVolume depth;
+    OwnedVolume depth;
     V3D_CHECK(depth.create(1, H, W, kI, kGrey));
     const int n = channels(in);
     clear_image(image, n, H, W);

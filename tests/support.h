@@ -13,33 +13,23 @@
 #include <gtest/gtest.h>
 
 #include "vexilo3d.h"
+#include "vexilo3d_volume.hpp"
 
 namespace t3d {
 
-// A created volume (type uc = 1, f = 2, i = 4; colortype 1 or 2), destroyed with its scope.
-class Vol {
+// A created volume (type uc = 1, f = 2, i = 4; colortype 1 or 2), destroyed with its scope,
+// with voxel accessors for the tests.
+class Vol : public v3d::OwnedVolume {
 public:
-    Vol(int Z, int Y, int X, int type = 1, int colortype = 1) {
-        InitializeVolume(&v_, Z, Y, X, type, colortype);
-        status_ = CreateVolume(&v_);
-    }
-    ~Vol() { DestroyVolume(&v_); }
-    Vol(const Vol&) = delete;
-    Vol& operator=(const Vol&) = delete;
-    Volume* operator&() { return &v_; }
-    Volume* get() { return &v_; }
-    Volume* operator->() { return &v_; }
-    int status() const { return status_; }
-    unsigned char& uc(int z, int y, int x, int c = 0) { return v_.data[c].uc[z][y][x]; }
-    float& f(int z, int y, int x, int c = 0) { return v_.data[c].f[z][y][x]; }
-    int& i(int z, int y, int x, int c = 0) { return v_.data[c].i[z][y][x]; }
+    Vol(int Z, int Y, int X, int type = 1, int colortype = 1)
+        : OwnedVolume(Z, Y, X, type, colortype) {}
+    Volume* operator&() { return get(); }
+    unsigned char& uc(int z, int y, int x, int c = 0) { return get()->data[c].uc[z][y][x]; }
+    float& f(int z, int y, int x, int c = 0) { return get()->data[c].f[z][y][x]; }
+    int& i(int z, int y, int x, int c = 0) { return get()->data[c].i[z][y][x]; }
     void voi(int z1, int z2, int y1, int y2, int x1, int x2) {
-        fill_in_VOI(&v_, z1, z2, y1, y2, x1, x2);
+        fill_in_VOI(get(), z1, z2, y1, y2, x1, x2);
     }
-
-private:
-    Volume v_{};
-    int status_;
 };
 
 inline uint32_t next_random(uint32_t& s) {

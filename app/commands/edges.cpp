@@ -12,7 +12,7 @@ const ValueSpec kHough = {res::kHoughDims, {res::kXDim, res::kYDim, res::kZDim, 
 // The accumulator is an I volume of the dimensions asked (X, Y, Z), the operation's own.
 int hough_op(CommandContext& c) {
     if (c.ival(0) < 1 || c.ival(1) < 1 || c.ival(2) < 1) return V3D_ERR_INVALID_PARAMS;
-    ScratchVolume acc;
+    OwnedVolume acc;
     if (const int status = acc.create(c.ival(2), c.ival(1), c.ival(0), V3D_TYPE_I)) return status;
     return Hough_3D(c.in, c.out, acc.get(), c.ival(3));
 }

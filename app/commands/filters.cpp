@@ -60,7 +60,7 @@ int weighted_median_op(CommandContext& c) {
 
 // The coefficients of WIN_F3D.PAR, through an internal volume, weight the sorted window.
 int l_filter_op(CommandContext& c) {
-    ScratchVolume file;
+    OwnedVolume file;
     Volume* coef = file.get();
     if (const int status = LoadCoefficientVolume3d(nullptr, V3D_TYPE_F, coef))
         return coefficient_failure(status, V3D_TYPE_F);

@@ -8,12 +8,12 @@ namespace app {
 namespace {
 
 // A one-channel scratch volume of the VOI's extent.
-int scratch_of(ScratchVolume& s, const Volume* in, int type) {
+int scratch_of(OwnedVolume& s, const Volume* in, int type) {
     return s.create(in->z2 - in->z1, in->y2 - in->y1, in->x2 - in->x1, type);
 }
 
 // The VOI of a UC volume as an F scratch volume.
-int as_float(ScratchVolume& s, Volume* in) {
+int as_float(OwnedVolume& s, Volume* in) {
     if (const int status = scratch_of(s, in, V3D_TYPE_F)) return status;
     return UCVolume2FVolume(in, s.get(), 0, 0, 0);
 }
@@ -25,7 +25,7 @@ int fft_op(CommandContext& c) {
     if (const int status =
             further_output(c, res::kOutImag, V3D_TYPE_F, c.in->Z, c.in->Y, c.in->X, im))
         return status;
-    ScratchVolume re, zero;
+    OwnedVolume re, zero;
     if (const int status = as_float(re, c.in)) return status;
     if (const int status = scratch_of(zero, c.in, V3D_TYPE_F)) return status;
     return fft3d(re.get(), zero.get(), c.out, im, 0, 0, 0, 0);
@@ -33,7 +33,7 @@ int fft_op(CommandContext& c) {
 
 // Inverse transform of the real and imaginary parts, truncated into UC.
 int ifft_op(CommandContext& c) {
-    ScratchVolume re, im;
+    OwnedVolume re, im;
     if (const int status = scratch_of(re, c.in, V3D_TYPE_F)) return status;
     if (const int status = scratch_of(im, c.in, V3D_TYPE_F)) return status;
     if (const int status = fft3d(c.in, c.second, re.get(), im.get(), 1, 0, 0, 0)) return status;
@@ -41,13 +41,13 @@ int ifft_op(CommandContext& c) {
 }
 
 int dct_op(CommandContext& c) {
-    ScratchVolume f;
+    OwnedVolume f;
     if (const int status = as_float(f, c.in)) return status;
     return DCT3d(f.get(), c.out, 0, 0, 0);
 }
 
 int idct_op(CommandContext& c) {
-    ScratchVolume f;
+    OwnedVolume f;
     if (const int status = scratch_of(f, c.in, V3D_TYPE_F)) return status;
     if (const int status = IDCT3d(c.in, f.get(), 0, 0, 0)) return status;
     return FVolume2UCVolume(f.get(), c.out, 0, 0, 0);
@@ -55,7 +55,7 @@ int idct_op(CommandContext& c) {
 
 template <int (*F)(Volume*, Volume*, Volume*, int, int, int)>
 int pair_op(CommandContext& c) {
-    ScratchVolume a, b;
+    OwnedVolume a, b;
     if (const int status = as_float(a, c.in)) return status;
     if (const int status = as_float(b, c.second)) return status;
     return F(a.get(), b.get(), c.out, 0, 0, 0);
@@ -72,7 +72,7 @@ void full_result(const CommandContext& c, int& Z, int& Y, int& X) {
 
 // The viewable magnitude of the input's spectrum.
 int spectrum_op(CommandContext& c) {
-    ScratchVolume re, im;
+    OwnedVolume re, im;
     if (const int status = as_float(re, c.in)) return status;
     if (const int status = scratch_of(im, c.in, V3D_TYPE_F)) return status;
     if (const int status = fft3d(re.get(), im.get(), re.get(), im.get(), 0, 0, 0, 0))
@@ -82,7 +82,7 @@ int spectrum_op(CommandContext& c) {
 
 // Attenuation coefficients asked as X, Y, Z; the spectrum shown as a picture.
 int psd_op(CommandContext& c) {
-    ScratchVolume psd;
+    OwnedVolume psd;
     if (const int status = scratch_of(psd, c.in, V3D_TYPE_F)) return status;
     if (const int status = blackman_tukey_psd3d(c.in, psd.get(), c.rval(0), c.rval(1),
                                                 c.rval(2), 0, 0, 0))

@@ -13,7 +13,7 @@ std::string tmp(const std::string& name) { return ::testing::TempDir() + name; }
 
 std::string slurp(const std::string& path) { return t3d::read_file(path); }
 
-int v3d(const std::string& words, std::string* out = nullptr) {
+int v3d_run(const std::string& words, std::string* out = nullptr) {
     const t3d::V3dRun r = t3d::run_v3d(words, ::testing::TempDir());
     if (out) *out = r.out;
     return r.code;
@@ -21,9 +21,9 @@ int v3d(const std::string& words, std::string* out = nullptr) {
 
 TEST(FiltersCli, MediansAgreeAndCoefficientFilesLoad) {
     const std::string size = " --size 9x20x30";
-    ASSERT_EQ(v3d("phantom --out ph.raw" + size), 0);
-    ASSERT_EQ(v3d("median3 --in ph.raw --window 3x3x3 --out a.raw" + size), 0);
-    ASSERT_EQ(v3d("run_median3 --in ph.raw --window 3x3x3 --out b.raw" + size), 0);
+    ASSERT_EQ(v3d_run("phantom --out ph.raw" + size), 0);
+    ASSERT_EQ(v3d_run("median3 --in ph.raw --window 3x3x3 --out a.raw" + size), 0);
+    ASSERT_EQ(v3d_run("run_median3 --in ph.raw --window 3x3x3 --out b.raw" + size), 0);
     EXPECT_EQ(slurp(tmp("a.raw")), slurp(tmp("b.raw")));
     EXPECT_EQ(slurp(tmp("a.raw")).size(), 9u * 20 * 30);
 
@@ -32,17 +32,17 @@ TEST(FiltersCli, MediansAgreeAndCoefficientFilesLoad) {
         f << "3\n3\n3\n";
         for (int i = 0; i < 27; ++i) f << "1\n";
     }
-    ASSERT_EQ(v3d("wei_median3 --in ph.raw --weights-file WIN_UC3D.PAR --out c.raw" + size), 0);
+    ASSERT_EQ(v3d_run("wei_median3 --in ph.raw --weights-file WIN_UC3D.PAR --out c.raw" + size), 0);
     EXPECT_EQ(slurp(tmp("a.raw")), slurp(tmp("c.raw")));
 
     std::string out;
-    EXPECT_EQ(v3d("wei_median3 --in ph.raw --weights-file NONE.PAR --out c.raw" + size, &out), 1);
+    EXPECT_EQ(v3d_run("wei_median3 --in ph.raw --weights-file NONE.PAR --out c.raw" + size, &out), 1);
     EXPECT_NE(out.find("File NONE.PAR not found"), std::string::npos) << out;
-    EXPECT_EQ(v3d("median3 --in ph.raw --window 2x3x3 --out d.raw" + size, &out), 1);
+    EXPECT_EQ(v3d_run("median3 --in ph.raw --window 2x3x3 --out d.raw" + size, &out), 1);
     EXPECT_NE(out.find("Invalid window size"), std::string::npos) << out;
-    EXPECT_EQ(v3d("median3 --in ph.raw --out d.raw" + size), 2);  // no window
+    EXPECT_EQ(v3d_run("median3 --in ph.raw --out d.raw" + size), 2);  // no window
 
-    ASSERT_EQ(v3d("hist3 --in ph.raw --cdf" + size, &out), 0);
+    ASSERT_EQ(v3d_run("hist3 --in ph.raw --cdf" + size, &out), 0);
     EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 257);
     EXPECT_NE(out.find("255 1.0000000"), std::string::npos);
 }

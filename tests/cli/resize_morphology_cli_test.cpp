@@ -13,7 +13,7 @@ long file_size(const std::string& path) {
     return f ? static_cast<long>(f.tellg()) : -1;
 }
 
-int v3d(const std::string& args) { return t3d::run_v3d(args).code; }
+int v3d_run(const std::string& args) { return t3d::run_v3d(args).code; }
 
 TEST(Cli, ResizeAndMorphologyCommands) {
     // a binary 6x8x8 volume: a 4x4x4 cube of 255
@@ -49,13 +49,13 @@ TEST(Cli, ResizeAndMorphologyCommands) {
     };
     for (const auto& run : runs) {
         std::remove(out.c_str());
-        EXPECT_EQ(v3d(run.args), 0) << run.args;
+        EXPECT_EQ(v3d_run(run.args), 0) << run.args;
         EXPECT_EQ(file_size(out), run.bytes) << run.args;
     }
-    EXPECT_EQ(v3d("bdilate3d " + io + "--element cube:2"), 1);         // -521
-    EXPECT_EQ(v3d("bdilate3d " + io + "--element sphere"), 2);         // usage
-    EXPECT_EQ(v3d("bdilate3d " + io), 2);                              // no element
-    EXPECT_EQ(v3d("zoom3d " + io + "--factor 2 --out-size 6x8x8"), 1);  // -520
+    EXPECT_EQ(v3d_run("bdilate3d " + io + "--element cube:2"), 1);         // -521
+    EXPECT_EQ(v3d_run("bdilate3d " + io + "--element sphere"), 2);         // usage
+    EXPECT_EQ(v3d_run("bdilate3d " + io), 2);                              // no element
+    EXPECT_EQ(v3d_run("zoom3d " + io + "--factor 2 --out-size 6x8x8"), 1);  // -520
 }
 
 }  // namespace

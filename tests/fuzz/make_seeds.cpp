@@ -6,14 +6,14 @@
 #include <string>
 
 #include "vexilo3d.h"
+#include "vexilo3d_volume.hpp"
 
 namespace {
 
-struct Vol {
-    Volume v{};
-    Vol(int Z, int Y, int X, int type, int colortype) {
-        InitializeVolume(&v, Z, Y, X, type, colortype);
-        CreateVolume(&v);
+// A small volume with a pattern in every channel.
+struct Vol : v3d::OwnedVolume {
+    Vol(int Z, int Y, int X, int type, int colortype) : OwnedVolume(Z, Y, X, type, colortype) {
+        Volume& v = *get();
         const int n = colortype == 1 ? 1 : 3;
         for (int c = 0; c < n; ++c)
             for (int z = 0; z < Z; ++z)
@@ -25,7 +25,6 @@ struct Vol {
                         else v.data[c].f[z][y][x] = s * 0.5f;
                     }
     }
-    ~Vol() { DestroyVolume(&v); }
 };
 
 bool ok(int status, const std::string& what) {
@@ -43,30 +42,30 @@ int main(int argc, char** argv) {
     const std::string root = std::string(argv[1]) + "/";
     Vol grey(1, 5, 7, 1, 1), colour(1, 4, 6, 1, 2), deep(1, 3, 5, 4, 1), stack(3, 3, 4, 1, 1);
     bool all = true;
-    all &= ok(SaveBmpSequence(&grey.v, (root + "bmp/grey").c_str(), 0, 0, "bmp", 0), "bmp");
-    all &= ok(SaveBmpSequence(&grey.v, (root + "bmp/rle").c_str(), 0, 0, "bmp", 1), "bmp rle");
-    all &= ok(SaveBmpSequence(&colour.v, (root + "bmp/colour").c_str(), 0, 0, "bmp", 0), "bmp");
-    all &= ok(SaveTgaSequence(&grey.v, (root + "tga/grey").c_str(), 0, 0, "tga", 0), "tga");
-    all &= ok(SaveTgaSequence(&grey.v, (root + "tga/greyrle").c_str(), 0, 0, "tga", 1), "tga");
-    all &= ok(SaveTgaSequence(&colour.v, (root + "tga/colour").c_str(), 0, 0, "tga", 0), "tga");
-    all &= ok(SaveTgaSequence(&colour.v, (root + "tga/colourrle").c_str(), 0, 0, "tga", 1), "tga");
-    all &= ok(SaveGifSequence(&grey.v, (root + "gif/plain").c_str(), 0, 0, "gif", 0), "gif");
-    all &= ok(SaveGifSequence(&grey.v, (root + "gif/interlaced").c_str(), 0, 0, "gif", 1), "gif");
-    all &= ok(SaveJpegSequence(&grey.v, (root + "jpeg/grey").c_str(), 0, 0, "jpg", 90), "jpeg");
-    all &= ok(SaveJpegSequence(&colour.v, (root + "jpeg/colour").c_str(), 0, 0, "jpg", 90), "jpeg");
-    all &= ok(SavePnmSequence(&grey.v, (root + "pnm/grey").c_str(), 0, 0, "pgm"), "pgm");
-    all &= ok(SavePnmSequence(&colour.v, (root + "pnm/colour").c_str(), 0, 0, "ppm"), "ppm");
-    all &= ok(SavePnmSequence(&deep.v, (root + "pnm/deep").c_str(), 0, 0, "pgm"), "pgm 16");
+    all &= ok(SaveBmpSequence(grey.get(), (root + "bmp/grey").c_str(), 0, 0, "bmp", 0), "bmp");
+    all &= ok(SaveBmpSequence(grey.get(), (root + "bmp/rle").c_str(), 0, 0, "bmp", 1), "bmp rle");
+    all &= ok(SaveBmpSequence(colour.get(), (root + "bmp/colour").c_str(), 0, 0, "bmp", 0), "bmp");
+    all &= ok(SaveTgaSequence(grey.get(), (root + "tga/grey").c_str(), 0, 0, "tga", 0), "tga");
+    all &= ok(SaveTgaSequence(grey.get(), (root + "tga/greyrle").c_str(), 0, 0, "tga", 1), "tga");
+    all &= ok(SaveTgaSequence(colour.get(), (root + "tga/colour").c_str(), 0, 0, "tga", 0), "tga");
+    all &= ok(SaveTgaSequence(colour.get(), (root + "tga/colourrle").c_str(), 0, 0, "tga", 1), "tga");
+    all &= ok(SaveGifSequence(grey.get(), (root + "gif/plain").c_str(), 0, 0, "gif", 0), "gif");
+    all &= ok(SaveGifSequence(grey.get(), (root + "gif/interlaced").c_str(), 0, 0, "gif", 1), "gif");
+    all &= ok(SaveJpegSequence(grey.get(), (root + "jpeg/grey").c_str(), 0, 0, "jpg", 90), "jpeg");
+    all &= ok(SaveJpegSequence(colour.get(), (root + "jpeg/colour").c_str(), 0, 0, "jpg", 90), "jpeg");
+    all &= ok(SavePnmSequence(grey.get(), (root + "pnm/grey").c_str(), 0, 0, "pgm"), "pgm");
+    all &= ok(SavePnmSequence(colour.get(), (root + "pnm/colour").c_str(), 0, 0, "ppm"), "ppm");
+    all &= ok(SavePnmSequence(deep.get(), (root + "pnm/deep").c_str(), 0, 0, "pgm"), "pgm 16");
     const int compressions[3] = {V3D_TIFF_NONE, V3D_TIFF_LZW, V3D_TIFF_PACKBITS};
     const char* const names[3] = {"none", "lzw", "packbits"};
     for (int i = 0; i < 3; ++i) {
         const std::string n = names[i];
-        all &= ok(savetiff(&grey.v, (root + "tiff/grey_" + n).c_str(), 0, 0, "tif", compressions[i]), "tiff");
-        all &= ok(savetiff(&colour.v, (root + "tiff/colour_" + n).c_str(), 0, 0, "tif", compressions[i]), "tiff");
+        all &= ok(savetiff(grey.get(), (root + "tiff/grey_" + n).c_str(), 0, 0, "tif", compressions[i]), "tiff");
+        all &= ok(savetiff(colour.get(), (root + "tiff/colour_" + n).c_str(), 0, 0, "tif", compressions[i]), "tiff");
     }
-    all &= ok(savetiff(&deep.v, (root + "tiff/deep").c_str(), 0, 0, "tif", V3D_TIFF_NONE), "tiff 16");
-    all &= ok(SaveTiffStack(&stack.v, (root + "tiff_stack/stack").c_str(), "tif", V3D_TIFF_LZW), "stack");
-    all &= ok(SaveTiffStack(&colour.v, (root + "tiff_stack/colour").c_str(), "tif", V3D_TIFF_NONE), "stack");
+    all &= ok(savetiff(deep.get(), (root + "tiff/deep").c_str(), 0, 0, "tif", V3D_TIFF_NONE), "tiff 16");
+    all &= ok(SaveTiffStack(stack.get(), (root + "tiff_stack/stack").c_str(), "tif", V3D_TIFF_LZW), "stack");
+    all &= ok(SaveTiffStack(colour.get(), (root + "tiff_stack/colour").c_str(), "tif", V3D_TIFF_NONE), "stack");
     // raw: three bytes of width, height and type, then the frames
     const unsigned char raw[3 + 2 * 12] = {3, 1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12,
                                            13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24};
