@@ -1,17 +1,18 @@
 // The command line of the workstation: vexilo3d [--size ZxYxX] [--type uc|f|i]
 // [--channels 1|3] [--skip N] [FILE ...] opens raw volume files into new volumes and shows
-// them.
+// them. The options are v3d's raw-volume grammar.
 #pragma once
 
 #include <string>
 #include <vector>
 
+#include "cli/raw_volume_options.h"
+
 namespace app {
 
 struct CommandLine {
     std::vector<std::string> files;
-    int Z = 0, Y = 0, X = 0;
-    int type = 1, colortype = 1, skip = 0;
+    cli::RawVolumeSpec volume;  // every file's size, type, channels and skip
 };
 
 // Parses the arguments (without the program name); false with a reason in error.

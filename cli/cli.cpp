@@ -1,7 +1,6 @@
 #include "cli/cli.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstdlib>
 #include <sstream>
@@ -10,7 +9,7 @@ namespace cli {
 
 const char* const kInOutUsage =
     "--in FILE --size ZxYxX [--type uc|f|i] [--channels 1|3] [--skip N]\n"
-    "    [--voi z1:z2,y1:y2,x1:x2] --out FILE";
+    "    [--voi z1:z2,y1:y2,x1:x2] --out FILE";  // the raw-volume grammar of kRawVolumeUsage
 
 Args::Args(const std::vector<std::string>& words) {
     for (size_t i = 0; i < words.size(); ++i) {
@@ -71,12 +70,9 @@ void Args::check_all_used() const {
 }
 
 int parse_int(const std::string& word, const std::string& what) {
-    errno = 0;
-    char* end = nullptr;
-    const long v = std::strtol(word.c_str(), &end, 10);
-    if (word.empty() || *end != '\0' || errno == ERANGE || v < -2147483647L - 1 || v > 2147483647L)
-        throw UsageError(what + ": '" + word + "' is not an integer");
-    return static_cast<int>(v);
+    int v = 0;
+    if (!whole_number(word, v)) throw UsageError(what + ": '" + word + "' is not an integer");
+    return v;
 }
 
 float parse_float(const std::string& word, const std::string& what) {
@@ -134,22 +130,22 @@ VolumeSpec volume_spec(const Args& args, const std::string& role) {
     s.path = args.text(role);
     const std::string size = role_option(args, role, "size", "");
     if (size.empty()) throw UsageError("missing option --size (ZxYxX) for --" + role);
-    const Triple t = parse_triple(size, "--size");
-    s.Z = t.z;
-    s.Y = t.y;
-    s.X = t.x;
-    s.type = type_code(role_option(args, role, "type", "uc"));
-    const int ch = parse_int(role_option(args, role, "channels", "1"), "--channels");
-    if (ch != 1 && ch != 3) throw UsageError("--channels must be 1 or 3");
-    s.colortype = ch == 1 ? 1 : 2;
-    s.skip = parse_int(role_option(args, role, "skip", "0"), "--skip");
+    const std::pair<const char*, std::string> options[] = {
+        {"size", size},
+        {"type", role_option(args, role, "type", "uc")},
+        {"channels", role_option(args, role, "channels", "1")},
+        {"skip", role_option(args, role, "skip", "0")}};
+    for (const auto& [name, value] : options) {
+        std::string error;
+        set_raw_option(s, name, value, error);
+        if (!error.empty()) throw UsageError(error);
+    }
     return s;
 }
 
 int make_volume(int Z, int Y, int X, int type, int colortype, VolumePtr& out) {
     out.reset(new OwnedVolume);
-    InitializeVolume(out->get(), Z, Y, X, type, colortype);
-    return CreateVolume(out->get());
+    return out->create(Z, Y, X, type, colortype);
 }
 
 int load_volume(const Args& args, const std::string& role, VolumePtr& out) {

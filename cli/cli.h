@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/raw_volume_options.h"
 #include "vexilo3d.h"
 #include "vexilo3d_volume.hpp"
 
@@ -63,11 +64,7 @@ using v3d::OwnedVolume;
 using VolumePtr = std::unique_ptr<OwnedVolume>;
 
 // The description of a raw volume file given on the command line.
-struct VolumeSpec {
-    std::string path;
-    int Z = 0, Y = 0, X = 0;
-    int type = 1, colortype = 1, skip = 0;
-};
+using VolumeSpec = RawVolumeSpec;
 
 // Reads the file description of role ("in", "in2", "se" ...) from its options; roles other than "in" take
 // any option they lack from "in". Does not open the file.

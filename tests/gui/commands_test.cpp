@@ -445,23 +445,6 @@ TEST_F(Commands, SegmentationAdaptersPlantSeedsAndReportCounts) {
     EXPECT_EQ(ui.log.back(), "error: -92");
 }
 
-TEST(CommandLine, ParsesTheSizeTypeAndChannelsOfRawFiles) {
-    app::CommandLine line;
-    std::string error;
-    ASSERT_TRUE(app::parse_command_line({"--size", "64x128x96", "--type", "f", "--channels", "3",
-                                         "a.raw", "b.raw"}, line, error));
-    EXPECT_EQ(std::vector({line.Z, line.Y, line.X, line.type, line.colortype}),
-              std::vector({64, 128, 96, 2, 2}));
-    EXPECT_EQ(line.files.size(), 2u);
-    for (const auto& bad : std::vector<std::vector<std::string>>{
-             {"a.raw"}, {"--size", "4x4"}, {"--channels", "2"}, {"--type", "double"}}) {
-        app::CommandLine refused;
-        EXPECT_FALSE(app::parse_command_line(bad, refused, error)) << bad.at(0);
-    }
-    app::CommandLine none;
-    EXPECT_TRUE(app::parse_command_line({}, none, error));
-}
-
 TEST_F(Commands, CommandLineFilesOpenIntoNewVolumesAndShow) {
     QTemporaryDir dir;
     const QString path = dir.filePath("v.raw");
