@@ -162,6 +162,23 @@ int save_volume(const Args& args, Volume* vol, const std::string& key) {
     return WriteVolume(vol, path.c_str(), 0, vol->Z);
 }
 
+Shape like(const Volume* in) { return {in->Z, in->Y, in->X, in->type, in->colortype}; }
+Shape grey_uc_like(const Volume* in) { return {in->Z, in->Y, in->X, V3D_TYPE_UC, V3D_COLOR_GREY}; }
+
+int run_in_out(const Args& args, const ShapeOf& shape, const Operation& op,
+               bool in_place_allowed) {
+    VolumePtr in, fresh;
+    if (int s = load_volume(args, "in", in)) return s;
+    Volume* out = in->get();
+    if (!in_place_allowed || !args.has("in-place")) {
+        const Shape o = shape(in->get());
+        if (int s = make_volume(o.Z, o.Y, o.X, o.type, o.colortype, fresh)) return s;
+        out = fresh->get();
+    }
+    if (int s = op(in->get(), out)) return s;
+    return save_volume(args, out);
+}
+
 void register_command(const Command& command) {
     auto& list = const_cast<std::vector<Command>&>(commands());
     list.push_back(command);

@@ -10,6 +10,7 @@
 // operator and returns its status; the tool prints the status text and exits 1 on failure.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -79,6 +80,20 @@ int make_volume(int Z, int Y, int X, int type, int colortype, VolumePtr& out);
 
 // Writes every frame of vol to the file named by --out (or --KEY).
 int save_volume(const Args& args, Volume* vol, const std::string& key = "out");
+
+// The shape of a command's output, computed from its input.
+struct Shape {
+    int Z, Y, X, type, colortype;
+};
+Shape like(const Volume* in);          // the input's dimensions, type and colour type
+Shape grey_uc_like(const Volume* in);  // the input's dimensions, one UC channel
+using ShapeOf = std::function<Shape(const Volume*)>;
+using Operation = std::function<int(Volume* in, Volume* out)>;
+
+// The sequence of most commands: loads --in, makes a zeroed output of shape(in) (or, with
+// --in-place where allowed, works on the input itself), runs op(in, out) and writes --out.
+int run_in_out(const Args& args, const ShapeOf& shape, const Operation& op,
+               bool in_place_allowed = false);
 
 int type_code(const std::string& word);        // uc | f | i
 const char* type_word(int type);

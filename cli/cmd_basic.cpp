@@ -11,21 +11,20 @@ using cli::VolumePtr;
 
 // Output of the VOI extent placed at --offset (default 0,0,0), of the given type.
 int run_offset_op(const Args& args, int out_type, int (*op)(Volume*, Volume*, int, int, int)) {
-    VolumePtr in, out;
-    if (int s = cli::load_volume(args, "in", in)) return s;
     const cli::Triple o = args.triple("offset", {0, 0, 0});
-    const Volume* v = in->get();
-    const cli::Triple size = args.triple(
-        "out-size", {o.z + v->z2 - v->z1, o.y + v->y2 - v->y1, o.x + v->x2 - v->x1});
-    if (int s = cli::make_volume(size.z, size.y, size.x, out_type, v->colortype, out)) return s;
-    if (int s = op(in->get(), out->get(), o.z, o.y, o.x)) return s;
-    return cli::save_volume(args, out->get());
+    auto shape = [&](const Volume* v) {
+        const cli::Triple size = args.triple(
+            "out-size", {o.z + v->z2 - v->z1, o.y + v->y2 - v->y1, o.x + v->x2 - v->x1});
+        return cli::Shape{size.z, size.y, size.x, out_type, v->colortype};
+    };
+    return cli::run_in_out(args, shape,
+                           [&](Volume* in, Volume* out) { return op(in, out, o.z, o.y, o.x); });
 }
 
 int run_copy(const Args& a) { return run_offset_op(a, cli::volume_spec(a, "in").type, CopyVolume); }
-int run_f2uc(const Args& a) { return run_offset_op(a, 1, FVolume2UCVolume); }
-int run_f2uc_norm(const Args& a) { return run_offset_op(a, 1, FVolume2UCVolume_norm); }
-int run_uc2f(const Args& a) { return run_offset_op(a, 2, UCVolume2FVolume); }
+int run_f2uc(const Args& a) { return run_offset_op(a, V3D_TYPE_UC, FVolume2UCVolume); }
+int run_f2uc_norm(const Args& a) { return run_offset_op(a, V3D_TYPE_UC, FVolume2UCVolume_norm); }
+int run_uc2f(const Args& a) { return run_offset_op(a, V3D_TYPE_F, UCVolume2FVolume); }
 
 int run_clear(const Args& args) {
     VolumePtr in;
@@ -41,16 +40,11 @@ int run_clear(const Args& args) {
 
 // An output of the input's dimensions, type and colour type.
 int make_output_like(const Volume* in, VolumePtr& out) {
-    return cli::make_volume(in->Z, in->Y, in->X, in->type, in->colortype, out);
+    const cli::Shape s = cli::like(in);
+    return cli::make_volume(s.Z, s.Y, s.X, s.type, s.colortype, out);
 }
 
-int run_symmetric(const Args& args) {
-    VolumePtr in, out;
-    if (int s = cli::load_volume(args, "in", in)) return s;
-    if (int s = make_output_like(in->get(), out)) return s;
-    if (int s = Symmetric3d(in->get(), out->get())) return s;
-    return cli::save_volume(args, out->get());
-}
+int run_symmetric(const Args& args) { return cli::run_in_out(args, cli::like, Symmetric3d); }
 
 int run_logic(const Args& args, int (*op)(Volume*, Volume*, Volume*)) {
     VolumePtr a, b, out;
@@ -113,22 +107,17 @@ int run_dump(const Args& args) {
 }
 
 int run_rotate2d(const Args& args) {
-    VolumePtr in, out;
-    if (int s = cli::load_volume(args, "in", in)) return s;
     const float angle = args.real("angle");
-    if (int s = make_output_like(in->get(), out)) return s;
-    if (int s = RotateVol2d(in->get(), out->get(), angle)) return s;
-    return cli::save_volume(args, out->get());
+    return cli::run_in_out(args, cli::like,
+                           [&](Volume* in, Volume* out) { return RotateVol2d(in, out, angle); });
 }
 
 int run_rotate3d(const Args& args) {
-    VolumePtr in, out;
-    if (int s = cli::load_volume(args, "in", in)) return s;
     const std::vector<float> a = args.reals("angles");
     if (a.size() != 3) throw cli::UsageError("--angles needs three values az,ay,ax");
-    if (int s = make_output_like(in->get(), out)) return s;
-    if (int s = RotateVol3d(in->get(), out->get(), a[0], a[1], a[2])) return s;
-    return cli::save_volume(args, out->get());
+    return cli::run_in_out(args, cli::like, [&](Volume* in, Volume* out) {
+        return RotateVol3d(in, out, a[0], a[1], a[2]);
+    });
 }
 
 // A test volume: nested ellipsoids with smooth intensities, written as UC.

@@ -11,16 +11,12 @@ using cli::Args;
 using cli::VolumePtr;
 
 int make_grey_like(const Volume* in, VolumePtr& out) {
-    return cli::make_volume(in->Z, in->Y, in->X, 1, 1, out);
+    const cli::Shape s = cli::grey_uc_like(in);
+    return cli::make_volume(s.Z, s.Y, s.X, s.type, s.colortype, out);
 }
 
-// Loads --in, makes the output, runs op(in, out) and writes --out.
-template <class Op> int run_in_out(const Args& args, Op&& op) {
-    VolumePtr in, out;
-    if (int s = cli::load_volume(args, "in", in)) return s;
-    if (int s = make_grey_like(in->get(), out)) return s;
-    if (int s = op(in->get(), out->get())) return s;
-    return cli::save_volume(args, out->get());
+int run_in_out(const Args& args, const cli::Operation& op) {
+    return cli::run_in_out(args, cli::grey_uc_like, op);
 }
 
 int run_sobel(const Args& a) { return run_in_out(a, Sobel_3D); }

@@ -11,25 +11,8 @@ using cli::Args;
 using cli::VolumePtr;
 
 // The output: a new zeroed volume like the input, or the input itself with --in-place.
-int prepare_output(const Args& args, VolumePtr& in, VolumePtr& fresh, Volume** out) {
-    if (args.has("in-place")) {
-        *out = in->get();
-        return 0;
-    }
-    const Volume* v = in->get();
-    if (int s = cli::make_volume(v->Z, v->Y, v->X, v->type, v->colortype, fresh)) return s;
-    *out = fresh->get();
-    return 0;
-}
-
-// Loads --in, prepares the output, runs op(in, out) and writes --out.
-template <class Op> int run_in_out(const Args& args, Op op) {
-    VolumePtr in, fresh;
-    Volume* out = nullptr;
-    if (int s = cli::load_volume(args, "in", in)) return s;
-    if (int s = prepare_output(args, in, fresh, &out)) return s;
-    if (int s = op(in->get(), out)) return s;
-    return cli::save_volume(args, out);
+int run_in_out(const Args& args, const cli::Operation& op) {
+    return cli::run_in_out(args, cli::like, op, true);
 }
 
 using WindowFilter = int (*)(Volume*, Volume*, int, int, int);

@@ -22,13 +22,12 @@ int dim(long long n) { return n < 1 ? 1 : n > INT_MAX ? INT_MAX : static_cast<in
 // Loads --in, makes an output of --out-size (default: the size the command computes from the
 // input), runs the operator on both and writes the output.
 int run_sized(const Args& args, const std::function<Triple(const Volume*)>& size,
-              const std::function<int(Volume*, Volume*)>& op) {
-    VolumePtr in, out;
-    if (int s = cli::load_volume(args, "in", in)) return s;
-    const Triple t = args.has("out-size") ? args.triple("out-size") : size(in->get());
-    if (int s = cli::make_volume(t.z, t.y, t.x, 1, in->get()->colortype, out)) return s;
-    if (int s = op(in->get(), out->get())) return s;
-    return cli::save_volume(args, out->get());
+              const cli::Operation& op) {
+    auto shape = [&](const Volume* in) {
+        const Triple t = args.has("out-size") ? args.triple("out-size") : size(in);
+        return cli::Shape{t.z, t.y, t.x, V3D_TYPE_UC, in->colortype};
+    };
+    return cli::run_in_out(args, shape, op);
 }
 
 Triple origin(const Args& args) { return args.triple("origin", {0, 0, 0}); }

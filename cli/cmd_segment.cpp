@@ -11,17 +11,14 @@ using cli::VolumePtr;
 
 // A zeroed grey UC output of the input's dimensions.
 int make_output(const VolumePtr& in, VolumePtr& out) {
-    const Volume* v = in->get();
-    return cli::make_volume(v->Z, v->Y, v->X, 1, 1, out);
+    const cli::Shape s = cli::grey_uc_like(in->get());
+    return cli::make_volume(s.Z, s.Y, s.X, s.type, s.colortype, out);
 }
 
 int run_threshold(const Args& args) {
-    VolumePtr in, out;
-    if (int s = cli::load_volume(args, "in", in)) return s;
     const int threshold = args.integer("threshold");
-    if (int s = make_output(in, out)) return s;
-    if (int s = threshold_3d(in->get(), out->get(), threshold)) return s;
-    return cli::save_volume(args, out->get());
+    return cli::run_in_out(args, cli::grey_uc_like,
+                           [&](Volume* in, Volume* out) { return threshold_3d(in, out, threshold); });
 }
 
 int run_grow(const Args& args) {

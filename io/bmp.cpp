@@ -209,9 +209,10 @@ int write_bmp_frame(Volume* v, int z, const std::string& path, int rle8) {
     return save_bytes(path, out);
 }
 
-const FrameFormatOps kBmp = {decode_bmp, nullptr, kBadInputDims, write_bmp_frame, kUC};
 
 }  // namespace
+
+const FrameFormatOps kBmpFrames = {decode_bmp, nullptr, kBadInputDims, write_bmp_frame, kUC};
 
 int decode_bmp(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink) {
     BmpInfo b;
@@ -224,13 +225,6 @@ int decode_bmp(const std::uint8_t* data, std::size_t size, ImageHeader* header, 
                               : decode_plain(data, size, b, *sink, out);
 }
 
-int check_bmp(const char* base, int first, int digits, const char* ext, int count,
-              ImageSequenceInfo* info) {
-    return check_frame_sequence(kBmp, base, first, digits, ext, count, info);
-}
-int read_bmp(Volume* vol, const char* base, int first, int digits, const char* ext, int count) {
-    return read_frame_sequence(kBmp, vol, base, first, digits, ext, count);
-}
 int write_bmp(Volume* vol, const char* base, int first, int digits, const char* ext) {
     return SaveBmpSequence(vol, base, first, digits, ext, 0);
 }
@@ -242,5 +236,5 @@ extern "C" int SaveBmpSequence(Volume* vol, const char* base, int first, int dig
     using namespace v3d;
     V3D_CHECK(CheckVolume(vol, kUC, kAnyColor));
     if (rle8 != 0 && (rle8 != 1 || vol->colortype != kGrey)) return kInvalidParams;
-    return write_frame_sequence(kBmp, vol, base, first, digits, ext, rle8);
+    return write_frame_sequence(kBmpFrames, vol, base, first, digits, ext, rle8);
 }

@@ -275,9 +275,10 @@ int write_gif_frame(Volume* v, int z, const std::string& path, int interlaced) {
     return save_bytes(path, out);
 }
 
-const FrameFormatOps kGif = {decode_gif, nullptr, kBadInputDims, write_gif_frame, kUC};
 
 }  // namespace
+
+const FrameFormatOps kGifFrames = {decode_gif, nullptr, kBadInputDims, write_gif_frame, kUC};
 
 int decode_gif(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink) {
     GifImage g;
@@ -288,13 +289,6 @@ int decode_gif(const std::uint8_t* data, std::size_t size, ImageHeader* header, 
     return decode_lzw(data, size, g, *sink);
 }
 
-int check_gif(const char* base, int first, int digits, const char* ext, int count,
-              ImageSequenceInfo* info) {
-    return check_frame_sequence(kGif, base, first, digits, ext, count, info);
-}
-int read_gif(Volume* vol, const char* base, int first, int digits, const char* ext, int count) {
-    return read_frame_sequence(kGif, vol, base, first, digits, ext, count);
-}
 int write_gif(Volume* vol, const char* base, int first, int digits, const char* ext) {
     return SaveGifSequence(vol, base, first, digits, ext, 0);
 }
@@ -307,5 +301,5 @@ extern "C" int SaveGifSequence(Volume* vol, const char* base, int first, int dig
     V3D_CHECK(CheckVolume(vol, kUC, kGrey));
     if (interlaced != 0 && interlaced != 1) return kInvalidParams;
     if (vol->X > 65535 || vol->Y > 65535) return kInvalidParams;
-    return write_frame_sequence(kGif, vol, base, first, digits, ext, interlaced);
+    return write_frame_sequence(kGifFrames, vol, base, first, digits, ext, interlaced);
 }

@@ -146,6 +146,20 @@ int tiff_decode_page(TiffFile* t, ImageHeader* header, RowSink* sink);  // 0 or 
 int tiff_write_page(TiffFile* t, Volume* vol, int z, int compression, int page, int pages);
 bool tiff_compression_ok(int compression);  // none, LZW or PackBits
 
+// The operations of the frame formats (one file each), and the table's check and read entries
+// of a frame format.
+extern const FrameFormatOps kTiffFrames, kBmpFrames, kTgaFrames, kGifFrames, kJpegFrames,
+    kPnmFrames;
+template <const FrameFormatOps& F>
+int check_frames(const char* base, int first, int digits, const char* ext, int count,
+                 ImageSequenceInfo* info) {
+    return check_frame_sequence(F, base, first, digits, ext, count, info);
+}
+template <const FrameFormatOps& F>
+int read_frames(Volume* vol, const char* base, int first, int digits, const char* ext, int count) {
+    return read_frame_sequence(F, vol, base, first, digits, ext, count);
+}
+
 // The format table's entries (one file each).
 int check_raw_frames(const char*, int, int, const char*, int, ImageSequenceInfo*);
 int read_raw_frames(Volume*, const char*, int, int, const char*, int);
@@ -156,23 +170,11 @@ int write_raw_volume(Volume*, const char*, int, int, const char*);
 int check_raw_rgb(const char*, int, int, const char*, int, ImageSequenceInfo*);
 int read_raw_rgb(Volume*, const char*, int, int, const char*, int);
 int write_raw_rgb(Volume*, const char*, int, int, const char*);
-int check_tiff(const char*, int, int, const char*, int, ImageSequenceInfo*);
-int read_tiff(Volume*, const char*, int, int, const char*, int);
 int write_tiff(Volume*, const char*, int, int, const char*);
-int check_bmp(const char*, int, int, const char*, int, ImageSequenceInfo*);
-int read_bmp(Volume*, const char*, int, int, const char*, int);
 int write_bmp(Volume*, const char*, int, int, const char*);
-int check_tga(const char*, int, int, const char*, int, ImageSequenceInfo*);
-int read_tga(Volume*, const char*, int, int, const char*, int);
 int write_tga(Volume*, const char*, int, int, const char*);
-int check_gif(const char*, int, int, const char*, int, ImageSequenceInfo*);
-int read_gif(Volume*, const char*, int, int, const char*, int);
 int write_gif(Volume*, const char*, int, int, const char*);
-int check_jpeg(const char*, int, int, const char*, int, ImageSequenceInfo*);
-int read_jpeg(Volume*, const char*, int, int, const char*, int);
 int write_jpeg(Volume*, const char*, int, int, const char*);
-int check_pnm(const char*, int, int, const char*, int, ImageSequenceInfo*);
-int read_pnm(Volume*, const char*, int, int, const char*, int);
 int write_pnm(Volume*, const char*, int, int, const char*);
 int check_tiff_stack(const char*, int, int, const char*, int, ImageSequenceInfo*);
 int read_tiff_stack(Volume*, const char*, int, int, const char*, int);

@@ -159,9 +159,10 @@ int write_jpeg_frame(Volume* v, int z, const std::string& path, int quality) {
     return status != kOk ? status : (closed ? kOk : kFwrite);
 }
 
-const FrameFormatOps kJpeg = {decode_jpeg, nullptr, kBadInputDims, write_jpeg_frame, kUC};
 
 }  // namespace
+
+const FrameFormatOps kJpegFrames = {decode_jpeg, nullptr, kBadInputDims, write_jpeg_frame, kUC};
 
 int decode_jpeg(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink) {
     if (size == 0 || size > 0xffffffffu) return kJpegRead;
@@ -178,13 +179,6 @@ int decode_jpeg(const std::uint8_t* data, std::size_t size, ImageHeader* header,
     return status;
 }
 
-int check_jpeg(const char* base, int first, int digits, const char* ext, int count,
-               ImageSequenceInfo* info) {
-    return check_frame_sequence(kJpeg, base, first, digits, ext, count, info);
-}
-int read_jpeg(Volume* vol, const char* base, int first, int digits, const char* ext, int count) {
-    return read_frame_sequence(kJpeg, vol, base, first, digits, ext, count);
-}
 int write_jpeg(Volume* vol, const char* base, int first, int digits, const char* ext) {
     return SaveJpegSequence(vol, base, first, digits, ext, 95);
 }
@@ -197,5 +191,5 @@ extern "C" int SaveJpegSequence(Volume* vol, const char* base, int first, int di
     V3D_CHECK(CheckVolume(vol, kUC, kAnyColor));
     if (quality < 1 || quality > 100) return kInvalidParams;
     if (vol->X > 65500 || vol->Y > 65500) return kInvalidParams;
-    return write_frame_sequence(kJpeg, vol, base, first, digits, ext, quality);
+    return write_frame_sequence(kJpegFrames, vol, base, first, digits, ext, quality);
 }

@@ -63,9 +63,10 @@ int write_pnm_frame(Volume* v, int z, const std::string& path, int) {
     return save_bytes(path, out);
 }
 
-const FrameFormatOps kPnm = {decode_pnm, nullptr, kBadInputDims, write_pnm_frame, kUC | kI};
 
 }  // namespace
+
+const FrameFormatOps kPnmFrames = {decode_pnm, nullptr, kBadInputDims, write_pnm_frame, kUC | kI};
 
 int decode_pnm(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink) {
     ImageHeader h;
@@ -86,13 +87,6 @@ int decode_pnm(const std::uint8_t* data, std::size_t size, ImageHeader* header, 
     return kOk;
 }
 
-int check_pnm(const char* base, int first, int digits, const char* ext, int count,
-              ImageSequenceInfo* info) {
-    return check_frame_sequence(kPnm, base, first, digits, ext, count, info);
-}
-int read_pnm(Volume* vol, const char* base, int first, int digits, const char* ext, int count) {
-    return read_frame_sequence(kPnm, vol, base, first, digits, ext, count);
-}
 int write_pnm(Volume* vol, const char* base, int first, int digits, const char* ext) {
     return SavePnmSequence(vol, base, first, digits, ext);
 }
@@ -104,5 +98,5 @@ extern "C" int SavePnmSequence(Volume* vol, const char* base, int first, int dig
     using namespace v3d;
     V3D_CHECK(CheckVolume(vol, kUC | kI, kAnyColor));
     if (vol->type == kI && vol->colortype != kGrey) return kWrongColor;
-    return write_frame_sequence(kPnm, vol, base, first, digits, ext, 0);
+    return write_frame_sequence(kPnmFrames, vol, base, first, digits, ext, 0);
 }

@@ -140,9 +140,10 @@ int write_tga_frame(Volume* v, int z, const std::string& path, int rle) {
     return save_bytes(path, out);
 }
 
-const FrameFormatOps kTga = {decode_tga, nullptr, kBadInputDims, write_tga_frame, kUC};
 
 }  // namespace
+
+const FrameFormatOps kTgaFrames = {decode_tga, nullptr, kBadInputDims, write_tga_frame, kUC};
 
 int decode_tga(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink) {
     TgaInfo t;
@@ -153,13 +154,6 @@ int decode_tga(const std::uint8_t* data, std::size_t size, ImageHeader* header, 
     return decode_pixels(data, size, t, *sink);
 }
 
-int check_tga(const char* base, int first, int digits, const char* ext, int count,
-              ImageSequenceInfo* info) {
-    return check_frame_sequence(kTga, base, first, digits, ext, count, info);
-}
-int read_tga(Volume* vol, const char* base, int first, int digits, const char* ext, int count) {
-    return read_frame_sequence(kTga, vol, base, first, digits, ext, count);
-}
 int write_tga(Volume* vol, const char* base, int first, int digits, const char* ext) {
     return SaveTgaSequence(vol, base, first, digits, ext, 0);
 }
@@ -172,5 +166,5 @@ extern "C" int SaveTgaSequence(Volume* vol, const char* base, int first, int dig
     V3D_CHECK(CheckVolume(vol, kUC, kAnyColor));
     if (rle != 0 && rle != 1) return kInvalidParams;
     if (vol->X > 65535 || vol->Y > 65535) return kInvalidParams;
-    return write_frame_sequence(kTga, vol, base, first, digits, ext, rle);
+    return write_frame_sequence(kTgaFrames, vol, base, first, digits, ext, rle);
 }

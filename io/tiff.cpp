@@ -161,10 +161,11 @@ int write_tiff_frame(Volume* v, int z, const std::string& path, int compression)
     return status;
 }
 
-const FrameFormatOps kTiffFrames = {nullptr, decode_tiff_file, kTiffSequence, write_tiff_frame,
-                                    kUC | kI};
 
 }  // namespace
+
+const FrameFormatOps kTiffFrames = {nullptr, decode_tiff_file, kTiffSequence, write_tiff_frame,
+                                    kUC | kI};
 
 TiffFile* tiff_open_file(const char* path, const char* mode) {
     TIFFOpenOptions* o = quiet_options();
@@ -270,13 +271,6 @@ int decode_tiff(const std::uint8_t* data, std::size_t size, ImageHeader* header,
     return status;
 }
 
-int check_tiff(const char* base, int first, int digits, const char* ext, int count,
-               ImageSequenceInfo* info) {
-    return check_frame_sequence(kTiffFrames, base, first, digits, ext, count, info);
-}
-int read_tiff(Volume* vol, const char* base, int first, int digits, const char* ext, int count) {
-    return read_frame_sequence(kTiffFrames, vol, base, first, digits, ext, count);
-}
 int write_tiff(Volume* vol, const char* base, int first, int digits, const char* ext) {
     return savetiff(vol, base, first, digits, ext, V3D_TIFF_NONE);
 }
