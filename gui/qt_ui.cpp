@@ -26,21 +26,25 @@ QString caption() { return res::text(res::kCaption); }
 // error_handler's box loads the message into a buffer of 120 characters.
 QString message_of(int code) { return QString::fromLatin1(res::text(code)).left(119); }
 
+// Runs dialog modally; on OK its answer (what result reads from it) goes to request.
+template <class Dialog, class Request, class Result>
+bool answer(Dialog& dialog, Request& request, Result (Dialog::*result)() const) {
+    if (dialog.exec() != QDialog::Accepted) return false;
+    request = (dialog.*result)();
+    return true;
+}
+
 }  // namespace
 
 bool QtUi::select(const SelectRequest& request, Selection& result) {
     VolumeSelectDialog dialog(request, owner_);
-    if (dialog.exec() != QDialog::Accepted) return false;
-    result = dialog.selection();
-    return true;
+    return answer(dialog, result, &VolumeSelectDialog::selection);
 }
 
 bool QtUi::ask_values(const std::string& caption, const std::vector<std::string>& labels,
                       std::vector<std::string>& texts) {
     ValuesDialog dialog(QString::fromStdString(caption), labels, owner_);
-    if (dialog.exec() != QDialog::Accepted) return false;
-    texts = dialog.texts();
-    return true;
+    return answer(dialog, texts, &ValuesDialog::texts);
 }
 
 bool QtUi::ask_yes_no(const std::string& text) {
@@ -83,16 +87,12 @@ bool QtUi::pick_colour(int rgb[3]) {
 
 bool QtUi::ask_format(FormatRequest& request) {
     FormatDialog dialog(request, owner_);
-    if (dialog.exec() != QDialog::Accepted) return false;
-    request = dialog.request();
-    return true;
+    return answer(dialog, request, &FormatDialog::request);
 }
 
 bool QtUi::create_volume(CreateRequest& request) {
     CreateVolumeDialog dialog(owner_);
-    if (dialog.exec() != QDialog::Accepted) return false;
-    request = dialog.request();
-    return true;
+    return answer(dialog, request, &CreateVolumeDialog::request);
 }
 
 void QtUi::destroy_volumes(const std::string& caption) {
@@ -112,16 +112,12 @@ bool QtUi::set_voi() {
 
 bool QtUi::ask_levels(Volume* vol, LevelsRequest& request) {
     LevelsDialog dialog(vol, owner_);
-    if (dialog.exec() != QDialog::Accepted) return false;
-    request = dialog.levels();
-    return true;
+    return answer(dialog, request, &LevelsDialog::levels);
 }
 
 bool QtUi::ask_options(OptionsRequest& request) {
     OptionsDialog dialog(request, owner_);
-    if (dialog.exec() != QDialog::Accepted) return false;
-    request = dialog.result();
-    return true;
+    return answer(dialog, request, &OptionsDialog::result);
 }
 
 bool QtUi::pixel_input(Volume*) {

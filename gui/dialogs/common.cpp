@@ -43,6 +43,15 @@ QHBoxLayout* ok_cancel(QDialog* d, QPushButton*& ok, bool with_cancel) {
     return row;
 }
 
+void texts_and_ok(QDialog* d, const char* name, std::initializer_list<const char*> texts) {
+    d->setObjectName(name);
+    d->setWindowTitle(name);
+    auto* main = new QVBoxLayout(d);
+    for (const char* t : texts) main->addWidget(new QLabel(t, d));
+    QPushButton* ok;
+    main->addLayout(ok_cancel(d, ok, false));
+}
+
 std::string text_of(const QLineEdit* e) { return e->text().toLatin1().toStdString(); }
 
 QListWidget* volume_list(QWidget* parent, QVBoxLayout* column) {

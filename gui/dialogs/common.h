@@ -5,6 +5,7 @@
 
 #include <QDialog>
 #include <QString>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,9 @@ QLineEdit* make_edit(int id, QWidget* parent);
 QPushButton* make_button(int id, const char* text, QWidget* parent);
 // OK (1) and Cancel (2) in a row; OK is the default button.
 QHBoxLayout* ok_cancel(QDialog* d, QPushButton*& ok, bool with_cancel = true);
+
+// Lays out a dialog of static texts over an OK button, titled and named name.
+void texts_and_ok(QDialog* d, const char* name, std::initializer_list<const char*> texts);
 
 // The text of a field as the rules read it.
 std::string text_of(const QLineEdit* e);

@@ -1,20 +1,12 @@
 #include "gui/dialogs/options.h"
 
 #include <QCheckBox>
-#include <QComboBox>
-#include <QFileDialog>
-#include <QFileInfo>
 #include <QFormLayout>
 #include <QGroupBox>
-#include <QHBoxLayout>
-#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QVBoxLayout>
-
-#include "app/formats.h"
-#include "app/services.h"
 
 namespace gui {
 
