@@ -65,9 +65,9 @@ void expect_case(uint32_t seed, int range, std::array<int, 3> w, const Rule& rul
 void expect_filter(BoxFilter filter, const Rule& rule, int range = 256) {
     for (int threads : {1, 3}) {
         v3d::set_thread_count(threads);
-        for (const auto& [wz, wy, wx] : kShapes)
-            expect_case(static_cast<uint32_t>(wz * 100 + wy * 10 + wx), range, {wz, wy, wx}, rule,
-                        [&](Volume* i, Volume* o) { return filter(i, o, wz, wy, wx); });
+        for (const auto& w : kShapes)
+            expect_case(static_cast<uint32_t>(w[0] * 100 + w[1] * 10 + w[2]), range, w, rule,
+                        [&](Volume* i, Volume* o) { return filter(i, o, w[0], w[1], w[2]); });
     }
     v3d::set_thread_count(0);
 }
@@ -111,7 +111,7 @@ TEST(BoxFilters, LargeWindowsTakeTheGeneralPaths) {
 }
 
 TEST(BoxFilters, InPlaceReadsReplacedValues) {
-    for (auto [filter, rule] : {std::pair{median3, kMedian}, std::pair{mov_ave3, kMean}}) {
+    for (auto [filter, rule] : {std::pair{&median3, kMedian}, std::pair{&mov_ave3, kMean}}) {
         Case a(8);
         const auto expected = reference(&a.in, &a.in, 3, 3, 5, rule, true);
         ASSERT_EQ(filter(&a.in, &a.in, 3, 3, 5), 0);
