@@ -97,10 +97,11 @@ bool ask_values(const ValueSpec& v, CommandContext& c) {
     std::vector<std::string> labels, texts;
     for (int i = 0; i < v.count(); ++i) labels.push_back(res::text(v.labels[i]));
     if (!ui().ask_values(res::text(v.caption), labels, texts)) return false;
-    for (const auto& t : texts) {
+    for (size_t k = 0; k < texts.size(); ++k) {
         int i = 0;
         float f = 0.f;
-        if (v.real ? !parse_float(t, f) : !parse_int(t, i)) {
+        const bool real = v.real & (1u << k);
+        if (real ? !parse_float(texts[k], f) : !parse_int(texts[k], i)) {
             error_handler(V3D_ERR_INVALID_PARAMS);
             return false;
         }
@@ -131,6 +132,21 @@ void report(const CommandSpec& row, CommandContext& c) {
         DisplayVolume(c.out ? c.out : c.in);
         break;
     }
+}
+
+// The second input or auxiliary volume ("Select Volume"); asked after the output, the slots
+// of the input and output are left out of its list.
+bool select_second(const CommandSpec& row, CommandContext& c) {
+    SelectRequest r;
+    r.kind = SelectKind::Other;
+    r.typemask = row.second.typemask;
+    r.colormask = row.second.colormask;
+    r.caption = res::text(row.second.caption ? row.second.caption : res::kSelectVolume);
+    if (row.second_after_output) r.exclude = chosen_slots(c);
+    Selection s;
+    if (!ui().select(r, s) || !s.vol) return false;
+    c.second = s.vol;
+    return true;
 }
 
 // The output dialog, the same-volume refusal and the preparation of the output; false when
@@ -167,6 +183,13 @@ bool select_output(int caption, const Volume* in, bool in_place, int Z, int Y, i
 }
 
 }  // namespace
+
+std::vector<int> chosen_slots(const CommandContext& c) {
+    std::vector<int> slots;
+    for (const Volume* v : {c.in, c.out})
+        if (v) slots.push_back(GetVolumeIndex(const_cast<Volume*>(v)));
+    return slots;
+}
 
 int further_output(CommandContext& c, int caption, int type, int Z, int Y, int X, Volume*& out) {
     bool created = false;
@@ -212,13 +235,7 @@ void run_pattern(const CommandSpec& row) {
             return;
         c.in = s.vol;
     }
-    if (row.second.typemask) {
-        Selection s2;
-        if (!select_volume(SelectKind::Other, row.second.typemask, row.second.colormask,
-                           row.second.caption, res::kSelectVolume, s2) || !s2.vol)
-            return;
-        c.second = s2.vol;
-    }
+    if (row.second.typemask && !row.second_after_output && !select_second(row, c)) return;
     const ValueSpec values = row.values_for && c.in ? row.values_for(c.in) : row.values;
     if (values.caption && !ask_values(values, c)) return;
     if (row.options && !row.options(c)) return;
@@ -232,6 +249,10 @@ void run_pattern(const CommandSpec& row) {
         if (!select_output(row.out_caption, c.in, row.in_place, Z, Y, X, type, color,
                            !row.at_least, c.out, created, nullptr, c.output_as_chosen))
             return;
+    }
+    if (row.second.typemask && row.second_after_output && !select_second(row, c)) {
+        if (created) DestroyVolume(c.out);
+        return;
     }
 
     WaitCursor wait;

@@ -29,6 +29,9 @@ using Handler = void (*)(const struct CommandSpec&);
 // Output data type of a row: none (no output selection), the input's, or a fixed type.
 enum : int { kNoOutput = -1, kSameType = 0 };
 
+// ValueSpec::real for a value dialog whose every value is real.
+constexpr unsigned kAllReal = 0xF;
+
 enum class After {
     Nothing,
     Display,             // DisplayVolume(output)
@@ -40,7 +43,8 @@ enum class After {
 struct ValueSpec {
     int caption = 0;                 // string id; 0: no value dialog
     int labels[4] = {0, 0, 0, 0};    // string ids
-    bool real = false;               // parsed with "%f" instead of "%d"
+    // the values parsed with "%f" instead of "%d", one bit per value (value i: bit i)
+    unsigned real = 0;
     int count() const;
 };
 
@@ -56,6 +60,9 @@ struct CommandSpec {
     int in_caption = 0;              // string ids; 0: the plain captions
     int out_caption = 0;
     VolumeSpec second;               // second input or auxiliary volume
+    // the auxiliary volume is asked after the output, the slots chosen as input and output
+    // left out of its list (the structuring element of the morphology rows)
+    bool second_after_output = false;
     ValueSpec values;
     ValueSpec (*values_for)(Volume* in) = nullptr;  // values that depend on the input
     // an options dialog after the values ("Interpolation Options" ...): false ends the command
@@ -134,6 +141,9 @@ using v3d::OwnedVolume;
 // first (exactly Z x Y x X of type, one channel; the same volume as the input or the first
 // output is -525). 0 with out set, kReported when cancelled or declined, or a status to show.
 int further_output(CommandContext& c, int caption, int type, int Z, int Y, int X, Volume*& out);
+
+// The slots chosen as the command's input and output so far.
+std::vector<int> chosen_slots(const CommandContext& c);
 
 // Adapters that turn a library operator into a row's operation.
 template <int (*F)(Volume*, Volume*)> int unary_op(CommandContext& c) { return F(c.in, c.out); }

@@ -13,6 +13,7 @@ namespace {
 UserInterface* g_ui = nullptr;
 Workspace* g_workspace = nullptr;
 AppState g_state;
+int g_projection_types[2] = {-1, -1};
 
 // Notices of the library (the restricted edition's refusal) become a warning box.
 void library_notice(int code) {
@@ -21,6 +22,18 @@ void library_notice(int code) {
 }  // namespace
 
 UserInterface& ui() { return *g_ui; }
+
+namespace {
+int g_wait_depth = 0;
+}  // namespace
+
+WaitCursor::WaitCursor() {
+    if (g_wait_depth++ == 0) ui().set_wait(true);
+}
+WaitCursor::~WaitCursor() {
+    if (--g_wait_depth == 0) ui().set_wait(false);
+}
+int WaitCursor::depth() { return g_wait_depth; }
 void set_ui(UserInterface* ui) { g_ui = ui; }
 Workspace* workspace() { return g_workspace; }
 void set_workspace(Workspace* workspace) { g_workspace = workspace; }
@@ -45,6 +58,8 @@ bool initialise_application() {
     }
     s.levels[0].assign(s.grey_levels, 0);
     s.levels[1].assign(s.grey_levels, 0);
+    g_projection_types[0] = RegisterProjectionType();
+    g_projection_types[1] = RegisterProjectionType();
     return true;
 }
 
@@ -59,6 +74,9 @@ void reset_all_vois() {
         if (v && v->type) fill_in_VOI(v, 0, v->Z, 0, v->Y, 0, v->X);
     }
 }
+
+int gallery_projection_type() { return g_projection_types[0]; }
+int alignment_projection_type() { return g_projection_types[1]; }
 
 std::string display_title(int index, int first, int last, int current) {
     return res::format(res::kDisplayTitle, index, first, last, current);

@@ -35,4 +35,9 @@ void reset_all_vois();
 // "vol %d [fr %d-%d,%d]"
 std::string display_title(int index, int first, int last, int current);
 
+// The two projection types registered at start-up: the frame gallery's and the manual
+// alignment tool's.
+int gallery_projection_type();
+int alignment_projection_type();
+
 }  // namespace app

@@ -93,7 +93,9 @@ public:
     virtual bool pixel_input(Volume* vol) = 0;
     virtual void about() = 0;
 
-    // The hourglass while a command computes; set_wait(false) is harmless when not waiting.
+    // The hourglass while a command computes (WaitCursor turns it on and off); set_wait(false)
+    // is harmless when not waiting. Dialogs, message boxes and pickers show the arrow whatever
+    // the state.
     virtual void set_wait(bool on) = 0;
 };
 
@@ -101,13 +103,16 @@ public:
 UserInterface& ui();
 void set_ui(UserInterface* ui);
 
-// Sets the hourglass for its scope.
+// Sets the hourglass for its scope. Guards nest: only the outermost one restores the arrow,
+// so a step that waits inside a waiting command cannot end the hourglass early.
 class WaitCursor {
 public:
-    WaitCursor() { ui().set_wait(true); }
-    ~WaitCursor() { ui().set_wait(false); }
+    WaitCursor();
+    ~WaitCursor();
     WaitCursor(const WaitCursor&) = delete;
     WaitCursor& operator=(const WaitCursor&) = delete;
+    // How many guards are alive.
+    static int depth();
 };
 
 

@@ -26,6 +26,16 @@ QString caption() { return res::text(res::kCaption); }
 // error_handler's box loads the message into a buffer of 120 characters.
 QString message_of(int code) { return QString::fromLatin1(res::text(code)).left(119); }
 
+// Dialogs, message boxes and pickers show the arrow over whatever cursor is set, restored
+// when they close.
+class ArrowCursor {
+public:
+    ArrowCursor() { QApplication::setOverrideCursor(Qt::ArrowCursor); }
+    ~ArrowCursor() { QApplication::restoreOverrideCursor(); }
+    ArrowCursor(const ArrowCursor&) = delete;
+    ArrowCursor& operator=(const ArrowCursor&) = delete;
+};
+
 // Runs dialog modally; on OK its answer (what result reads from it) goes to request.
 template <class Dialog, class Request, class Result>
 bool answer(Dialog& dialog, Request& request, Result (Dialog::*result)() const) {
@@ -37,26 +47,31 @@ bool answer(Dialog& dialog, Request& request, Result (Dialog::*result)() const) 
 }  // namespace
 
 bool QtUi::select(const SelectRequest& request, Selection& result) {
+    ArrowCursor arrow;
     VolumeSelectDialog dialog(request, owner_);
     return answer(dialog, result, &VolumeSelectDialog::selection);
 }
 
 bool QtUi::ask_values(const std::string& caption, const std::vector<std::string>& labels,
                       std::vector<std::string>& texts) {
+    ArrowCursor arrow;
     ValuesDialog dialog(QString::fromStdString(caption), labels, owner_);
     return answer(dialog, texts, &ValuesDialog::texts);
 }
 
 bool QtUi::ask_yes_no(const std::string& text) {
+    ArrowCursor arrow;
     return QMessageBox::question(owner_, caption(), QString::fromStdString(text),
                                  QMessageBox::Yes | QMessageBox::No) == QMessageBox::Yes;
 }
 
 void QtUi::show_error(int code) {
+    ArrowCursor arrow;
     QMessageBox::critical(owner_, caption(), message_of(code));
 }
 
 void QtUi::show_message(const std::string& text, const std::string& title, Icon icon) {
+    ArrowCursor arrow;
     QMessageBox box(owner_);
     box.setWindowTitle(QString::fromStdString(title));
     box.setText(QString::fromStdString(text));
@@ -71,12 +86,14 @@ void QtUi::show_message(const std::string& text, const std::string& title, Icon 
 }
 
 std::string QtUi::pick_save_file(const std::string& title, const std::string& filter) {
+    ArrowCursor arrow;
     return QFileDialog::getSaveFileName(owner_, QString::fromStdString(title), QString(),
                                         QString::fromStdString(filter))
         .toStdString();
 }
 
 bool QtUi::pick_colour(int rgb[3]) {
+    ArrowCursor arrow;
     const QColor c = QColorDialog::getColor(Qt::white, owner_);
     if (!c.isValid()) return false;
     rgb[0] = c.red();
@@ -86,41 +103,49 @@ bool QtUi::pick_colour(int rgb[3]) {
 }
 
 bool QtUi::ask_format(FormatRequest& request) {
+    ArrowCursor arrow;
     FormatDialog dialog(request, owner_);
     return answer(dialog, request, &FormatDialog::request);
 }
 
 bool QtUi::create_volume(CreateRequest& request) {
+    ArrowCursor arrow;
     CreateVolumeDialog dialog(owner_);
     return answer(dialog, request, &CreateVolumeDialog::request);
 }
 
 void QtUi::destroy_volumes(const std::string& caption) {
+    ArrowCursor arrow;
     DestroyVolumeDialog dialog(QString::fromStdString(caption), owner_);
     dialog.exec();
 }
 
 void QtUi::show_state() {
+    ArrowCursor arrow;
     VolumeInfoDialog dialog(VolumeInfoDialog::State, owner_);
     dialog.exec();
 }
 
 bool QtUi::set_voi() {
+    ArrowCursor arrow;
     VolumeInfoDialog dialog(VolumeInfoDialog::SetVoi, owner_);
     return dialog.exec() == QDialog::Accepted;
 }
 
 bool QtUi::ask_levels(Volume* vol, LevelsRequest& request) {
+    ArrowCursor arrow;
     LevelsDialog dialog(vol, owner_);
     return answer(dialog, request, &LevelsDialog::levels);
 }
 
 bool QtUi::ask_options(OptionsRequest& request) {
+    ArrowCursor arrow;
     OptionsDialog dialog(request, owner_);
     return answer(dialog, request, &OptionsDialog::result);
 }
 
 bool QtUi::pixel_input(Volume*) {
+    ArrowCursor arrow;
     // not modal: the display windows must take the clicks meanwhile
     PixelInputDialog dialog(owner_);
     QEventLoop loop;
@@ -131,6 +156,7 @@ bool QtUi::pixel_input(Volume*) {
 }
 
 void QtUi::about() {
+    ArrowCursor arrow;
     AboutDialog dialog(owner_);
     dialog.exec();
 }

@@ -33,6 +33,7 @@ public:
     std::vector<app::SelectRequest> requests;
     bool waiting = false;
     int wait_calls = 0;
+    std::string wait_trace;          // '+' hourglass on, '-' off
 
     // script helpers
     ScriptedUi& pick(int slot) { return push({.slot = slot}); }
@@ -109,6 +110,7 @@ public:
     void about() override { log.push_back("about"); }
     void set_wait(bool on) override {
         waiting = on;
+        wait_trace += on ? '+' : '-';
         if (on) ++wait_calls;
     }
 

@@ -11,13 +11,12 @@ namespace app {
 namespace {
 const ValueSpec kWindow = {res::kWindowDims, {res::kXDim, res::kYDim, res::kZDim}};
 const ValueSpec kCubic = {res::kWindowDims, {res::kCubicWindow}};
-const ValueSpec kWindowNoise = {res::kWindowDimsNoise,
-                                {res::kXDim, res::kYDim, res::kZDim, res::kNoiseVariance}, true};
+// the window sizes are read with "%d", the noise variance, real by nature, with "%f"
+const ValueSpec kWindowNoise = {
+    res::kWindowDimsNoise, {res::kXDim, res::kYDim, res::kZDim, res::kNoiseVariance}, 1u << 3};
 
-// every value is read with "%f"; the window sizes are their whole parts
 int local_adapt_op(CommandContext& c) {
-    return local_adapt_filt3(c.in, c.out, c.rval(3), static_cast<int>(c.rval(2)),
-                             static_cast<int>(c.rval(1)), static_cast<int>(c.rval(0)));
+    return local_adapt_filt3(c.in, c.out, c.rval(3), c.ival(2), c.ival(1), c.ival(0));
 }
 
 // A coefficient file that could not be loaded: its message, and the command ends.
@@ -51,6 +50,7 @@ int weighted_median_op(CommandContext& c) {
         r.typemask = V3D_TYPE_UC;
         r.colormask = V3D_COLOR_GREY;
         r.caption = res::text(res::kWeightsVolume);
+        r.exclude = chosen_slots(c);
         Selection s;
         if (!ui().select(r, s) || !s.vol) return kReported;
         weights = s.vol;

@@ -18,7 +18,8 @@ void add_morphology_commands(std::vector<CommandSpec>& rows) {
                  {cmd::kOpening, "&Opening", se_op<bopening3d>},
                  {cmd::kClosing, "&Closing", se_op<bclosing3d>}};
     for (const auto& r : kRows)
-        rows.push_back({.id = r.id, .text = r.text, .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY, .second = se,
+        rows.push_back({.id = r.id, .text = r.text, .typemask = V3D_TYPE_UC,
+                        .colormask = V3D_COLOR_GREY, .second = se, .second_after_output = true,
                         .out_type = kSameType, .in_place = false, .op = r.op});
 }
 

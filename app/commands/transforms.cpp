@@ -115,7 +115,9 @@ void add_transform_commands(std::vector<CommandSpec>& rows) {
     rows.push_back({.id = cmd::kSpectrum, .text = "&Spectrum magnitude", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .out_type = kSameType, .op = spectrum_op});
     rows.push_back({.id = cmd::kBlackmanTukey, .text = "&Blackman Tukey PSD", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
-                    .values = {res::kAttenuation, {res::kXCoef, res::kYCoef, res::kZCoef}, true},
+                    // attenuation coefficients are real by nature: read with "%f"
+                    .values = {res::kAttenuation, {res::kXCoef, res::kYCoef, res::kZCoef},
+                               kAllReal},
                     .out_type = kSameType, .op = psd_op});
 }
 

@@ -36,7 +36,7 @@ ValueSpec clear_values(Volume* in) {
         v.labels[1] = res::kChannel2;
         v.labels[2] = res::kChannel3;
     }
-    v.real = true;
+    v.real = kAllReal;
     return v;
 }
 

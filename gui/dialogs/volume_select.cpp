@@ -68,7 +68,6 @@ VolumeSelectDialog::VolumeSelectDialog(const app::SelectRequest& request, QWidge
     ok_->setEnabled(false);
     list_->setFocus();
     connect(list_, &QListWidget::itemSelectionChanged, this, &VolumeSelectDialog::selected);
-    connect(list_, &QListWidget::itemDoubleClicked, this, &VolumeSelectDialog::accept);
 }
 
 void VolumeSelectDialog::selected() {

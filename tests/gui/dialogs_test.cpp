@@ -1,5 +1,6 @@
 // The dialogs as offscreen widgets: control ids, texts, enabling rules and validation.
 #include <QCheckBox>
+#include <QTest>
 #include <QComboBox>
 #include <QFile>
 #include <QLabel>
@@ -64,6 +65,22 @@ app::SelectRequest request(app::SelectKind kind, int typemask = 7, int colormask
     r.colormask = colormask;
     r.caption = "Caption";
     return r;
+}
+
+// A double-click selects the entry; only OK ends the dialog.
+TEST_F(Dialogs, DoubleClickSelectsWithoutEndingTheDialog) {
+    make(2, 2, 2);
+    gui::VolumeSelectDialog d(request(app::SelectKind::Other));
+    d.show();
+    auto* list = control<QListWidget>(&d, 604);
+    const QRect item = list->visualItemRect(list->item(0));
+    QTest::mouseDClick(list->viewport(), Qt::LeftButton, Qt::NoModifier, item.center());
+    EXPECT_TRUE(enabled(&d, 1));
+    EXPECT_TRUE(d.isVisible());
+    EXPECT_EQ(d.result(), 0);
+    ok(&d);
+    EXPECT_EQ(d.result(), 1);
+    EXPECT_EQ(d.selection().slot, 0);
 }
 
 TEST_F(Dialogs, InputDialogEnablesOnSelectionAndValidatesTheVoi) {

@@ -1,5 +1,6 @@
 // The workstation's own user interface: real message boxes and dialogs, answered by a timer.
 #include <QAbstractButton>
+#include <QCursor>
 #include <QApplication>
 #include <QDir>
 #include <QListWidget>
@@ -80,6 +81,28 @@ TEST_F(QtUiTest, MessageBoxesCarryTheirCaptionIconAndText) {
     EXPECT_EQ(seen.title, "VEXILO 3.4  for Windows");
     EXPECT_EQ(seen.text, "Volume (nonzero points) = 1");
     EXPECT_EQ(seen.icon, QMessageBox::Information);
+    app::set_ui(&ui);
+}
+
+// While a command computes, every box and dialog it opens shows the arrow; the hourglass
+// returns when it closes.
+TEST_F(QtUiTest, DialogsShowTheArrowWhileTheCommandWaits) {
+    gui::QtUi qt(window.get());
+    app::set_ui(&qt);
+    {
+        app::WaitCursor wait;
+        ASSERT_NE(QApplication::overrideCursor(), nullptr);
+        EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+        Qt::CursorShape during = Qt::WaitCursor;
+        when_shown([&](QWidget* w) {
+            during = QApplication::overrideCursor()->shape();
+            read_and_press(w, QMessageBox::Yes);
+        });
+        EXPECT_TRUE(app::ConfirmInputModification());
+        EXPECT_EQ(during, Qt::ArrowCursor);
+        EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+    }
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
     app::set_ui(&ui);
 }
 
