@@ -19,6 +19,8 @@
 #include "res/commands.h"
 #include "res/menu.h"
 #include "res/strings.h"
+#include "app/tools/coordinates.h"
+#include "view/coordinates_window.h"
 #include "view/frame_display.h"
 #include "view/plot_window.h"
 
@@ -109,6 +111,46 @@ QAction* MainWindow::action(int id) const {
 void MainWindow::run_command(int id) {
     app::dispatch(id);
     // unknown ids and every command go on to the module router once modules exist
+    // "Display Coordinates" is checked exactly while the read-out is shown
+    if (QAction* coords = action(res::cmd::kDisplayCoordinates))
+        coords->setChecked(app::coordinates_shown());
+}
+
+bool MainWindow::show_coordinates(bool show) {
+    if (!show) {
+        if (coordinates_) coordinates_->hide();
+        return true;
+    }
+    if (!coordinates_) {
+        coordinates_ = new view::CoordinatesWindow(res::text(res::kCoordinates), this);
+        connect(coordinates_, &view::CoordinatesWindow::space_chosen, this, [this](int space) {
+            app::set_colour_space(space);
+            coordinates_->check_space(space);
+            readout_changed();
+        });
+        connect(coordinates_, &view::CoordinatesWindow::close_chosen, this,
+                &MainWindow::hide_coordinates);
+        connect(coordinates_, &QObject::destroyed, this, [] { app::set_coordinates_shown(false); });
+    }
+    readout_changed();
+    coordinates_->show();
+    return true;
+}
+
+// "Close" of the read-out's menu: hidden, the item unchecked.
+void MainWindow::hide_coordinates() {
+    if (coordinates_) coordinates_->hide();
+    app::set_coordinates_shown(false);
+    if (QAction* coords = action(res::cmd::kDisplayCoordinates)) coords->setChecked(false);
+    activateWindow();
+}
+
+void MainWindow::readout_changed() {
+    if (!coordinates_) return;
+    const app::Readout& r = app::readout();
+    coordinates_->show_texts(
+        QString::fromStdString(app::position_text(r)),
+        QString::fromStdString(app::colour_text(r, app::colour_space(), app::state().white)));
 }
 
 QMdiSubWindow* MainWindow::add_child(QWidget* widget, const char* window_class,
@@ -194,6 +236,9 @@ bool MainWindow::open_display(int mode, Volume* vol, double delay, int first, in
     if (!sub) return false;
     connect_display(d);
     grey_size_items(sub);
+    // moving over the window's frame or caption blanks the read-out
+    sub->setMouseTracking(true);
+    sub->installEventFilter(this);
     if (QMenu* menu = sub->systemMenu()) {
         menu->addSeparator();
         menu->addAction(res::text(res::kZoomIn), d, &view::FrameDisplay::zoom_in)->setData(0);
@@ -244,6 +289,9 @@ void MainWindow::shut_down() {
 }
 
 bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (qobject_cast<QMdiSubWindow*>(watched) &&
+        (event->type() == QEvent::MouseMove || event->type() == QEvent::HoverMove))
+        app::left_images();
     if (watched == mdi_->viewport()) {
         if (event->type() == QEvent::MouseButtonPress &&
             static_cast<QMouseEvent*>(event)->button() == Qt::RightButton) {

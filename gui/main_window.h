@@ -8,6 +8,7 @@
 #include <QPointer>
 
 #include "app/workspace.h"
+#include "view/coordinates_window.h"
 
 class QMdiArea;
 class QMdiSubWindow;
@@ -54,7 +55,12 @@ public:
     bool open_display(int mode, Volume* vol, double delay, int first, int last,
                       int placement) override;
     bool open_plot(const std::string& title, const std::vector<float>& values) override;
+    bool show_coordinates(bool show) override;
+    void readout_changed() override;
     void exit() override;
+
+    // The coordinates read-out, once it was shown.
+    view::CoordinatesWindow* coordinates() const { return coordinates_; }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -63,9 +69,11 @@ protected:
 private:
     void build_menu();
     void connect_display(view::FrameDisplay* display);
+    void hide_coordinates();
     void shut_down();
 
     QMdiArea* mdi_;
+    QPointer<view::CoordinatesWindow> coordinates_;
     bool shut_down_ = false;
 };
 

@@ -2,6 +2,7 @@
 #include "app/command_table.h"
 #include "app/services.h"
 #include "app/state.h"
+#include "app/tools/coordinates.h"
 #include "res/commands.h"
 #include "res/strings.h"
 
@@ -29,6 +30,16 @@ void open_display(int mode, int colormask) {
         error_handler(res::kEnoughWindows);
 }
 
+// Shows the read-out when it is hidden (creating it the first time), hides it otherwise.
+void toggle_coordinates(const CommandSpec&) {
+    const bool show = !coordinates_shown();
+    if (!workspace() || !workspace()->show_coordinates(show)) {
+        error_handler(res::kCannotCreateWindow);
+        return;
+    }
+    set_coordinates_shown(show);
+}
+
 void bw_display(const CommandSpec&) { open_display(kBlackAndWhite, V3D_COLOR_GREY); }
 void color_display(const CommandSpec&) { open_display(kColour, V3D_COLOR_RGB); }
 
@@ -44,7 +55,8 @@ void add_view_commands(std::vector<CommandSpec>& rows) {
     rows.push_back({.id = cmd::kViewSections, .text = "View &Sections", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .after = After::Nothing});
     rows.push_back({.id = cmd::kFrameGallery, .text = "&Frame Gallery", .after = After::Nothing});
-    rows.push_back({.id = cmd::kDisplayCoordinates, .text = "D&isplay Coordinates", .after = After::Nothing});
+    rows.push_back({.id = cmd::kDisplayCoordinates, .text = "D&isplay Coordinates",
+                    .after = After::Nothing, .custom = toggle_coordinates});
     rows.push_back({.id = cmd::kManualAlignment, .text = "Manual Frame A&lignment", .typemask = V3D_TYPE_UC,
                     .colormask = V3D_COLOR_ANY, .in_caption = res::kSelectInput, .out_type = kSameType,
                     .in_place = false, .after = After::Nothing});

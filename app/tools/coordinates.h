@@ -2,6 +2,8 @@
 // voxel under the mouse) and whether its window is shown.
 #pragma once
 
+#include <string>
+
 #include "vexilo3d.h"
 
 namespace app {
@@ -19,6 +21,16 @@ void store_readout(const Readout& r);
 
 bool coordinates_shown();
 void set_coordinates_shown(bool shown);
+
+// The colour space of the read-out's right field, as the ids of its pop-up menu.
+enum ColourSpace : int { kRgb = 2, kXyz = 3, kLab = 4, kHls = 5 };
+int colour_space();
+void set_colour_space(int space);
+
+// The two fields of the read-out: the position, and the colour in space (white: the reference
+// white of Lab).
+std::string position_text(const Readout& r);
+std::string colour_text(const Readout& r, int space, const double white[3]);
 
 // The colour of voxel (z, y, x) on the 0..255 scale of a grey or colour display: R = G = B
 // for one channel; F and I voxels give their own values. False outside the volume.

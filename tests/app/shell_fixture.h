@@ -21,6 +21,8 @@ struct RecordingWorkspace : app::Workspace {
     bool open_display(int, Volume*, double, int, int, int) override { return true; }
     bool open_plot(const std::string&, const std::vector<float>&) override { return true; }
     void readout_changed() override { ++readouts; }
+    bool coordinates_window = true;  // false: the read-out cannot be created
+    bool show_coordinates(bool) override { return coordinates_window; }
     void exit() override {}
 };
 

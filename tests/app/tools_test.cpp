@@ -1,5 +1,6 @@
 // Clicks go to the active tools newest first; Write Voxel and the seed collector; the
 // coordinates read-out's values.
+#include "app/command_table.h"
 #include "app/services.h"
 #include "app/tools/seeds.h"
 #include "app/tools/tools.h"
@@ -94,6 +95,42 @@ TEST_F(Tools, ReadoutCarriesTheVoxelsOwnValueAndBlanksOutsideTheImage) {
     app::voxel_hovered(colour, 0, 2, 0);  // outside the frame
     EXPECT_EQ(app::readout().mode, app::kBlankReadout);
     EXPECT_EQ(app::readout().G, 0);
+}
+
+}  // namespace
+}  // namespace t3d
+
+namespace t3d {
+namespace {
+
+std::string colour(double R, double G, double B, int space) {
+    const double white[3] = {1.0, 1.0, 1.0};
+    return app::colour_text({0, 0, 0, 0, R, G, B}, space, white);
+}
+
+TEST(Readout, FieldsInEachColourSpace) {
+    EXPECT_EQ(app::position_text({0, 7, 12, 3, 0, 0, 0}), "  X = 007  Y= 012  Z = 003");
+    EXPECT_EQ(colour(12.9, 200.2, 255, app::kRgb), "R = 012  G = 200  B = 255");
+    // the Y row of the matrix sums to 1.001
+    EXPECT_EQ(colour(255, 255, 255, app::kXyz), "X = 255.000  Y = 255.255  Z = 255.000");
+    // black: f(0) = 0.13793103, so L = 116.04 f - 16 is just above 0
+    EXPECT_EQ(colour(0, 0, 0, app::kLab), "L = 0.006  a = 0.000  b = 0.000");
+    EXPECT_EQ(colour(255, 0, 0, app::kHls), "H = 0.000  L = 0.500  S = 1.000");
+    EXPECT_EQ(colour(0, 127.6, 0, app::kHls), "H = 120.000  L = 0.251  S = 1.000");
+    EXPECT_EQ(colour(0, 0, 255, app::kHls), "H = 240.000  L = 0.500  S = 1.000");
+    EXPECT_EQ(colour(255, 0, 128, app::kHls), "H = 329.882  L = 0.500  S = 1.000");
+    EXPECT_EQ(colour(90, 90, 90, app::kHls), "H = 0.000  L = 0.353  S = 0.000");  // grey
+}
+
+TEST_F(Tools, DisplayCoordinatesTogglesTheReadoutAndReportsAWindowThatCannotBeMade) {
+    EXPECT_TRUE(app::dispatch(res::cmd::kDisplayCoordinates));
+    EXPECT_TRUE(app::coordinates_shown());
+    app::dispatch(res::cmd::kDisplayCoordinates);
+    EXPECT_FALSE(app::coordinates_shown());
+    workspace.coordinates_window = false;
+    app::dispatch(res::cmd::kDisplayCoordinates);
+    EXPECT_FALSE(app::coordinates_shown());
+    EXPECT_EQ(ui.log.back(), "error: 723");
 }
 
 }  // namespace
