@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QMdiSubWindow>
+#include <QMessageBox>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPointer>
@@ -9,7 +10,12 @@
 #include <QStyle>
 #include <QToolButton>
 #include <algorithm>
+#include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
 #include <cmath>
+#include <cstdlib>
 
 
 namespace view {
@@ -29,42 +35,83 @@ unsigned char to_byte(const Volume* v, int c, int z, int y, int x) {
     }
 }
 
-// While a movie plays: a left click on its window stops it; every other user input waits.
-class MovieStop : public QObject {
+bool is_input(QEvent::Type type) {
+    switch (type) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::MouseMove:
+    case QEvent::NonClientAreaMouseButtonPress:
+    case QEvent::NonClientAreaMouseButtonRelease:
+    case QEvent::NonClientAreaMouseButtonDblClick:
+    case QEvent::NonClientAreaMouseMove:
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+    case QEvent::ShortcutOverride:
+    case QEvent::Wheel:
+    case QEvent::TouchBegin:
+    case QEvent::TouchUpdate:
+    case QEvent::TouchEnd:
+    case QEvent::ContextMenu:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool is_left_press(const QEvent* e) {
+    return (e->type() == QEvent::MouseButtonPress ||
+            e->type() == QEvent::NonClientAreaMouseButtonPress) &&
+           static_cast<const QMouseEvent*>(e)->button() == Qt::LeftButton;
+}
+
+}  // namespace
+
+// While a movie plays, the user's input is held back and none of it is lost: a left press on
+// the display window, its client area or its frame, asks the movie to stop, and every held
+// event, that press included, is delivered again in order when the movie has ended (so a press
+// on a bar button acts after the stop). Input from the window system reaches the window-system
+// window first: that is where it is held, the press recognised by where it happened.
+class InputHold : public QObject {
 public:
-    explicit MovieStop(QWidget* window) : window_(window) { qApp->installEventFilter(this); }
-    ~MovieStop() override { qApp->removeEventFilter(this); }
-    bool stopped = false;
+    explicit InputHold(QWidget* window) : window_(window) { qApp->installEventFilter(this); }
+    ~InputHold() override {
+        qApp->removeEventFilter(this);
+        for (auto& [receiver, event] : held_)
+            if (receiver) QCoreApplication::postEvent(receiver, event.release());
+    }
+    InputHold(const InputHold&) = delete;
+    InputHold& operator=(const InputHold&) = delete;
+    bool stop_requested() const { return stop_; }
 
 protected:
-    bool eventFilter(QObject* object, QEvent* event) override {
-        switch (event->type()) {
-        case QEvent::MouseButtonPress:
-        case QEvent::NonClientAreaMouseButtonPress:
-            if (static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton && ours(object))
-                stopped = true;
-            return true;
-        case QEvent::MouseButtonRelease:
-        case QEvent::MouseButtonDblClick:
-        case QEvent::MouseMove:
-        case QEvent::KeyPress:
-        case QEvent::KeyRelease:
-        case QEvent::Wheel:
-        case QEvent::NonClientAreaMouseButtonRelease:
-        case QEvent::NonClientAreaMouseButtonDblClick:
-            return true;
-        default:
-            return false;
-        }
+    bool eventFilter(QObject* receiver, QEvent* event) override {
+        if (!is_input(event->type())) return false;
+        if (is_left_press(event) && over_window(receiver, static_cast<QMouseEvent*>(event)))
+            stop_ = true;
+        held_.emplace_back(receiver, std::unique_ptr<QEvent>(event->clone()));
+        return true;
     }
 
 private:
-    bool ours(QObject* object) const {
-        auto* w = qobject_cast<QWidget*>(object);
-        return w && window_ && (w == window_ || window_->isAncestorOf(w));
+    bool over_window(QObject* receiver, const QMouseEvent* e) const {
+        if (!window_) return false;
+        auto* hit = qobject_cast<QWidget*>(receiver);
+        if (!hit) {  // the window-system window: the widget under the press
+            QWidget* top = window_->window();
+            const QPoint at = top->mapFromGlobal(e->globalPosition().toPoint());
+            hit = top->childAt(at);
+            if (!hit && top->rect().contains(at)) hit = top;
+        }
+        return hit && (hit == window_ || window_->isAncestorOf(hit));
     }
+
     QPointer<QWidget> window_;
+    std::vector<std::pair<QPointer<QObject>, std::unique_ptr<QEvent>>> held_;
+    bool stop_ = false;
 };
+
+namespace {
 
 const int kButtonIds[6] = {11, 14, 12, 13, 10, 15};
 
@@ -114,7 +161,7 @@ bool DisplayPane::voxel_at(QPoint pos, int& x, int& y) const {
 void DisplayPane::paintEvent(QPaintEvent*) {
     QPainter painter(viewport());
     painter.fillRect(viewport()->rect(), Qt::black);
-    painter.drawImage(0, 0, owner_->frame_image());
+    painter.drawImage(0, 0, owner_->picture());
 }
 
 void DisplayPane::mouseMoveEvent(QMouseEvent* event) {
@@ -131,7 +178,7 @@ void DisplayPane::mousePressEvent(QMouseEvent* event) {
         emit owner_->voxel_clicked(owner_->current(), y, x, event->button());
 }
 
-void DisplayPane::scrollContentsBy(int, int) { viewport()->update(); }
+void DisplayPane::scrollContentsBy(int, int) { owner_->refresh(); }
 
 void DisplayPane::leaveEvent(QEvent*) { emit owner_->image_left(); }
 
@@ -192,28 +239,37 @@ void FrameDisplay::relayout() {
         buttons_[i]->setGeometry(i * bw, 0, i == n - 1 ? client_w - i * bw : bw, kButtonBarHeight);
     setFixedSize(client_w, client_h);
     if (auto* sub = qobject_cast<QMdiSubWindow*>(parentWidget())) sub->adjustSize();
-    pane_->viewport()->update();
+    refresh();
 }
 
 // The frame becomes the current one and is painted at once (a movie does not wait for the
-// event loop).
-void FrameDisplay::show_frame(int frame) {
+// event loop), from picture when it was made already.
+void FrameDisplay::show_frame(int frame, QImage picture) {
     current_ = frame;
+    picture_ = std::move(picture);
     emit frame_shown(frame);
     pane_->viewport()->repaint();
 }
 
-QImage FrameDisplay::frame_image() const {
+const QImage& FrameDisplay::picture() {
+    if (picture_.isNull()) picture_ = frame_image();
+    return picture_;
+}
+
+QImage FrameDisplay::frame_image() const { return frame_image_of(current_); }
+
+QImage FrameDisplay::frame_image_of(int frame) const {
     const int w = visible_.width(), h = visible_.height();
     const bool colour = vol_->colortype != 1;
     QImage image(w, h, colour ? QImage::Format_RGB888 : QImage::Format_Indexed8);
+    if (image.isNull()) return image;  // no memory for the picture
     if (!colour) {
         QVector<QRgb> grey(256);
         for (int i = 0; i < 256; ++i) grey[i] = qRgb(i, i, i);
         image.setColorTable(grey);
     }
     image.fill(0);
-    if (!vol_->type || current_ < 0 || current_ >= vol_->Z) return image;
+    if (!vol_->type || frame < 0 || frame >= vol_->Z) return image;
     const int sx = pane_->horizontalScrollBar()->value(), sy = pane_->verticalScrollBar()->value();
     for (int j = 0; j < h; ++j) {
         const int y = (sy + j) * step_;
@@ -223,15 +279,18 @@ QImage FrameDisplay::frame_image() const {
             const int x = (sx + i) * step_;
             if (x >= vol_->X) break;
             if (colour)
-                for (int c = 0; c < 3; ++c) row[3 * i + c] = to_byte(vol_, c, current_, y, x);
+                for (int c = 0; c < 3; ++c) row[3 * i + c] = to_byte(vol_, c, frame, y, x);
             else
-                row[i] = to_byte(vol_, 0, current_, y, x);
+                row[i] = to_byte(vol_, 0, frame, y, x);
         }
     }
     return image;
 }
 
-void FrameDisplay::refresh() { pane_->viewport()->update(); }
+void FrameDisplay::refresh() {
+    picture_ = QImage();
+    pane_->viewport()->update();
+}
 
 void FrameDisplay::step_to(int frame) {
     show_frame(frame);
@@ -247,33 +306,56 @@ void FrameDisplay::command(int id) {
     case 14:
         if (current_ - 1 >= first_) step_to(current_ - 1);
         break;
-    case 10: play(+1); break;
-    case 11: play(-1); break;
+    case 10:
+    case 11:
     case 15:
-        while (!play(+1) && !play(-1)) {
-        }
+        play_movie(id);
         break;
     default:  // 12: a click on the window stops a running movie
         break;
     }
 }
 
-bool FrameDisplay::play(int dir) {
+// 10 forward, 11 backward, 15 forward and backward until a play is stopped. The held input is
+// delivered when the movie has ended.
+void FrameDisplay::play_movie(int id) {
     QPointer<FrameDisplay> self(this);
-    MovieStop stop(parentWidget() ? parentWidget() : this);
+    QWidget* window = parentWidget() ? parentWidget() : this;
+    InputHold hold(window);
     playing_ = true;
-    bool stopped = false;
-    for (int f = current_; dir > 0 ? f <= last_ : f >= first_; f += dir) {
-        show_frame(f);
-        QCoreApplication::processEvents();
-        if (!self) return true;
-        if (stop.stopped) {
-            stopped = true;
-            break;
+    if (id == 10) play(+1, hold);
+    if (id == 11) play(-1, hold);
+    if (id == 15)
+        while (self && !play(+1, hold) && self && !play(-1, hold)) {
         }
+    if (self) playing_ = false;
+}
+
+// Shows the frames from the current one to the end of the range (dir +1) or its start (-1),
+// each as soon as it is made; true when a press on the window stopped it (the frame shown
+// then stays the current one).
+bool FrameDisplay::play(int dir, const InputHold& hold) {
+    QPointer<FrameDisplay> self(this);
+    for (int f = current_; dir > 0 ? f <= last_ : f >= first_; f += dir) {
+        QImage picture = frame_image_of(f);
+        if (picture.isNull() || drawing_fails_) {
+            drawing_failure_handler()();
+            return true;
+        }
+        show_frame(f, std::move(picture));
+        QCoreApplication::processEvents();
+        if (!self || hold.stop_requested()) return true;
     }
-    playing_ = false;
-    return stopped;
+    return false;
+}
+
+std::function<void()>& FrameDisplay::drawing_failure_handler() {
+    // the movie cannot go on without its picture: the program ends, as it always has
+    static std::function<void()> handler = [] {
+        QMessageBox::critical(nullptr, "Ooops", "BitBlt failed");
+        std::exit(1);
+    };
+    return handler;
 }
 
 void FrameDisplay::zoom_in() {

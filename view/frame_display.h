@@ -9,6 +9,7 @@
 #include <QAbstractScrollArea>
 #include <QImage>
 #include <QWidget>
+#include <functional>
 
 #include "vexilo3d.h"
 
@@ -17,6 +18,7 @@ class QToolButton;
 namespace view {
 
 class FrameDisplay;
+class InputHold;
 
 // The image pane: the current frame sampled every step-th voxel from the scroll position.
 class DisplayPane : public QAbstractScrollArea {
@@ -68,6 +70,14 @@ public:
     void refresh();
     // The visible part of the current frame as the pane paints it.
     QImage frame_image() const;
+    // What the pane shows: the picture of the current frame, made when first needed.
+    const QImage& picture();
+
+    // What happens when a movie cannot make its picture: by default "BitBlt failed" captioned
+    // "Ooops", then the program ends with exit code 1. Tests put their own handler here and
+    // make the drawing fail on purpose.
+    static std::function<void()>& drawing_failure_handler();
+    static void set_drawing_fails(bool fails) { drawing_fails_ = fails; }
 
 signals:
     // The current frame changed by stepping (contour following steps its partner along).
@@ -82,11 +92,11 @@ signals:
 
 private:
     void relayout();
-    void show_frame(int frame);
+    void show_frame(int frame, QImage picture = QImage());
     void step_to(int frame);
-    // Plays from the current frame towards the end of the range (dir +1) or its start (-1);
-    // true when a click stopped it.
-    bool play(int dir);
+    void play_movie(int id);
+    bool play(int dir, const InputHold& hold);
+    QImage frame_image_of(int frame) const;
 
     Volume* vol_;
     int mode_, first_, last_, current_;
@@ -98,6 +108,8 @@ private:
     QWidget* bar_;
     QList<QToolButton*> buttons_;
     bool playing_ = false;
+    QImage picture_;
+    static inline bool drawing_fails_ = false;
 };
 
 }  // namespace view

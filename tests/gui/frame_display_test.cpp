@@ -4,8 +4,10 @@
 #include <QMdiSubWindow>
 #include <QMenu>
 #include <QMouseEvent>
+#include <QPointer>
 #include <QScrollBar>
 #include <QStyle>
+#include <QTest>
 #include <QToolButton>
 
 #include "fixture.h"
@@ -66,26 +68,102 @@ TEST_F(FrameDisplayTest, SteppingStaysInsideTheRangeAndRetitles) {
     EXPECT_EQ(single->windowTitle(), "vol 1 [fr 0-0,0]");
 }
 
-TEST_F(FrameDisplayTest, MoviesPlayToTheEndOfTheRangeUnlessAClickStopsThem) {
+// Movies take clicks the way a user gives them: through the window system, at the shown frame
+// window, while a frame is on the screen.
+class Movie : public FrameDisplayTest {
+protected:
+    void SetUp() override {
+        FrameDisplayTest::SetUp();
+        window->resize(900, 700);
+        window->show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+    }
+    static QToolButton* button(FrameDisplay* d, int id) {
+        return d->findChild<QToolButton*>(QString::number(id));
+    }
+    // A press and a release of the left button at `at` of target, given to the frame window's
+    // window-system window.
+    static void system_click(QWidget* target, QPoint at) {
+        QWidget* top = target->window();
+        QTest::mouseClick(top->windowHandle(), Qt::LeftButton, {}, target->mapTo(top, at));
+    }
+    // Clicks the bar button `id` of `target` when `d` shows frame k (the first time). A movie
+    // that the click did not stop is stopped after 200 more frames by a press handed straight
+    // to its pane, so that the test ends and fails.
+    void click_when_shown(FrameDisplay* d, int k, FrameDisplay* target, int id) {
+        auto after_click = std::make_shared<int>(-1);
+        QObject::connect(d, &FrameDisplay::frame_shown, d, [=](int frame) {
+            if (*after_click >= 0 && ++*after_click == 200) click(d->pane()->viewport(), {1, 1}, true);
+            if (frame != k || *after_click >= 0) return;
+            *after_click = 0;
+            system_click(button(target, id), button(target, id)->rect().center());
+        });
+    }
+    static void deliver_held_input() { QCoreApplication::processEvents(); }
+};
+
+TEST_F(Movie, PlayRunsToTheEndOfTheRangeAndAClickThereStopsItThenActs) {
     Volume* v = ramp(8, 4, 4);
-    auto d = open(v, 2, 6);
+    FrameDisplay* d = open(v, 0, 7);
     d->command(10);
-    EXPECT_EQ(d->current(), 6);
-    EXPECT_EQ(d->windowTitle(), "vol 0 [fr 2-6,6]");
+    EXPECT_EQ(d->current(), 7);
+    EXPECT_EQ(d->windowTitle(), "vol 0 [fr 0-7,7]");
     d->command(11);
+    EXPECT_EQ(d->current(), 0);
+
+    click_when_shown(d, 3, d, 13);        // "next" pressed while frame 3 is shown
+    d->command(10);
+    EXPECT_EQ(d->current(), 3);           // stopped there
+    deliver_held_input();
+    EXPECT_EQ(d->current(), 4);           // and the press acts after the stop
+}
+
+TEST_F(Movie, StopButtonStopsTheMovieAndDoesNothingMore) {
+    Volume* v = ramp(8, 4, 4);
+    FrameDisplay* d = open(v, 0, 7);
+    click_when_shown(d, 2, d, 12);
+    d->command(10);
     EXPECT_EQ(d->current(), 2);
-    d->command(13);                               // 3
-    click(d->pane()->viewport(), {1, 1}, true);   // waiting when the movie starts
+    deliver_held_input();
+    EXPECT_EQ(d->current(), 2);
+}
+
+TEST_F(Movie, BackAndForthEndsOnlyWhenClicked) {
+    Volume* v = ramp(8, 4, 4);
+    FrameDisplay* d = open(v, 0, 7);
+    click_when_shown(d, 5, d, 14);        // on the way forward
+    d->command(15);
+    EXPECT_EQ(d->current(), 5);
+    deliver_held_input();
+    EXPECT_EQ(d->current(), 4);           // "previous" acted
+}
+
+TEST_F(Movie, InputElsewhereWaitsAndIsNotLost) {
+    Volume* v = ramp(8, 4, 4);
+    FrameDisplay* d = open(v, 0, 7);
+    FrameDisplay* other = open(ramp(8, 4, 4), 0, 7);
+    d->parentWidget()->move(0, 0);
+    other->parentWidget()->move(400, 0);
+    click_when_shown(d, 3, other, 13);    // another window's "next"
     d->command(10);
-    EXPECT_EQ(d->current(), 3);                   // stopped on the first frame shown
-    click(d->pane()->viewport(), {1, 1}, true);
-    d->command(15);                               // forward and backward until stopped
-    EXPECT_EQ(d->current(), 3);
-    // a click elsewhere does not stop it
-    QWidget elsewhere;
-    click(&elsewhere, {1, 1}, true);
+    EXPECT_EQ(d->current(), 7);           // not stopped
+    EXPECT_EQ(other->current(), 0);       // nothing handled while it played
+    deliver_held_input();
+    EXPECT_EQ(other->current(), 1);       // but nothing lost
+}
+
+TEST_F(Movie, APictureThatCannotBeMadeEndsTheMovieThroughTheFailureHandler) {
+    Volume* v = ramp(4, 4, 4);
+    FrameDisplay* d = open(v, 0, 3);
+    int failures = 0;
+    const auto keep = FrameDisplay::drawing_failure_handler();
+    FrameDisplay::drawing_failure_handler() = [&] { ++failures; };
+    FrameDisplay::set_drawing_fails(true);
     d->command(10);
-    EXPECT_EQ(d->current(), 6);
+    FrameDisplay::set_drawing_fails(false);
+    FrameDisplay::drawing_failure_handler() = keep;
+    EXPECT_EQ(failures, 1);
+    EXPECT_EQ(d->current(), 0);
 }
 
 TEST_F(FrameDisplayTest, ZoomStepsBetweenOneAndSixtyFour) {
