@@ -10,7 +10,7 @@ class PlotWindow : public QWidget {
 public:
     explicit PlotWindow(std::vector<float> values, QWidget* parent = nullptr);
     const std::vector<float>& values() const { return values_; }
-    QSize sizeHint() const override { return {420, 300}; }
+    QSize sizeHint() const override { return {440, 300}; }
     // "%.0f" to "%.3f": as many decimals as a label of the range needs to differ from 0
     static const char* label_format(double range);
 
