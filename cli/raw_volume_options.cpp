@@ -21,7 +21,7 @@ bool whole_number(const std::string& word, int& value) {
 namespace {
 
 // "ZxYxX" or "z,y,x", each at least 1.
-bool parse_size(const std::string& word, RawVolumeSpec& spec) {
+bool parse_size(const std::string& word, RawVolumeSpec& volume) {
     std::string parts[3];
     int n = 0;
     for (char c : word) {
@@ -34,28 +34,28 @@ bool parse_size(const std::string& word, RawVolumeSpec& spec) {
     int v[3];
     for (int i = 0; i < 3; ++i)
         if (n != 2 || !whole_number(parts[i], v[i]) || v[i] < 1) return false;
-    spec.Z = v[0], spec.Y = v[1], spec.X = v[2];
+    volume.Z = v[0], volume.Y = v[1], volume.X = v[2];
     return true;
 }
 
 }  // namespace
 
-bool set_raw_option(RawVolumeSpec& spec, const std::string& name, const std::string& value,
+bool set_raw_option(RawVolumeSpec& volume, const std::string& name, const std::string& value,
                     std::string& error) {
     error.clear();
     if (name == "size") {
-        if (!parse_size(value, spec)) error = "--size wants ZxYxX (or z,y,x), each at least 1";
+        if (!parse_size(value, volume)) error = "--size wants ZxYxX (or z,y,x), each at least 1";
     } else if (name == "type") {
-        if (value == "uc") spec.type = V3D_TYPE_UC;
-        else if (value == "f") spec.type = V3D_TYPE_F;
-        else if (value == "i") spec.type = V3D_TYPE_I;
+        if (value == "uc") volume.type = V3D_TYPE_UC;
+        else if (value == "f") volume.type = V3D_TYPE_F;
+        else if (value == "i") volume.type = V3D_TYPE_I;
         else error = "--type is one of uc, f, i";
     } else if (name == "channels") {
         int n = 0;
         if (!whole_number(value, n) || (n != 1 && n != 3)) error = "--channels is 1 or 3";
-        else spec.colortype = n == 1 ? V3D_COLOR_GREY : V3D_COLOR_RGB;
+        else volume.colortype = n == 1 ? V3D_COLOR_GREY : V3D_COLOR_RGB;
     } else if (name == "skip") {
-        if (!whole_number(value, spec.skip) || spec.skip < 0)
+        if (!whole_number(value, volume.skip) || volume.skip < 0)
             error = "--skip wants a number of frames (0 or more)";
     } else {
         return false;

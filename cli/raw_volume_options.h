@@ -18,7 +18,7 @@ extern const char* const kRawVolumeUsage;
 
 // Applies option name (without "--") with its value. False when name is not an option of the
 // grammar; otherwise error is empty or says what is wrong with the value.
-bool set_raw_option(RawVolumeSpec& spec, const std::string& name, const std::string& value,
+bool set_raw_option(RawVolumeSpec& volume, const std::string& name, const std::string& value,
                     std::string& error);
 
 // A strict whole number (all of word, in the int range); false otherwise.
