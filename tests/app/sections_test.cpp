@@ -159,5 +159,22 @@ TEST_F(Sections, PicturesAreBottomRowFirstPaddedAndSampled) {
     EXPECT_EQ(s[2], 60 + 5 + 2);
 }
 
+TEST_F(Sections, ViewSectionsAsksForAUcVolumeAndReportsAWindowThatCannotBeMade) {
+    Volume* v = make(2, 3, 4);
+    ui.pick(0);
+    ASSERT_TRUE(app::dispatch(40007));
+    EXPECT_EQ(ui.log, std::vector<std::string>{"select other: Select Volume to Display"});
+    EXPECT_EQ(ui.requests[0].typemask, 1);
+    EXPECT_EQ(ui.requests[0].colormask, 3);
+    EXPECT_EQ(workspace.sectioned, std::vector<const Volume*>{v});
+    workspace.section_window = false;
+    ui.pick(0);
+    app::dispatch(40007);
+    EXPECT_EQ(ui.log.back(), "error: 723");
+    ui.cancel();
+    app::dispatch(40007);
+    EXPECT_EQ(ui.log.back(), "select other: Select Volume to Display");
+}
+
 }  // namespace
 }  // namespace t3d
