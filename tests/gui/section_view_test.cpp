@@ -11,6 +11,7 @@
 #include <QTest>
 #include <set>
 
+#include "app/tools/coordinates.h"
 #include "fixture.h"
 #include "gui/section_window.h"
 #include "proj/picture.h"
@@ -195,6 +196,7 @@ TEST_F(SectionViewShown, SplittersShowSizingCursorsAndFollowTheCapturedMouse) {
 
 TEST_F(SectionViewShown, VoxelUnderTheMouseGoesToTheReadout) {
     Volume* v = varied(4, 40, 60);
+    app::set_colour_space(app::kRgb);  // whatever an earlier test chose
     run(212);
     SectionWindow* w = open(v);  // point x 30, y 20, z 2
     view::CoordinatesWindow* readout = window->coordinates();
