@@ -28,6 +28,9 @@ public:
     // A histogram window (class signal) titled title, plotting values, shown and made active;
     // false when it could not be created.
     virtual bool open_plot(const std::string& title, const std::vector<float>& values) = 0;
+    // A section view (class section_view) of vol through its middle voxel; false when it could
+    // not be created.
+    virtual bool open_section_view(Volume* vol) = 0;
     // Shows or hides the coordinates read-out (class write), creating it when first shown;
     // false when it cannot be created.
     virtual bool show_coordinates(bool show) = 0;

@@ -20,6 +20,7 @@
 #include "res/menu.h"
 #include "res/strings.h"
 #include "app/tools/coordinates.h"
+#include "gui/section_window.h"
 #include "view/coordinates_window.h"
 #include "view/frame_display.h"
 #include "view/plot_window.h"
@@ -203,6 +204,7 @@ QSize MainWindow::available_area() const {
 bool MainWindow::display(Volume* vol, bool open_if_missing) {
     const auto shown = displays(vol);
     for (auto* d : shown) d->refresh();
+    for (QWidget* w : windows_of(kSectionClass, vol)) static_cast<SectionWindow*>(w)->refresh();
     // projection windows of vol are recomputed here once they exist
     if (!shown.isEmpty() || !open_if_missing) return true;
     return open_display(vol->colortype == V3D_COLOR_GREY ? app::kBlackAndWhite : app::kColour, vol,
@@ -223,6 +225,28 @@ bool MainWindow::open_plot(const std::string& title, const std::vector<float>& v
     sub->setWindowTitle(QString::fromStdString(title));
     grey_size_items(sub);
     sub->resize(plot->sizeHint() + QSize(8, 30));
+    sub->show();
+    mdi_->setActiveSubWindow(sub);
+    return true;
+}
+
+bool MainWindow::open_section_view(Volume* vol) {
+    if (!vol || vol->type != V3D_TYPE_UC) return false;
+    // the client takes two thirds of the screen each way (the height less the menu's)
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    const QSize metrics = screen ? screen->availableSize() : QSize(800, 600);
+    const QSize client(metrics.width() * 2 / 3,
+                       (metrics.height() - menuBar()->sizeHint().height()) * 2 / 3);
+    auto* sections = new SectionWindow(vol, client);
+    QMdiSubWindow* sub = add_child(sections, kSectionClass, vol,
+                                   Qt::WindowTitleHint | Qt::WindowMinimizeButtonHint);
+    if (!sub) return false;
+    sub->setWindowTitle(QString::fromStdString(
+        res::format(res::kSectionViewTitle, GetVolumeIndex(vol))));
+    // moving over the window's frame or caption blanks the read-out
+    sub->setMouseTracking(true);
+    sub->installEventFilter(this);
+    sub->adjustSize();
     sub->show();
     mdi_->setActiveSubWindow(sub);
     return true;

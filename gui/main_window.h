@@ -55,6 +55,7 @@ public:
     bool open_display(int mode, Volume* vol, double delay, int first, int last,
                       int placement) override;
     bool open_plot(const std::string& title, const std::vector<float>& values) override;
+    bool open_section_view(Volume* vol) override;
     bool show_coordinates(bool show) override;
     void readout_changed() override;
     void exit() override;

@@ -105,6 +105,9 @@ enum Text : int {
     kReservedVolume = 3134,
     kChangesLost = 3135,
     kSaveChanges = 3136,
+    kSectionViewTitle = 3137,      // "Section View of Volume %d."
+    kClipFailed = 3138,            // "SelectCLipRgn failed."
+    kXFactor = 3139, kYFactor, kZFactor,  // "X factor : %4.2f" ...
 
     kOffsetX = 5001, kOffsetY, kOffsetZ,
     kChannel1 = 5004, kChannel2, kChannel3,

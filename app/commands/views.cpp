@@ -9,24 +9,30 @@
 namespace app {
 namespace {
 
-// "Select Volume to Display", the levels dialog, then a display window of the range.
-void open_display(int mode, int colormask) {
+// "Select Volume to Display" for a UC volume of colormask; null when cancelled.
+Volume* select_to_display(int colormask) {
     SelectRequest r;
     r.kind = SelectKind::Other;
     r.typemask = V3D_TYPE_UC;
     r.colormask = colormask;
     r.caption = res::text(res::kSelectToDisplay);
     Selection s;
-    if (!ui().select(r, s) || !s.vol) return;
+    return ui().select(r, s) ? s.vol : nullptr;
+}
+
+// "Select Volume to Display", the levels dialog, then a display window of the range.
+void open_display(int mode, int colormask) {
+    Volume* vol = select_to_display(colormask);
+    if (!vol) return;
     LevelsRequest levels;
-    levels.upper = s.vol->Z - 1;
-    if (!ui().ask_levels(s.vol, levels)) return;
-    if (levels.upper >= s.vol->Z) {
+    levels.upper = vol->Z - 1;
+    if (!ui().ask_levels(vol, levels)) return;
+    if (levels.upper >= vol->Z) {
         error_handler(res::kCannotDisplayFrames);
         return;
     }
     if (!workspace() ||
-        !workspace()->open_display(mode, s.vol, levels.delay, levels.lower, levels.upper, 0))
+        !workspace()->open_display(mode, vol, levels.delay, levels.lower, levels.upper, 0))
         error_handler(res::kEnoughWindows);
 }
 
@@ -40,6 +46,13 @@ void toggle_coordinates(const CommandSpec&) {
     set_coordinates_shown(show);
 }
 
+// The three orthogonal sections of a UC volume through its middle voxel.
+void view_sections(const CommandSpec&) {
+    Volume* vol = select_to_display(V3D_COLOR_ANY);
+    if (vol && (!workspace() || !workspace()->open_section_view(vol)))
+        error_handler(res::kCannotCreateWindow);
+}
+
 void bw_display(const CommandSpec&) { open_display(kBlackAndWhite, V3D_COLOR_GREY); }
 void color_display(const CommandSpec&) { open_display(kColour, V3D_COLOR_RGB); }
 
@@ -50,10 +63,9 @@ void add_view_commands(std::vector<CommandSpec>& rows) {
                     .after = After::Nothing, .custom = bw_display});
     rows.push_back({.id = cmd::kColorDisplay, .text = "&Color Display", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_RGB,
                     .after = After::Nothing, .custom = color_display});
-    // the section view, the frame gallery, the coordinates read-out and the alignment tool
-    // join with their windows
     rows.push_back({.id = cmd::kViewSections, .text = "View &Sections", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
-                    .after = After::Nothing});
+                    .after = After::Nothing, .custom = view_sections});
+    // the frame gallery and the alignment tool join with their windows
     rows.push_back({.id = cmd::kFrameGallery, .text = "&Frame Gallery", .after = After::Nothing});
     rows.push_back({.id = cmd::kDisplayCoordinates, .text = "D&isplay Coordinates",
                     .after = After::Nothing, .custom = toggle_coordinates});

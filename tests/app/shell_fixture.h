@@ -20,6 +20,12 @@ struct RecordingWorkspace : app::Workspace {
     void release(Volume* vol) override { released.push_back(vol); }
     bool open_display(int, Volume*, double, int, int, int) override { return true; }
     bool open_plot(const std::string&, const std::vector<float>&) override { return true; }
+    std::vector<const Volume*> sectioned;
+    bool section_window = true;      // false: the section view cannot be created
+    bool open_section_view(Volume* vol) override {
+        if (section_window) sectioned.push_back(vol);
+        return section_window;
+    }
     void readout_changed() override { ++readouts; }
     bool coordinates_window = true;  // false: the read-out cannot be created
     bool show_coordinates(bool) override { return coordinates_window; }

@@ -195,9 +195,9 @@ TEST_F(Commands, MetricsReportWithTheirOwnCaptionAndTheInformationIcon) {
 
 TEST_F(Commands, MissingOperatorSaysSoWithoutAnyDialog) {
     make(2, 2, 2);
-    run(40007);
+    run(1315);
     ASSERT_EQ(ui.log.size(), 1u);
-    EXPECT_EQ(ui.log[0], "message [VEXILO3D for Windows] (information) View Sections is not "
+    EXPECT_EQ(ui.log[0], "message [VEXILO3D for Windows] (information) Frame Gallery is not "
                          "available yet: its operator is not part of this build.");
     EXPECT_TRUE(ui.answers.empty());
     // Write Voxel only sets the flag for the next click
