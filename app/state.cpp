@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "app/services.h"
+#include "app/tools/labelled_view.h"
 #include "res/strings.h"
 
 namespace app {
@@ -64,6 +65,8 @@ bool initialise_application() {
 }
 
 void shutdown_application() {
+    // the tools that hold volumes end before the volumes go
+    labelled_view().close();
     ReleaseVolumeTable();
     SetMessageHook(nullptr);
 }

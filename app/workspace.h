@@ -31,6 +31,9 @@ public:
     // Shows or hides the coordinates read-out (class write), creating it when first shown;
     // false when it cannot be created.
     virtual bool show_coordinates(bool show) = 0;
+    // Opens the modeless "Labelled Volume View" over labelled_view() and keeps it as the one
+    // modeless dialog; false when it could not be created.
+    virtual bool open_labelled_view() = 0;
     // The coordinates read-out changed (PrintCoordinates).
     virtual void readout_changed() {}
     // Ends the program the way Exit does.

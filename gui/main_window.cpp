@@ -15,7 +15,9 @@
 #include "app/command_table.h"
 #include "app/services.h"
 #include "app/state.h"
+#include "app/tools/labelled_view.h"
 #include "app/tools/tools.h"
+#include "gui/dialogs/labelled_view.h"
 #include "res/commands.h"
 #include "res/menu.h"
 #include "res/strings.h"
@@ -111,9 +113,20 @@ QAction* MainWindow::action(int id) const {
 void MainWindow::run_command(int id) {
     app::dispatch(id);
     // unknown ids and every command go on to the module router once modules exist
-    // "Display Coordinates" is checked exactly while the read-out is shown
+    update_checks();
+}
+
+// "Display Coordinates" is checked exactly while the read-out is shown.
+void MainWindow::update_checks() {
     if (QAction* coords = action(res::cmd::kDisplayCoordinates))
         coords->setChecked(app::coordinates_shown());
+}
+
+bool MainWindow::open_labelled_view() {
+    auto* dialog = new LabelledViewDialog(this);
+    modeless = dialog;
+    dialog->show();
+    return true;
 }
 
 bool MainWindow::show_coordinates(bool show) {
@@ -283,7 +296,9 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 void MainWindow::shut_down() {
     if (shut_down_) return;
     shut_down_ = true;
-    // windows first, so that none shows a freed volume, then every volume
+    // the modeless dialog and the windows first, so that none shows a freed volume, then every
+    // volume
+    delete modeless;
     for (QMdiSubWindow* sub : mdi_->subWindowList()) delete sub;
     app::shutdown_application();
 }

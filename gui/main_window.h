@@ -56,6 +56,7 @@ public:
                       int placement) override;
     bool open_plot(const std::string& title, const std::vector<float>& values) override;
     bool show_coordinates(bool show) override;
+    bool open_labelled_view() override;
     void readout_changed() override;
     void exit() override;
 
@@ -68,6 +69,8 @@ protected:
 
 private:
     void build_menu();
+    // The check marks of the menu: Display Coordinates.
+    void update_checks();
     void connect_display(view::FrameDisplay* display);
     void hide_coordinates();
     void shut_down();

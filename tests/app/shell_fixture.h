@@ -21,6 +21,9 @@ struct RecordingWorkspace : app::Workspace {
     bool open_display(int, Volume*, double, int, int, int) override { return true; }
     bool open_plot(const std::string&, const std::vector<float>&) override { return true; }
     void readout_changed() override { ++readouts; }
+    int labelled_views = 0;
+    bool open_labelled_view() override { return ++labelled_views, true; }
+
     bool coordinates_window = true;  // false: the read-out cannot be created
     bool show_coordinates(bool) override { return coordinates_window; }
     void exit() override {}
