@@ -5,6 +5,8 @@
 #include <filesystem>
 
 #include "app/services.h"
+#include "app/tools/contour.h"
+#include "app/tools/labelled_view.h"
 #include "res/strings.h"
 
 namespace app {
@@ -64,6 +66,9 @@ bool initialise_application() {
 }
 
 void shutdown_application() {
+    // the tools that hold volumes end before the volumes go
+    contour_following().end();
+    labelled_view().close();
     ReleaseVolumeTable();
     SetMessageHook(nullptr);
 }

@@ -26,7 +26,7 @@ AppState& state();
 
 // Start-up defaults (image size, level arrays, reference white, start directory).
 bool initialise_application();
-// Destroys every volume in use and releases the table.
+// Ends the tools that hold volumes, destroys every volume in use and releases the table.
 void shutdown_application();
 
 // Resets the VOI of every volume in use to the whole volume.

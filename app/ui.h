@@ -13,6 +13,9 @@ namespace app {
 
 enum class Icon { None, Information, Question, Warning, Error };
 
+// The answer to a Yes/No/Cancel question.
+enum class Reply { Yes, No, Cancel };
+
 // Which selection dialog: the input dialog ("Get_InOut_Volume"), the output dialog ("Select
 // Same Output Volume"), the plain one ("Select Volume") or the target of Open ("Get Volume").
 enum class SelectKind { Input, Output, Other, OpenTarget };
@@ -74,6 +77,8 @@ public:
                             std::vector<std::string>& texts) = 0;
     // Yes/No with the question icon, captioned "VEXILO3D for Windows": true for Yes.
     virtual bool ask_yes_no(const std::string& text) = 0;
+    // Yes/No/Cancel, otherwise as ask_yes_no.
+    virtual Reply ask_yes_no_cancel(const std::string& text) = 0;
     // error_handler's box: the text of |code|, the stop icon.
     virtual void show_error(int code) = 0;
     virtual void show_message(const std::string& text, const std::string& caption, Icon icon) = 0;

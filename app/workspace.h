@@ -34,6 +34,16 @@ public:
     // Shows or hides the coordinates read-out (class write), creating it when first shown;
     // false when it cannot be created.
     virtual bool show_coordinates(bool show) = 0;
+    // Opens the modeless "Labelled Volume View" over labelled_view() and keeps it as the one
+    // modeless dialog; false when it could not be created.
+    virtual bool open_labelled_view() = 0;
+    // The two windows of contour following: frame displays of original and output with the
+    // previous/next bar, stepped together, the original's marking contour_following()'s
+    // traces; views receives the two views the clicks come from. Closing either window ends
+    // contour following. False when they could not be created (none is left open then).
+    virtual bool open_contour_windows(Volume* original, Volume* output, const void* views[2]) = 0;
+    // Closes whichever of the two is still open.
+    virtual void close_contour_windows() = 0;
     // The coordinates read-out changed (PrintCoordinates).
     virtual void readout_changed() {}
     // Ends the program the way Exit does.

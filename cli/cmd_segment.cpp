@@ -80,6 +80,23 @@ int run_label(const Args& args) {
     return cli::save_volume(args, out->get());
 }
 
+// The label volume in colour (three channels), every object in its default colour or, with
+// --object, only that one.
+int run_color_labels(const Args& args) {
+    const int object = args.integer("object", 0);
+    const auto rgb_like = [](const Volume* in) {
+        return cli::Shape{in->Z, in->Y, in->X, V3D_TYPE_UC, V3D_COLOR_RGB};
+    };
+    return cli::run_in_out(args, rgb_like, [&](Volume* in, Volume* out) {
+        unsigned int lowest = 0, highest = 0;
+        if (int s = FindMinMaxIntensity(in, &lowest, &highest)) return s;
+        const int n = static_cast<int>(highest);
+        std::vector<LabelColor> table(n > 0 ? static_cast<size_t>(n) : 1);
+        if (int s = SetDefaultLabelColors3d(table.data(), n)) return s;
+        return ColorLabelledVolume3d(in, out, n, table.data(), object);
+    });
+}
+
 const char* const kToleranceUsage =
     "--in FILE --size ZxYxX [--voi z1:z2,y1:y2,x1:x2] --tolerance T --out FILE";
 
@@ -127,6 +144,13 @@ const cli::Registrar registrations[] = {
                     "count. More than N components: the labels so far are written and the command\n"
                     "fails with 'Maximum number of regions ...'.",
                     run_label}),
+    cli::Registrar({"ColorLabelledVolume3d", "a label volume in colour, one colour per object",
+                    "--in FILE --size ZxYxX [--voi ...] [--object K] --out FILE",
+                    "Input: labels 1..n (n the largest label, at most 255), 0 background. Writes a\n"
+                    "three-channel UC volume in which every object has its default colour (hues a\n"
+                    "golden angle apart, bright enough on black) and the background is black.\n"
+                    "With --object K only the voxels of object K are coloured.",
+                    run_color_labels}),
 };
 
 }  // namespace

@@ -15,7 +15,10 @@
 #include "app/command_table.h"
 #include "app/services.h"
 #include "app/state.h"
+#include "app/tools/contour.h"
+#include "app/tools/labelled_view.h"
 #include "app/tools/tools.h"
+#include "gui/dialogs/labelled_view.h"
 #include "res/commands.h"
 #include "res/menu.h"
 #include "res/strings.h"
@@ -51,6 +54,27 @@ int button_bits(Qt::MouseButton button) {
 
 constexpr Qt::WindowFlags kFixedChild =
     Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint;
+
+int display_mode_of(const Volume* vol) {
+    return vol->colortype == V3D_COLOR_GREY ? app::kBlackAndWhite : app::kColour;
+}
+
+// The traces of a frame as the original's window marks them.
+view::FrameMarks contour_marks(int frame) {
+    const app::FrameTrace& t = app::contour_following().trace(frame);
+    view::FrameMarks marks;
+    for (const app::TracePoint& p : t.contour) marks.points.append(QPoint(p.x, p.y));
+    for (const app::TracePoint& p : t.starts) marks.crosses.append(QPoint(p.x, p.y));
+    return marks;
+}
+
+// Guarded pointers to the children now: deleting one may delete others (the two windows of
+// contour following go together).
+QList<QPointer<QMdiSubWindow>> guarded(const QList<QMdiSubWindow*>& subs) {
+    QList<QPointer<QMdiSubWindow>> list;
+    for (QMdiSubWindow* sub : subs) list.append(sub);
+    return list;
+}
 
 }  // namespace
 
@@ -102,7 +126,9 @@ void MainWindow::build_menu() {
     }
     // the save entry waits for the save module; the coordinates item is checkable
     if (QAction* save = action(res::cmd::kSave)) save->setEnabled(false);
-    if (QAction* coords = action(res::cmd::kDisplayCoordinates)) coords->setCheckable(true);
+    for (int id : {res::cmd::kDisplayCoordinates, res::cmd::kBwContourFollowing,
+                   res::cmd::kColorContourFollowing})
+        if (QAction* a = action(id)) a->setCheckable(true);
 }
 
 QAction* MainWindow::action(int id) const {
@@ -112,9 +138,62 @@ QAction* MainWindow::action(int id) const {
 void MainWindow::run_command(int id) {
     app::dispatch(id);
     // unknown ids and every command go on to the module router once modules exist
-    // "Display Coordinates" is checked exactly while the read-out is shown
+    update_checks();
+}
+
+// "Display Coordinates" is checked exactly while the read-out is shown, a contour following
+// command while the contour following it started runs.
+void MainWindow::update_checks() {
     if (QAction* coords = action(res::cmd::kDisplayCoordinates))
         coords->setChecked(app::coordinates_shown());
+    for (int id : {res::cmd::kBwContourFollowing, res::cmd::kColorContourFollowing})
+        if (QAction* a = action(id)) a->setChecked(app::contour_following().command() == id);
+}
+
+bool MainWindow::open_labelled_view() {
+    auto* dialog = new LabelledViewDialog(this);
+    modeless = dialog;
+    dialog->show();
+    return true;
+}
+
+bool MainWindow::open_contour_windows(Volume* original, Volume* output, const void* views[2]) {
+    Volume* volumes[2] = {original, output};
+    view::FrameDisplay* shown[2] = {nullptr, nullptr};
+    for (int i = 0; i < 2; ++i) {
+        shown[i] = add_display(display_mode_of(volumes[i]), volumes[i], 0.0, 0, volumes[i]->Z - 1, 2);
+        if (!shown[i]) {
+            close_contour_windows();
+            return false;
+        }
+        contour_windows_[i] = qobject_cast<QMdiSubWindow*>(shown[i]->parentWidget());
+    }
+    connect(shown[0], &view::FrameDisplay::stepped, shown[1], &view::FrameDisplay::go_to);
+    connect(shown[1], &view::FrameDisplay::stepped, shown[0], &view::FrameDisplay::go_to);
+    shown[0]->set_marks(contour_marks);
+    // side by side at the top left, the output active
+    contour_windows_[0]->move(10, 10);
+    contour_windows_[1]->move(contour_windows_[0]->frameGeometry().right() + 10, 10);
+    for (int i = 0; i < 2; ++i) {
+        // closing either window ends contour following, which closes the other
+        connect(contour_windows_[i], &QObject::destroyed, this, [this, i] {
+            contour_windows_[i] = nullptr;
+            app::contour_following().end();
+            update_checks();
+        });
+        contour_windows_[i]->show();
+        views[i] = shown[i];
+    }
+    mdi_->setActiveSubWindow(contour_windows_[1]);
+    return true;
+}
+
+void MainWindow::close_contour_windows() {
+    for (QPointer<QMdiSubWindow>& sub : contour_windows_) {
+        QMdiSubWindow* window = sub;
+        sub = nullptr;
+        delete window;
+    }
 }
 
 bool MainWindow::show_coordinates(bool show) {
@@ -207,12 +286,12 @@ bool MainWindow::display(Volume* vol, bool open_if_missing) {
     for (QWidget* w : windows_of(kSectionClass, vol)) static_cast<SectionWindow*>(w)->refresh();
     // projection windows of vol are recomputed here once they exist
     if (!shown.isEmpty() || !open_if_missing) return true;
-    return open_display(vol->colortype == V3D_COLOR_GREY ? app::kBlackAndWhite : app::kColour, vol,
-                        0.0, 0, vol->Z - 1, 0);
+    return open_display(display_mode_of(vol), vol, 0.0, 0, vol->Z - 1, 0);
 }
 
 void MainWindow::release(Volume* vol) {
-    for (QMdiSubWindow* sub : mdi_->subWindowList()) {
+    for (const QPointer<QMdiSubWindow>& sub : guarded(mdi_->subWindowList())) {
+        if (!sub) continue;
         QWidget* w = sub->widget();
         if (w && w->property(kSourceProperty).value<quintptr>() == key_of(vol)) delete sub;
     }
@@ -252,12 +331,12 @@ bool MainWindow::open_section_view(Volume* vol) {
     return true;
 }
 
-bool MainWindow::open_display(int mode, Volume* vol, double delay, int first, int last,
-                              int placement) {
-    if (!vol || !vol->type || first < 0 || last >= vol->Z || first > last) return false;
-    auto* d = new view::FrameDisplay(vol, mode, first, last, delay, available_area());
+view::FrameDisplay* MainWindow::add_display(int mode, Volume* vol, double delay, int first,
+                                            int last, int buttons) {
+    if (!vol || !vol->type || first < 0 || last >= vol->Z || first > last) return nullptr;
+    auto* d = new view::FrameDisplay(vol, mode, first, last, delay, available_area(), buttons);
     QMdiSubWindow* sub = add_child(d, kDisplayClass, vol, kFixedChild);
-    if (!sub) return false;
+    if (!sub) return nullptr;
     connect_display(d);
     grey_size_items(sub);
     // moving over the window's frame or caption blanks the read-out
@@ -269,6 +348,14 @@ bool MainWindow::open_display(int mode, Volume* vol, double delay, int first, in
         menu->addAction(res::text(res::kZoomOut), d, &view::FrameDisplay::zoom_out)->setData(1);
     }
     sub->adjustSize();
+    return d;
+}
+
+bool MainWindow::open_display(int mode, Volume* vol, double delay, int first, int last,
+                              int placement) {
+    view::FrameDisplay* d = add_display(mode, vol, delay, first, last, 6);
+    if (!d) return false;
+    auto* sub = static_cast<QMdiSubWindow*>(d->parentWidget());
     if (placement == 1) sub->move(155, 25);
     if (placement == 2 || placement == 4) sub->move(10, 10);
     sub->show();
@@ -307,8 +394,10 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 void MainWindow::shut_down() {
     if (shut_down_) return;
     shut_down_ = true;
-    // windows first, so that none shows a freed volume, then every volume
-    for (QMdiSubWindow* sub : mdi_->subWindowList()) delete sub;
+    // the tools and windows first, so that none shows a freed volume, then every volume
+    delete modeless;
+    app::contour_following().end();
+    for (const QPointer<QMdiSubWindow>& sub : guarded(mdi_->subWindowList())) delete sub;
     app::shutdown_application();
 }
 

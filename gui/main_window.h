@@ -57,6 +57,9 @@ public:
     bool open_plot(const std::string& title, const std::vector<float>& values) override;
     bool open_section_view(Volume* vol) override;
     bool show_coordinates(bool show) override;
+    bool open_labelled_view() override;
+    bool open_contour_windows(Volume* original, Volume* output, const void* views[2]) override;
+    void close_contour_windows() override;
     void readout_changed() override;
     void exit() override;
 
@@ -69,12 +72,18 @@ protected:
 
 private:
     void build_menu();
+    // The check marks of the menu: Display Coordinates, the contour following that runs.
+    void update_checks();
+    // A display window of vol, not yet shown; null when it could not be created.
+    view::FrameDisplay* add_display(int mode, Volume* vol, double delay, int first, int last,
+                                    int buttons);
     void connect_display(view::FrameDisplay* display);
     void hide_coordinates();
     void shut_down();
 
     QMdiArea* mdi_;
     QPointer<view::CoordinatesWindow> coordinates_;
+    QPointer<QMdiSubWindow> contour_windows_[2];
     bool shut_down_ = false;
 };
 

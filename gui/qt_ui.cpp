@@ -65,6 +65,16 @@ bool QtUi::ask_yes_no(const std::string& text) {
                                  QMessageBox::Yes | QMessageBox::No) == QMessageBox::Yes;
 }
 
+Reply QtUi::ask_yes_no_cancel(const std::string& text) {
+    ArrowCursor arrow;
+    switch (QMessageBox::question(owner_, caption(), QString::fromStdString(text),
+                                  QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel)) {
+    case QMessageBox::Yes: return Reply::Yes;
+    case QMessageBox::No: return Reply::No;
+    default: return Reply::Cancel;
+    }
+}
+
 void QtUi::show_error(int code) {
     ArrowCursor arrow;
     QMessageBox::critical(owner_, caption(), message_of(code));

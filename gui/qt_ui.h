@@ -18,6 +18,7 @@ public:
     bool ask_values(const std::string& caption, const std::vector<std::string>& labels,
                     std::vector<std::string>& texts) override;
     bool ask_yes_no(const std::string& text) override;
+    Reply ask_yes_no_cancel(const std::string& text) override;
     void show_error(int code) override;
     void show_message(const std::string& text, const std::string& caption, Icon icon) override;
     std::string pick_save_file(const std::string& title, const std::string& filter) override;

@@ -57,6 +57,36 @@ V3D_API int region3d_splitmerge(Volume *in, Volume *out, int *count, int toleran
    store cannot grow, -9 (*nlabels = the label reached). */
 V3D_API int grass3d_label(Volume *in, Volume *out, int *nlabels, float *counts, int maxlabels);
 
+/* ---- Viewing a label volume in colour --------------------------------------------------- */
+
+/* One entry of a label colour table; object l (1..n) is entry l - 1. */
+typedef struct LabelColor {
+    unsigned char red, green, blue;
+    int changed;    /* the colour was edited after it was last written */
+    int requested;  /* the object is to be shown (1) or hidden (0) */
+    int displayed;  /* the display state last written to the output */
+} LabelColor;
+
+/* Colours a label volume (UC, one channel: objects 1..n, background 0) into out (UC, three
+   channels: red, green, blue). For every voxel of the labels' VOI whose label l is not 0 the
+   output voxel at the same position becomes table[l - 1]'s colour when that object is
+   requested shown, black when hidden; with k = 0 every object is written, otherwise only the
+   voxels of object k. Label-0 voxels and labels above n are never written.
+   Checks in order: labels (UC, one channel), out (UC, three channels), out smaller than the
+   labels -520, table null -4, n outside 1..255 or k outside 0..n -90. */
+V3D_API int ColorLabelledVolume3d(Volume *labels, Volume *out, int n, LabelColor *table, int k);
+
+/* Fills entries 1..n of a colour table: changed 0, both display flags 1, and the default
+   colour of each object, chosen to tell up to 255 objects apart on black:
+     hue        (l - 1) * 137.508 degrees (the golden angle) modulo 360, so that neighbouring
+                labels lie far apart in hue;
+     saturation 0.85;
+     value      1.0 for odd l, 0.75 for even l;
+   converted from HSV to RGB and rounded; a colour whose luminance 0.299 R + 0.587 G + 0.114 B
+   is below 96 is mixed with white until it reaches 96 (deep blues stay visible on black).
+   Checks: table null -4, n outside 1..255 -90. */
+V3D_API int SetDefaultLabelColors3d(LabelColor *table, int n);
+
 #ifdef __cplusplus
 }
 #endif

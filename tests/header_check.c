@@ -3,6 +3,8 @@
 
 int vexilo3d_header_check(void) {
     Volume v;
+    LabelColor colours[1];
     InitializeVolume(&v, 1, 1, 1, 1, 1);
-    return CreateVolume(&v) == 0 && GetStatusText(-501)[0] != '\0';
+    return CreateVolume(&v) == 0 && GetStatusText(-501)[0] != '\0' &&
+           SetDefaultLabelColors3d(colours, 1) == 0 && colours[0].requested == 1;
 }

@@ -22,6 +22,7 @@ struct Answer {
     app::LevelsRequest levels;
     app::OptionsRequest options;     // check box, factor texts and radio choice
     std::vector<app::Seed> seeds;    // clicked while "Pixel Input" is open
+    app::Reply reply = app::Reply::Yes;  // a Yes/No/Cancel question (ok false: Cancel)
 };
 
 constexpr int kNew = -2;
@@ -41,6 +42,7 @@ public:
     ScriptedUi& cancel() { return push({.ok = false}); }
     ScriptedUi& yes() { return push({}); }
     ScriptedUi& no() { return cancel(); }
+    ScriptedUi& reply(app::Reply r) { return push({.reply = r}); }
     ScriptedUi& values(std::vector<std::string> texts) { return push({.texts = std::move(texts)}); }
     ScriptedUi& push(Answer a) {
         answers.push_back(std::move(a));
@@ -71,6 +73,10 @@ public:
         return a.ok;
     }
     bool ask_yes_no(const std::string& text) override { return next("question: " + text).ok; }
+    app::Reply ask_yes_no_cancel(const std::string& text) override {
+        const Answer a = next("question (yes/no/cancel): " + text);
+        return a.ok ? a.reply : app::Reply::Cancel;
+    }
     void show_error(int code) override { log.push_back("error: " + std::to_string(code)); }
     void show_message(const std::string& text, const std::string& caption,
                       app::Icon icon) override {

@@ -162,6 +162,22 @@ void DisplayPane::paintEvent(QPaintEvent*) {
     QPainter painter(viewport());
     painter.fillRect(viewport()->rect(), Qt::black);
     painter.drawImage(0, 0, owner_->picture());
+    if (owner_->marks()) paint_marks(painter, owner_->marks()(owner_->current()));
+}
+
+// Marks sit on the pixel that shows their voxel: red points, yellow crosses.
+void DisplayPane::paint_marks(QPainter& painter, const FrameMarks& marks) const {
+    const int step = owner_->step();
+    const QPoint origin(horizontalScrollBar()->value(), verticalScrollBar()->value());
+    auto pixel = [&](QPoint voxel) { return QPoint(voxel.x() / step, voxel.y() / step) - origin; };
+    painter.setPen(QColor(255, 40, 40));
+    for (const QPoint& p : marks.points) painter.drawPoint(pixel(p));
+    painter.setPen(QPen(QColor(255, 230, 0), 1));
+    for (const QPoint& p : marks.crosses) {
+        const QPoint c = pixel(p);
+        painter.drawLine(c - QPoint(3, 0), c + QPoint(3, 0));
+        painter.drawLine(c - QPoint(0, 3), c + QPoint(0, 3));
+    }
 }
 
 void DisplayPane::mouseMoveEvent(QMouseEvent* event) {
@@ -290,6 +306,15 @@ QImage FrameDisplay::frame_image_of(int frame) const {
 void FrameDisplay::refresh() {
     picture_ = QImage();
     pane_->viewport()->update();
+}
+
+void FrameDisplay::go_to(int frame) {
+    if (frame >= first_ && frame <= last_ && frame != current_ && !playing_) show_frame(frame);
+}
+
+void FrameDisplay::set_marks(MarkSource source) {
+    marks_ = std::move(source);
+    refresh();
 }
 
 void FrameDisplay::step_to(int frame) {

@@ -13,12 +13,21 @@
 
 #include "vexilo3d.h"
 
+class QPainter;
 class QToolButton;
 
 namespace view {
 
 class FrameDisplay;
 class InputHold;
+
+// What a tool marks over a frame, in voxel coordinates (x, y): traced points, and crosses where
+// something started.
+struct FrameMarks {
+    QList<QPoint> points;
+    QList<QPoint> crosses;
+};
+using MarkSource = std::function<FrameMarks(int frame)>;
 
 // The image pane: the current frame sampled every step-th voxel from the scroll position.
 class DisplayPane : public QAbstractScrollArea {
@@ -36,6 +45,8 @@ protected:
     void leaveEvent(QEvent* event) override;
 
 private:
+    void paint_marks(QPainter& painter, const FrameMarks& marks) const;
+
     FrameDisplay* owner_;
 };
 
@@ -68,6 +79,12 @@ public:
     void zoom_out();
     // Repaints the pane (the volume's voxels changed).
     void refresh();
+    // Shows frame (inside the range) as the current one, as stepping does but without reporting
+    // a step (a partner window following this one).
+    void go_to(int frame);
+    // The marks painted over each frame shown (none when empty).
+    void set_marks(MarkSource source);
+    const MarkSource& marks() const { return marks_; }
     // The visible part of the current frame as the pane paints it.
     QImage frame_image() const;
     // What the pane shows: the picture of the current frame, made when first needed.
@@ -109,6 +126,7 @@ private:
     QList<QToolButton*> buttons_;
     bool playing_ = false;
     QImage picture_;
+    MarkSource marks_;
     static inline bool drawing_fails_ = false;
 };
 

@@ -1,5 +1,7 @@
 // Edge detection commands. An operator joins by filling its row's .op.
 #include "app/command_table.h"
+#include "app/services.h"
+#include "app/tools/contour.h"
 #include "res/commands.h"
 #include "res/strings.h"
 
@@ -15,6 +17,29 @@ int hough_op(CommandContext& c) {
     OwnedVolume acc;
     if (const int status = acc.create(c.ival(2), c.ival(1), c.ival(0), V3D_TYPE_I)) return status;
     return Hough_3D(c.in, c.out, acc.get(), c.ival(3));
+}
+// Contour following is a toggle: the command ends it while it runs, else starts it.
+void toggle_contour_following(const CommandSpec& row) {
+    if (contour_following().active()) {
+        contour_following().end();
+        return;
+    }
+    run_pattern(row);
+}
+
+// The colour command works on a colour original: a grey one is converted first.
+bool colour_original(CommandContext& c) {
+    if (c.in->colortype == V3D_COLOR_RGB) return true;
+    if (const int status = convert_to_colour(c.in)) {
+        error_handler(status);
+        return false;
+    }
+    ui().show_message(res::text(res::kConvertedToColor), res::text(res::kShortCaption), Icon::Information);
+    return true;
+}
+
+int start_contour_following(CommandContext& c) {
+    return contour_following().start(c.row->id, c.in, c.out);
 }
 }  // namespace
 
@@ -35,13 +60,17 @@ void add_edge_commands(std::vector<CommandSpec>& rows) {
     rows.push_back({.id = cmd::kHough, .text = "&Hough", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .in_caption = res::kSelectVolume, .values = kHough, .out_type = kSameType,
                     .op = hough_op});
-    // contour following in two linked display windows (a toggle)
+    // contour following in two linked display windows (a toggle); B&W writes the contours
+    // into a one-channel output, colour draws them over a colour copy of the original
     rows.push_back({.id = cmd::kBwContourFollowing, .text = "B&W Contour Following", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .in_caption = res::kEdgeFollowIn, .out_caption = res::kEdgeFollowOut,
-                    .after = After::Nothing});  // edge_follow_3d
+                    .out_type = V3D_TYPE_UC, .out_color = V3D_COLOR_GREY, .in_place = false,
+                    .op = start_contour_following, .after = After::Nothing, .custom = toggle_contour_following});
     rows.push_back({.id = cmd::kColorContourFollowing, .text = "&Color Contour Following", .typemask = V3D_TYPE_UC,
                     .colormask = V3D_COLOR_ANY, .in_caption = res::kEdgeFollowIn,
-                    .out_caption = res::kEdgeFollowOut, .after = After::Nothing});
+                    .out_caption = res::kEdgeFollowOut, .options = colour_original,
+                    .out_type = V3D_TYPE_UC, .out_color = V3D_COLOR_RGB, .in_place = false,
+                    .op = start_contour_following, .after = After::Nothing, .custom = toggle_contour_following});
 }
 
 }  // namespace app

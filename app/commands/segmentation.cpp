@@ -1,5 +1,8 @@
 // Segmentation and labelling commands. An operator joins by filling its row's .op.
 #include "app/command_table.h"
+#include "app/services.h"
+#include "app/tools/labelled_view.h"
+#include "app/workspace.h"
 #include "res/commands.h"
 #include "res/strings.h"
 
@@ -16,6 +19,27 @@ int label_op(CommandContext& c) {
     const int status = grass3d_label(c.in, c.out, &labels, counts, 255);
     if (status == 0) c.message = format_count(res::kNumberOfRegions, labels);
     return status;
+}
+// Only one labelled volume view at a time.
+void view_labelled(const CommandSpec& row) {
+    if (labelled_view().in_progress()) {
+        error_handler(res::kLabelledViewBusy);
+        return;
+    }
+    run_pattern(row);
+}
+
+// The preparation, the opening (the whole output coloured), then the modeless dialog.
+int open_labelled_view(CommandContext& c) {
+    LabelledView& view = labelled_view();
+    if (const int status = view.prepare(c.in, c.out)) return status;
+    if (const int status = view.open()) return status;
+    if (!workspace() || !workspace()->open_labelled_view()) {
+        view.close();
+        return res::kCannotCreateWindow;
+    }
+    ui().show_message(res::text(res::kLabelledViewHint), res::text(res::kCaption), Icon::Information);
+    return 0;
 }
 }  // namespace
 
@@ -40,7 +64,7 @@ void add_segmentation_commands(std::vector<CommandSpec>& rows) {
     // the modeless "Labelled Volume View"; output created with three channels
     rows.push_back({.id = cmd::kViewLabelled, .text = "&View Labelled Volume", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_GREY,
                     .in_caption = res::kInLabelled, .out_type = V3D_TYPE_UC, .out_color = V3D_COLOR_RGB,
-                    .in_place = false, .after = After::Nothing});
+                    .in_place = false, .op = open_labelled_view, .after = After::Nothing, .custom = view_labelled});
 }
 
 }  // namespace app

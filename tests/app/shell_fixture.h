@@ -27,6 +27,11 @@ struct RecordingWorkspace : app::Workspace {
         return section_window;
     }
     void readout_changed() override { ++readouts; }
+    int labelled_views = 0;
+    bool open_labelled_view() override { return ++labelled_views, true; }
+    // contour following is tried with the frame window (tests/gui)
+    bool open_contour_windows(Volume*, Volume*, const void*[2]) override { return false; }
+    void close_contour_windows() override {}
     bool coordinates_window = true;  // false: the read-out cannot be created
     bool show_coordinates(bool) override { return coordinates_window; }
     void exit() override {}

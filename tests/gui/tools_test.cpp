@@ -1,0 +1,182 @@
+// The labelled volume view's dialog and contour following in the frame window, with clicks given
+// through the window system.
+#include <QAction>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMdiSubWindow>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QTest>
+#include <QToolButton>
+
+#include "app/tools/contour.h"
+#include "app/tools/labelled_view.h"
+#include "fixture.h"
+#include "res/commands.h"
+
+namespace t3d {
+namespace {
+
+class ToolWindows : public AppTest {
+protected:
+    void SetUp() override {
+        AppTest::SetUp();
+        window->resize(1000, 700);
+        window->show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+    }
+    template <class W> W* control(int id) {
+        return window->modeless ? window->modeless->findChild<W*>(QString::number(id)) : nullptr;
+    }
+    // A press and release of button at voxel (x, y) of a display's pane (step 1, no scrolling).
+    void click_voxel(view::FrameDisplay* d, int x, int y, Qt::MouseButton button = Qt::LeftButton) {
+        QWidget* pane = d->pane()->viewport();
+        QTest::mouseClick(window->windowHandle(), button, {}, pane->mapTo(window.get(), QPoint(x, y)));
+    }
+    static void click_button(QWidget* b) {
+        QWidget* top = b->window();
+        QTest::mouseClick(top->windowHandle(), Qt::LeftButton, {}, b->mapTo(top, b->rect().center()));
+    }
+    // Windows closed by the user go when the event loop gets to them.
+    static void delete_closed() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
+    // A disc of radius 7 and value 200 in every frame of a 3 x 24 x 24 volume.
+    Volume* disc() {
+        Volume* v = make(3, 24, 24);
+        fill(v, [](int, int y, int x) { return (y - 12) * (y - 12) + (x - 11) * (x - 11) <= 49 ? 200 : 0; });
+        return v;
+    }
+    // The disc's voxels next to the background: the contour a click on it must trace.
+    static std::vector<std::pair<int, int>> rim(Volume* v, int z) {
+        std::vector<std::pair<int, int>> r;
+        for (int y = 1; y < v->Y - 1; ++y)
+            for (int x = 1; x < v->X - 1; ++x) {
+                bool edge = false;
+                for (int dy = -1; dy <= 1; ++dy)
+                    for (int dx = -1; dx <= 1; ++dx) edge |= !v->data[0].uc[z][y + dy][x + dx];
+                if (v->data[0].uc[z][y][x] && edge) r.emplace_back(y, x);
+            }
+        return r;
+    }
+    static std::vector<std::pair<int, int>> marked(Volume* out, int z, int c = 0, int value = 255) {
+        std::vector<std::pair<int, int>> r;
+        for (int y = 0; y < out->Y; ++y)
+            for (int x = 0; x < out->X; ++x)
+                if (out->data[c].uc[z][y][x] == value) r.emplace_back(y, x);
+        return r;
+    }
+    bool checked(int id) { return window->action(id)->isChecked(); }
+};
+
+TEST_F(ToolWindows, LabelledViewDialogEditsAndWritesTheOutput) {
+    Volume* labels = make(1, 1, 4);
+    for (int x = 1; x < 4; ++x) labels->data[0].uc[0][0][x] = static_cast<unsigned char>(x);
+    ui.pick(0).pick_new();
+    run(res::cmd::kViewLabelled);
+    ASSERT_NE(window->modeless, nullptr);
+    EXPECT_TRUE(window->modeless->isVisible());
+    EXPECT_FALSE(window->modeless->isModal());
+    EXPECT_EQ(window->modeless->windowTitle(), "Labelled Volume View");
+    for (int id = 1208; id <= 1219; ++id) EXPECT_NE(window->modeless->findChild<QWidget*>(QString::number(id)), nullptr) << id;
+    EXPECT_EQ(control<QListWidget>(1208)->item(2)->text(), "Object 3");
+    EXPECT_FALSE(control<QPushButton>(1217)->isEnabled());
+    EXPECT_TRUE(control<QPushButton>(1217)->isDefault());
+    run(res::cmd::kViewLabelled);
+    EXPECT_EQ(ui.log.back(), "error: 3115");
+
+    QLineEdit* red = control<QLineEdit>(1210);
+    red->selectAll();
+    QTest::keyClicks(red, "300");            // 3, 30, then 300 beeps and 30 comes back
+    EXPECT_EQ(red->text(), "30");
+    EXPECT_EQ(control<QScrollBar>(1211)->value(), 30);
+    control<QScrollBar>(1213)->setValue(77);
+    EXPECT_EQ(control<QLineEdit>(1212)->text(), "77");
+    EXPECT_TRUE(control<QPushButton>(1216)->isEnabled());
+    click_button(control<QPushButton>(1216));
+    Volume* out = GetVolumeByIndex(1);
+    EXPECT_EQ(std::vector<int>({out->data[0].uc[0][0][1], out->data[1].uc[0][0][1]}), std::vector<int>({30, 77}));
+    EXPECT_FALSE(control<QPushButton>(1217)->isEnabled());
+    click_button(control<QPushButton>(1218));  // nothing pending: closes at once
+    delete_closed();
+    EXPECT_EQ(window->modeless, nullptr);
+    EXPECT_FALSE(app::labelled_view().in_progress());
+}
+
+TEST_F(ToolWindows, ContourFollowingIsAToggleWithTwoSteppedWindows) {
+    Volume* in = disc();
+    ui.pick(0).pick_new();
+    run(res::cmd::kBwContourFollowing);
+    Volume* out = GetVolumeByIndex(1);
+    ASSERT_EQ(windows(in), 1);
+    ASSERT_EQ(windows(out), 1);
+    view::FrameDisplay *a = window->displays(in)[0], *b = window->displays(out)[0];
+    EXPECT_EQ(a->findChildren<QToolButton*>().size(), 2);
+    EXPECT_EQ(b->windowTitle(), "vol 1 [fr 0-2,0]");
+    EXPECT_TRUE(checked(res::cmd::kBwContourFollowing));
+    EXPECT_FALSE(checked(res::cmd::kColorContourFollowing));
+    EXPECT_EQ(GetVolumeByIndex(2)->type, V3D_TYPE_UC);  // the work volume
+    click_button(a->findChild<QToolButton*>("13"));
+    EXPECT_EQ(std::vector({a->current(), b->current()}), std::vector({1, 1}));
+    b->command(14);
+    EXPECT_EQ(std::vector({a->current(), b->current()}), std::vector({0, 0}));
+
+    run(res::cmd::kBwContourFollowing);       // again: it ends
+    EXPECT_EQ(windows(in) + windows(out), 0);
+    EXPECT_FALSE(checked(res::cmd::kBwContourFollowing));
+    EXPECT_EQ(GetVolumeByIndex(2)->type, V3D_TYPE_NONE);
+}
+
+TEST_F(ToolWindows, ClosingEitherContourWindowEndsContourFollowing) {
+    Volume* in = disc();
+    ui.pick(0).pick_new();
+    run(res::cmd::kBwContourFollowing);
+    Volume* out = GetVolumeByIndex(1);
+    ASSERT_EQ(windows(out), 1);
+    static_cast<QMdiSubWindow*>(window->displays(out)[0]->parentWidget())->close();
+    delete_closed();
+    EXPECT_EQ(windows(in) + windows(out), 0);
+    EXPECT_FALSE(checked(res::cmd::kBwContourFollowing));
+    EXPECT_FALSE(app::contour_following().active());
+    EXPECT_EQ(GetVolumeByIndex(2)->type, V3D_TYPE_NONE);
+}
+
+TEST_F(ToolWindows, AClickTracesTheWholeContourOfItsFrameAndARightClickClearsIt) {
+    Volume* in = disc();
+    ui.pick(0).pick_new();
+    run(res::cmd::kBwContourFollowing);
+    Volume* out = GetVolumeByIndex(1);
+    view::FrameDisplay* original = window->displays(in)[0];
+    original->command(13);
+    click_voxel(original, 3, 12);              // just outside the disc's left edge
+    EXPECT_EQ(marked(out, 1), rim(in, 1));
+    EXPECT_TRUE(marked(out, 0).empty());
+    EXPECT_EQ(original->marks()(1).points.size(), static_cast<qsizetype>(rim(in, 1).size()));
+    EXPECT_EQ(original->marks()(1).crosses, QList<QPoint>({QPoint(4, 12)}));
+    click_voxel(window->displays(out)[0], 11, 12);  // the middle: no edge near
+    EXPECT_EQ(marked(out, 1), rim(in, 1));
+    click_voxel(original, 11, 12, Qt::RightButton);
+    EXPECT_TRUE(marked(out, 1).empty());
+    EXPECT_TRUE(original->marks()(1).points.isEmpty());
+}
+
+TEST_F(ToolWindows, ColourContourFollowingConvertsAGreyOriginalAndMarksInRed) {
+    Volume* in = disc();
+    ui.pick(0).pick_new();
+    run(res::cmd::kColorContourFollowing);
+    EXPECT_TRUE(ui.logged("message [VEXILO] (information) The input volume has been converted to a color one!"));
+    EXPECT_EQ(in->colortype, V3D_COLOR_RGB);
+    EXPECT_EQ(in->data[2].uc[1][12][11], 200);
+    Volume* out = GetVolumeByIndex(1);
+    EXPECT_EQ(out->colortype, V3D_COLOR_RGB);
+    EXPECT_TRUE(checked(res::cmd::kColorContourFollowing));
+    click_voxel(window->displays(in)[0], 3, 12);
+    std::vector<std::pair<int, int>> red;
+    for (const auto& [y, x] : marked(out, 0, 0, 255))
+        if (out->data[1].uc[0][y][x] == 0 && out->data[2].uc[0][y][x] == 0) red.emplace_back(y, x);
+    EXPECT_EQ(red, rim(in, 0));
+    EXPECT_EQ(out->data[1].uc[0][12][11], 200);    // the rest a copy of the original
+    click_voxel(window->displays(in)[0], 3, 12, Qt::RightButton);
+    EXPECT_EQ(out->data[1].uc[0][12][4], 200);
+}
+
+}  // namespace
+}  // namespace t3d
