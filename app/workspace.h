@@ -3,9 +3,11 @@
 // that show a volume), the tests put their own in its place.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "app/projections.h"
 #include "vexilo3d.h"
 
 namespace app {
@@ -31,6 +33,16 @@ public:
     // Shows or hides the coordinates read-out (class write), creating it when first shown;
     // false when it cannot be created.
     virtual bool show_coordinates(bool show) = 0;
+    // The client area a new projection window's picture may take: the MDI client less a
+    // child's frame, caption and scroll bars.
+    virtual ClientSize projection_area() const { return {}; }
+    // Opens a projection window (class projection) titled title that shows record's buffer
+    // for proj, record's ranges set; from then on the window owns the record (taken from
+    // record), proj and the buffer. Null when it cannot be created: nothing is taken then.
+    virtual void* open_projection(std::unique_ptr<ProjectionWindowRecord>& /*record*/,
+                                  Projection* /*proj*/, const std::string& /*title*/) {
+        return nullptr;
+    }
     // The coordinates read-out changed (PrintCoordinates).
     virtual void readout_changed() {}
     // Ends the program the way Exit does.

@@ -55,6 +55,9 @@ public:
     bool open_display(int mode, Volume* vol, double delay, int first, int last,
                       int placement) override;
     bool open_plot(const std::string& title, const std::vector<float>& values) override;
+    app::ClientSize projection_area() const override;
+    void* open_projection(std::unique_ptr<app::ProjectionWindowRecord>& record, Projection* proj,
+                          const std::string& title) override;
     bool show_coordinates(bool show) override;
     void readout_changed() override;
     void exit() override;
@@ -68,6 +71,8 @@ protected:
 
 private:
     void build_menu();
+    // The MDI client's size (the screen's when the frame is not shown yet).
+    QSize client_area() const;
     void connect_display(view::FrameDisplay* display);
     void hide_coordinates();
     void shut_down();

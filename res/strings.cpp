@@ -114,6 +114,8 @@ const Entry kTable[] = {
     {3134, "Volume %d has been reserved for internal use.\nDo not modify or destroy it during alignment procedure!"},
     {3135, "All changes made to the current frame will be lost. Continue?"},
     {3136, "Do you want to save changes?"},
+    {3137, "Frame Gallery of Volume  %d."},
+    {3138, "&Save Projection"},
     {5001, "Give X Offset:"},
     {5002, "Give Y Offset:"},
     {5003, "Give Z Offset:"},

@@ -14,6 +14,7 @@ std::string format(int id, ...);
 
 enum Text : int {
     // messages the workstation reports by id
+    kCannotAllocateBuffer = 9,
     kCannotDisplayFrames = 611,
     kEnoughWindows = 612,
     kBadVoi = 615,
@@ -105,6 +106,8 @@ enum Text : int {
     kReservedVolume = 3134,
     kChangesLost = 3135,
     kSaveChanges = 3136,
+    kGalleryTitle = 3137,          // "Frame Gallery of Volume  %d."
+    kSaveProjection = 3138,        // a projection window's system-menu item
 
     kOffsetX = 5001, kOffsetY, kOffsetZ,
     kChannel1 = 5004, kChannel2, kChannel3,
