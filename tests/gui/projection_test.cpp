@@ -66,14 +66,17 @@ protected:
         g_keep = 0;
         AppTest::TearDown();
     }
-    // A picture whose pixel (y, x) of channel c is (7 y + x + 50 c) mod 256, shown for source.
+    // A picture whose pixel (y, x) is 7 y + x mod 256 on channel 0, and on channels 1 and 2 of
+    // a colour one 255 - 2 y and 3 x mod 256, shown for source.
     static ProjectionWindow* show(int colortype, int w, int h, void* source,
                                   int type = RegisterProjectionType()) {
         Buffer* b = CreateBuffer(colortype, w, h);
         for (int c = 0; c < (colortype == 2 ? 3 : 1); ++c)
             for (int y = 0; y < h; ++y)
-                for (int x = 0; x < w; ++x)
-                    b->image[c][y][x] = static_cast<unsigned char>(7 * y + x + 50 * c);
+                for (int x = 0; x < w; ++x) {
+                    const int value[3] = {7 * y + x, 255 - 2 * y, 3 * x};
+                    b->image[c][y][x] = static_cast<unsigned char>(value[c]);
+                }
         Projection* p = CreateProjection(type, source, 16);
         auto* window = static_cast<ProjectionWindow*>(DisplayProjection(p, b, "mine"));
         QApplication::processEvents();
@@ -92,13 +95,13 @@ protected:
 };
 
 TEST_F(ProjectionWindows, AModuleShowsAGreyAndAColourBufferOneScreenPixelAPicturePixel) {
-    ProjectionWindow* windows[2] = {show(1, 48, 40, nullptr), show(2, 48, 40, nullptr)};
+    ProjectionWindow* windows[2] = {show(1, 200, 120, nullptr), show(2, 200, 120, nullptr)};
     for (ProjectionWindow* w : windows) {
         ASSERT_NE(w, nullptr);
         const Buffer* b = w->buffer();
         const QImage shot = w->viewport()->grab().toImage();
-        for (int y = 0; y < 40; y += 3)
-            for (int x = 0; x < 48; x += 5) {
+        for (int y = 0; y < 120; y += 7)
+            for (int x = 0; x < 200; x += 9) {
                 const int c = b->colortype == 2 ? 1 : 0, e = b->colortype == 2 ? 2 : 0;
                 EXPECT_EQ(shot.pixel(x, y), qRgb(b->image[0][y][x], b->image[c][y][x], b->image[e][y][x]));
             }
@@ -115,9 +118,12 @@ TEST_F(ProjectionWindows, AModuleShowsAGreyAndAColourBufferOneScreenPixelAPictur
     ASSERT_NE(save_item(windows[0]), nullptr);
     EXPECT_EQ(save_item(windows[0])->text(), "&Save Projection");
     EXPECT_FALSE(save_item(windows[0])->isEnabled());
-    EXPECT_EQ(save_item(show(1, 30, 30, nullptr, app::alignment_projection_type())), nullptr);
+    ProjectionWindow* alignment_view = show(1, 30, 30, nullptr, app::alignment_projection_type());
+    EXPECT_EQ(save_item(alignment_view), nullptr);
     if (const int hold = qEnvironmentVariableIntValue("V3D_SCREENSHOT_HOLD_MS")) {
-        sub_of(windows[1])->move(260, 0);
+        sub_of(windows[1])->move(500, 0);
+        sub_of(alignment_view)->move(760, 0);
+        sub_of(windows[1])->systemMenu()->popup(sub_of(windows[1])->mapToGlobal(QPoint(0, 240)));
         QTest::qWait(hold);
     }
 }
