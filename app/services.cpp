@@ -1,6 +1,10 @@
 // The application services exported to modules and the output-preparation helpers.
 #include "app/services.h"
 
+#include <memory>
+#include <new>
+
+#include "app/projections.h"
 #include "app/state.h"
 #include "app/tools/coordinates.h"
 #include "app/ui.h"
@@ -48,6 +52,24 @@ void DisplayVolume(Volume* vol) {
 
 void freedisWin(Volume* vol) {
     if (vol && workspace()) workspace()->release(vol);
+}
+
+void* DisplayProjection(Projection* proj, Buffer* buffer, const char* title) {
+    std::unique_ptr<ProjectionWindowRecord> record(new (std::nothrow) ProjectionWindowRecord);
+    if (!record) {
+        error_handler(res::kCannotAllocateBuffer);
+        return nullptr;
+    }
+    const bool pictured = buffer && buffer->image[0] &&
+                          (buffer->colortype == V3D_COLOR_GREY || buffer->colortype == V3D_COLOR_RGB);
+    void* window = nullptr;
+    if (proj && pictured && workspace()) {
+        record->buffer = buffer;
+        fit_picture(*record, workspace()->projection_area());
+        window = workspace()->open_projection(record, proj, title ? title : "");
+    }
+    if (!window) error_handler(res::kCannotCreateWindow);
+    return window;
 }
 
 int GetInputVolume(int typemask, int colormask, const char* title, Volume** out) {

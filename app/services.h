@@ -24,6 +24,11 @@ V3D_APP_API int error_handler(int code);
 V3D_APP_API void DisplayVolume(Volume *vol);
 /* Closes every window that shows vol; called before vol is destroyed or reallocated. */
 V3D_APP_API void freedisWin(Volume *vol);
+/* Shows buffer in a new projection window (class "projection") titled title, fitted into the
+   MDI client and scrolling the rest; proj's source names the volume whose changes it follows.
+   The window owns proj and buffer from then on and frees both when it closes. Returns the
+   window's handle, or null after reporting 9 or 723; the caller still owns both then. */
+V3D_APP_API void *DisplayProjection(Projection *proj, Buffer *buffer, const char *title);
 /* The input selection dialog with the masks and title: 1 OK (*out is the volume), 0 Cancel. */
 V3D_APP_API int GetInputVolume(int typemask, int colormask, const char *title, Volume **out);
 /* The output selection dialog; X, Y, Z are proposed for a new volume ("New[%d]" is offered

@@ -56,13 +56,14 @@ struct LevelsRequest {
     double delay = 0.0;             // seconds
 };
 
-// "Interpolation Options", "Binary Frame Interpolation Options", "Select Weights Source".
-enum class OptionsKind { Interpolation, BinaryFrameInterpolation, WeightsSource };
+// "Interpolation Options", "Binary Frame Interpolation Options", "Select Weights Source",
+// "Frame Gallery Display Options".
+enum class OptionsKind { Interpolation, BinaryFrameInterpolation, WeightsSource, FrameGallery };
 struct OptionsRequest {
     OptionsKind kind = OptionsKind::Interpolation;
     std::string caption;
     bool check = false;             // 1156 / 1165
-    std::string factors[3];         // 1157-1159 (X, Y, Z)
+    std::string factors[3];         // 1157-1159 (X, Y, Z); the gallery's frames per row first
     int choice = 0;                 // 0 the first radio button, 1 the second
 };
 

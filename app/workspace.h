@@ -3,9 +3,11 @@
 // that show a volume), the tests put their own in its place.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "app/projections.h"
 #include "vexilo3d.h"
 
 namespace app {
@@ -44,6 +46,16 @@ public:
     virtual bool open_contour_windows(Volume* original, Volume* output, const void* views[2]) = 0;
     // Closes whichever of the two is still open.
     virtual void close_contour_windows() = 0;
+    // The client area a new projection window's picture may take: the MDI client less a
+    // child's frame, caption and scroll bars.
+    virtual ClientSize projection_area() const { return {}; }
+    // Opens a projection window (class projection) titled title that shows record's buffer
+    // for proj, record's ranges set; from then on the window owns the record (taken from
+    // record), proj and the buffer. Null when it cannot be created: nothing is taken then.
+    virtual void* open_projection(std::unique_ptr<ProjectionWindowRecord>& /*record*/,
+                                  Projection* /*proj*/, const std::string& /*title*/) {
+        return nullptr;
+    }
     // The coordinates read-out changed (PrintCoordinates).
     virtual void readout_changed() {}
     // Ends the program the way Exit does.

@@ -19,6 +19,7 @@
 #include "app/tools/labelled_view.h"
 #include "app/tools/tools.h"
 #include "gui/dialogs/labelled_view.h"
+#include "gui/projections.h"
 #include "res/commands.h"
 #include "res/menu.h"
 #include "res/strings.h"
@@ -266,27 +267,50 @@ QList<view::FrameDisplay*> MainWindow::displays(const Volume* vol) const {
     return found;
 }
 
-QSize MainWindow::available_area() const {
-    // the client area less the borders and title of a child and the button bar
+QSize MainWindow::client_area() const {
     QSize area = mdi_->viewport()->size();
     if (!isVisible() || area.width() < 200 || area.height() < 200) {
         const QScreen* screen = QGuiApplication::primaryScreen();
         area = screen ? screen->availableSize() : QSize(800, 600);
         area.rheight() -= menuBar()->sizeHint().height();
     }
+    return area;
+}
+
+QSize MainWindow::available_area() const {
+    // the client area less the borders and title of a child and the button bar
+    const QSize area = client_area();
     const int frame = style()->pixelMetric(QStyle::PM_MdiSubWindowFrameWidth);
     const int caption = style()->pixelMetric(QStyle::PM_TitleBarHeight);
     return QSize(area.width() - 2 * frame,
                  area.height() - 2 * frame - 2 * caption - view::FrameDisplay::kButtonBarHeight);
 }
 
+// The client area less a child's frame and caption, and less both scroll bars: they are
+// always there, and a picture that fits is then seen whole.
+app::ClientSize MainWindow::projection_area() const {
+    const QSize area = client_area();
+    const int frame = style()->pixelMetric(QStyle::PM_MdiSubWindowFrameWidth);
+    const int caption = style()->pixelMetric(QStyle::PM_TitleBarHeight);
+    const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+    return {area.width() - 2 * frame - bar, area.height() - 2 * frame - caption - bar};
+}
+
+void* MainWindow::open_projection(std::unique_ptr<app::ProjectionWindowRecord>& record,
+                                  Projection* proj, const std::string& title) {
+    return gui::open_projection(*this, record, proj, QString::fromStdString(title));
+}
+
+// Repaints vol's display windows (opening one when there is none and open_if_missing), then
+// its projection windows are rendered again.
 bool MainWindow::display(Volume* vol, bool open_if_missing) {
     const auto shown = displays(vol);
     for (auto* d : shown) d->refresh();
     for (QWidget* w : windows_of(kSectionClass, vol)) static_cast<SectionWindow*>(w)->refresh();
-    // projection windows of vol are recomputed here once they exist
-    if (!shown.isEmpty() || !open_if_missing) return true;
-    return open_display(display_mode_of(vol), vol, 0.0, 0, vol->Z - 1, 0);
+    if (!open_if_missing) return true;
+    const bool opened = !shown.isEmpty() || open_display(display_mode_of(vol), vol, 0.0, 0, vol->Z - 1, 0);
+    update_projections(*this, vol);
+    return opened;
 }
 
 void MainWindow::release(Volume* vol) {

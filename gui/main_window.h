@@ -56,6 +56,9 @@ public:
                       int placement) override;
     bool open_plot(const std::string& title, const std::vector<float>& values) override;
     bool open_section_view(Volume* vol) override;
+    app::ClientSize projection_area() const override;
+    void* open_projection(std::unique_ptr<app::ProjectionWindowRecord>& record, Projection* proj,
+                          const std::string& title) override;
     bool show_coordinates(bool show) override;
     bool open_labelled_view() override;
     bool open_contour_windows(Volume* original, Volume* output, const void* views[2]) override;
@@ -77,6 +80,8 @@ private:
     // A display window of vol, not yet shown; null when it could not be created.
     view::FrameDisplay* add_display(int mode, Volume* vol, double delay, int first, int last,
                                     int buttons);
+    // The MDI client's size (the screen's when the frame is not shown yet).
+    QSize client_area() const;
     void connect_display(view::FrameDisplay* display);
     void hide_coordinates();
     void shut_down();

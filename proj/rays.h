@@ -19,8 +19,18 @@ struct View {
     float up[3];   // one picture row upwards
 };
 
-// Degrees to single-precision sine and cosine (pi = 4 atan(1)).
+// Degrees to single-precision sine and cosine (pi = 4 atan(1)). Quarter turns are exact: the
+// rounded cos 90 (about 6e-17) would tip ray starts that lie exactly between two voxels to
+// either side, so a view straight along an axis would lose one row or column of the volume
+// and draw its neighbour twice.
 inline void sin_cos(int degrees, float& s, float& c) {
+    if (degrees % 90 == 0) {
+        static const float kQuarter[4][2] = {{0, 1}, {1, 0}, {0, -1}, {-1, 0}};
+        const int q = ((degrees / 90) % 4 + 4) % 4;
+        s = kQuarter[q][0];
+        c = kQuarter[q][1];
+        return;
+    }
     const double a = degrees * (4.0 * std::atan(1.0)) / 180.0;
     s = static_cast<float>(std::sin(a));
     c = static_cast<float>(std::cos(a));

@@ -119,6 +119,8 @@ const Entry kTable[] = {
     {3139, "X factor : %4.2f"},
     {3140, "Y factor : %4.2f"},
     {3141, "Z factor : %4.2f"},
+    {3142, "Frame Gallery of Volume  %d."},
+    {3143, "&Save Projection"},
     {5001, "Give X Offset:"},
     {5002, "Give Y Offset:"},
     {5003, "Give Z Offset:"},

@@ -14,6 +14,7 @@ std::string format(int id, ...);
 
 enum Text : int {
     // messages the workstation reports by id
+    kCannotAllocateBuffer = 9,
     kCannotDisplayFrames = 611,
     kEnoughWindows = 612,
     kBadVoi = 615,
@@ -108,6 +109,8 @@ enum Text : int {
     kSectionViewTitle = 3137,      // "Section View of Volume %d."
     kClipFailed = 3138,            // "SelectCLipRgn failed."
     kXFactor = 3139, kYFactor, kZFactor,  // "X factor : %4.2f" ...
+    kGalleryTitle = 3142,          // "Frame Gallery of Volume  %d."
+    kSaveProjection = 3143,        // a projection window's system-menu item
 
     kOffsetX = 5001, kOffsetY, kOffsetZ,
     kChannel1 = 5004, kChannel2, kChannel3,

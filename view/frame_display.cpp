@@ -17,6 +17,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "view/grey_palette.h"
 
 namespace view {
 namespace {
@@ -279,11 +280,7 @@ QImage FrameDisplay::frame_image_of(int frame) const {
     const bool colour = vol_->colortype != 1;
     QImage image(w, h, colour ? QImage::Format_RGB888 : QImage::Format_Indexed8);
     if (image.isNull()) return image;  // no memory for the picture
-    if (!colour) {
-        QVector<QRgb> grey(256);
-        for (int i = 0; i < 256; ++i) grey[i] = qRgb(i, i, i);
-        image.setColorTable(grey);
-    }
+    if (!colour) image.setColorTable(grey_palette());
     image.fill(0);
     if (!vol_->type || frame < 0 || frame >= vol_->Z) return image;
     const int sx = pane_->horizontalScrollBar()->value(), sy = pane_->verticalScrollBar()->value();

@@ -1,5 +1,6 @@
 // Visualisation commands: the frame displays, sections, gallery, coordinates, alignment.
 #include "app/command_table.h"
+#include "app/projections.h"
 #include "app/services.h"
 #include "app/state.h"
 #include "app/tools/coordinates.h"
@@ -65,8 +66,9 @@ void add_view_commands(std::vector<CommandSpec>& rows) {
                     .after = After::Nothing, .custom = color_display});
     rows.push_back({.id = cmd::kViewSections, .text = "View &Sections", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .after = After::Nothing, .custom = view_sections});
-    // the frame gallery and the alignment tool join with their windows
-    rows.push_back({.id = cmd::kFrameGallery, .text = "&Frame Gallery", .after = After::Nothing});
+    // the alignment tool joins with its windows
+    rows.push_back({.id = cmd::kFrameGallery, .text = "&Frame Gallery", .after = After::Nothing,
+                    .custom = frame_gallery});
     rows.push_back({.id = cmd::kDisplayCoordinates, .text = "D&isplay Coordinates",
                     .after = After::Nothing, .custom = toggle_coordinates});
     rows.push_back({.id = cmd::kManualAlignment, .text = "Manual Frame A&lignment", .typemask = V3D_TYPE_UC,

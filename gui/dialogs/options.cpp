@@ -48,6 +48,20 @@ OptionsDialog::OptionsDialog(const app::OptionsRequest& request, QWidget* parent
         choices[0] = "1 frame between each pair", choices[1] = "2 frames between each pair";
         ids[0] = 1166, ids[1] = 1167;
         break;
+    case app::OptionsKind::FrameGallery: {
+        // the template gives no ids: the field takes the one after the command's, the radio
+        // buttons those of the same choice in "Interpolation Options"
+        setObjectName("Frame Gallery Display Options");
+        auto* form = new QFormLayout;
+        factors_[0] = make_edit(1316, this);
+        factors_[0]->setText(QString::fromStdString(request.factors[0]));
+        form->addRow("Specify frames per row:", factors_[0]);
+        main->addLayout(form);
+        group_title = "Interpolation method";
+        choices[0] = "Nearest Neighbor", choices[1] = "Linear";
+        ids[0] = 1163, ids[1] = 1164;
+        break;
+    }
     case app::OptionsKind::WeightsSource:
         setObjectName("Select Weights Source");
         group_title = "Read Weights From ...";
@@ -56,6 +70,8 @@ OptionsDialog::OptionsDialog(const app::OptionsRequest& request, QWidget* parent
         break;
     }
     setWindowTitle(request.caption.empty() ? objectName() : QString::fromStdString(request.caption));
+    // wide enough for its caption beside the window manager's buttons
+    setMinimumWidth(fontMetrics().horizontalAdvance(windowTitle()) + 140);
     if (check_) check_->setChecked(request.check);
     auto* group = new QGroupBox(group_title, this);
     auto* column = new QVBoxLayout(group);

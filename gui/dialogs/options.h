@@ -1,4 +1,5 @@
-// "Interpolation Options", "Binary Frame Interpolation Options", "Select Weights Source".
+// "Interpolation Options", "Binary Frame Interpolation Options", "Select Weights Source",
+// "Frame Gallery Display Options".
 #pragma once
 
 #include "app/ui.h"

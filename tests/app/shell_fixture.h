@@ -10,9 +10,33 @@
 
 namespace t3d {
 
+// A projection window as the recording workspace keeps it: it owns the records as a window
+// does.
+struct ProjectionShown {
+    std::unique_ptr<app::ProjectionWindowRecord> record;
+    Projection* proj = nullptr;
+    std::string title;
+};
+
 struct RecordingWorkspace : app::Workspace {
     std::vector<const Volume*> displayed, released;
     int readouts = 0;
+    std::vector<ProjectionShown> projections;
+    bool projection_windows = true;      // false: a projection window cannot be created
+    app::ClientSize area{1560, 900};     // the projection area of a 1600 x 1000 screen
+    ~RecordingWorkspace() override {
+        for (auto& p : projections) {
+            DestroyBuffer(p.record->buffer);
+            DestroyProjection(p.proj);
+        }
+    }
+    app::ClientSize projection_area() const override { return area; }
+    void* open_projection(std::unique_ptr<app::ProjectionWindowRecord>& record, Projection* proj,
+                          const std::string& title) override {
+        if (!projection_windows) return nullptr;
+        projections.push_back({std::move(record), proj, title});
+        return proj;
+    }
     bool display(Volume* vol, bool) override {
         displayed.push_back(vol);
         return true;

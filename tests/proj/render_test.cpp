@@ -1,7 +1,10 @@
 // Projection renderers against direct computations over the VOI.
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <functional>
+#include <utility>
+#include <vector>
 
 #include "core/parallel.h"
 #include "support.h"
@@ -107,6 +110,93 @@ TEST(Projection, QuarterTurnsMatchTurnedVolumes) {
                 ASSERT_EQ(render(turned[k], b.image(), 4, W, 0), 0);
                 EXPECT_EQ(a.pixels(), b.pixels()) << "Y " << Y << " angle " << 90 * k;
             }
+    }
+}
+
+// Straight along an axis every ray meets one line of voxels, each voxel once: every mode is
+// the plain reduction along that axis, whole rows and columns, centred. Odd and even extents
+// put the box centre on a voxel or between two, where ray starts are rounded.
+TEST(Projection, QuarterTurnViewsEqualReductionsAlongTheAxis) {
+    static const int sin90[4] = {0, 1, 0, -1}, cos90[4] = {1, 0, -1, 0};
+    const unsigned char thr[3] = {100, 150, 120};
+    struct Shape {
+        int Z, Y, X, colortype, voi[6];
+    };
+    for (const Shape& sh : {Shape{9, 10, 12, 1, {0, 9, 0, 10, 0, 12}},
+                            Shape{10, 9, 8, 1, {1, 9, 2, 7, 1, 8}}, Shape{8, 7, 7, 2, {1, 6, 0, 7, 2, 6}}}) {
+        Vol v(sh.Z, sh.Y, sh.X, 1, sh.colortype), holes(sh.Z, sh.Y, sh.X);
+        const int n = sh.colortype == 2 ? 3 : 1;
+        t3d::fill_random(&v, static_cast<uint32_t>(sh.Z + sh.X));
+        t3d::fill_random(&holes, static_cast<uint32_t>(sh.Y), 2);  // half the voxels empty
+        for (int z = 0; z < sh.Z; ++z)
+            for (int y = 0; y < sh.Y; ++y)
+                for (int x = 0; x < sh.X; ++x)
+                    for (int ch = 0; ch < n; ++ch) v.uc(z, y, x, ch) *= holes.uc(z, y, x);
+        v.voi(sh.voi[0], sh.voi[1], sh.voi[2], sh.voi[3], sh.voi[4], sh.voi[5]);
+        const int lo[3] = {sh.voi[0], sh.voi[2], sh.voi[4]};
+        const int E[3] = {sh.voi[1] - lo[0], sh.voi[3] - lo[1], sh.voi[5] - lo[2]};
+        for (const auto& [H, W] : {std::pair{17, 16}, std::pair{16, 17}})
+            for (int az = 0; az < 360; az += 90)
+                for (int el = 0; el < 360; el += 90) {
+                    SCOPED_TRACE(testing::Message() << sh.Z << "x" << sh.Y << "x" << sh.X << " picture "
+                                                    << H << "x" << W << " azimuth " << az
+                                                    << " elevation " << el);
+                    // whole-voxel steps in (z, y, x): along the rays, a column right, a row up
+                    const int sa = sin90[az / 90], ca = cos90[az / 90];
+                    const int se = sin90[el / 90], ce = cos90[el / 90];
+                    const int d[3] = {se, ce * ca, ce * sa}, col[3] = {0, -sa, ca},
+                              up[3] = {ce, -se * ca, -se * sa};
+                    auto axis = [](const int* a) { return a[0] ? 0 : a[1] ? 1 : 2; };
+                    const int kd = axis(d), kc = axis(col), ku = axis(up), rows = E[ku], cols = E[kc];
+                    // mode 0 maximum, 1 mean, 2 threshold, 3 silhouette, at (i, j) of the reduction
+                    auto expected = [&](int mode, int i, int j, int ch) {
+                        int p[3], best = 0, last = 0, set = 0;
+                        float sum = 0;
+                        p[kc] = lo[kc] + (col[kc] > 0 ? j : cols - 1 - j);
+                        p[ku] = lo[ku] + (up[ku] > 0 ? rows - 1 - i : i);
+                        for (int t = 0; t < E[kd]; ++t) {
+                            p[kd] = lo[kd] + (d[kd] > 0 ? t : E[kd] - 1 - t);
+                            const int s = v.uc(p[0], p[1], p[2], ch);
+                            best = std::max(best, s), sum += s;
+                            bool above = false;
+                            for (int k = 0; k < n; ++k) {
+                                above |= v.uc(p[0], p[1], p[2], k) > thr[k];
+                                set |= v.uc(p[0], p[1], p[2], k) != 0;
+                            }
+                            if (above) last = s;
+                        }
+                        const int mean = static_cast<int>(sum / static_cast<float>(E[kd]));
+                        const int values[4] = {best, mean, last, set ? 255 : 0};
+                        return values[mode];
+                    };
+                    const int ct = sh.colortype;
+                    Picture pics[4] = {{H, W, ct}, {H, W, ct}, {H, W, ct}, {H, W, ct}};
+                    ASSERT_EQ(ProvoliMax3d(&v, pics[0].image(), H, W, az, el, 0), 0);
+                    ASSERT_EQ(ProvoliAvrg3d(&v, pics[1].image(), H, W, az, el, 0), 0);
+                    ASSERT_EQ(Provoli3d(&v, pics[2].image(), H, W, az, el, 0, thr), 0);
+                    ASSERT_EQ(Provoli3dBinary(&v, pics[3].image(), H, W, az, el, 0, 0), 0);
+                    // does the picture of mode hold its reduction at (top, left), and 0 elsewhere?
+                    auto holds = [&](int mode, int top, int left) {
+                        for (int ch = 0; ch < n; ++ch)
+                            for (int y = 0; y < H; ++y)
+                                for (int x = 0; x < W; ++x) {
+                                    const int i = y - top, j = x - left;
+                                    const bool in = i >= 0 && i < rows && j >= 0 && j < cols;
+                                    const int want = in ? expected(mode, i, j, ch) : 0;
+                                    if (pics[mode].at(y, x, ch) != want) return false;
+                                }
+                        return true;
+                    };
+                    int top = -1, left = -1;
+                    for (int y = 0; y + rows <= H && top < 0; ++y)
+                        for (int x = 0; x + cols <= W && top < 0; ++x)
+                            if (holds(0, y, x)) top = y, left = x;
+                    ASSERT_GE(top, 0) << "the maximum is not the reduction along the axis";
+                    EXPECT_LE(std::abs(2 * top - (H - rows)), 1);  // centred within a pixel
+                    EXPECT_LE(std::abs(2 * left - (W - cols)), 1);
+                    for (int mode = 1; mode < 4; ++mode)
+                        EXPECT_TRUE(holds(mode, top, left)) << "mode " << mode;
+                }
     }
 }
 
