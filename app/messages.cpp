@@ -3,19 +3,19 @@
 
 namespace app {
 namespace {
-V3dInfoBlock g_info{};
-std::forward_list<V3dMessageHandler> g_handlers[2];
+Vexilo3DInfo g_info{};
+std::forward_list<Vexilo3DMessageHandler> g_handlers[2];
 }  // namespace
 
-V3dInfoBlock& info_block() { return g_info; }
+Vexilo3DInfo& info_block() { return g_info; }
 
-std::forward_list<V3dMessageHandler>& message_handlers(HandlerList which) {
+std::forward_list<Vexilo3DMessageHandler>& message_handlers(HandlerList which) {
     return g_handlers[static_cast<int>(which)];
 }
 
 bool offer_message(HandlerList which, void* window, unsigned msg, uintptr_t wp, intptr_t lp,
-                   long& result) {
-    for (V3dMessageHandler handler : message_handlers(which)) {
+                   intptr_t& result) {
+    for (Vexilo3DMessageHandler handler : message_handlers(which)) {
         handler(window, msg, wp, lp);
         if (g_info.message_handled) {
             result = g_info.message_result;

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "app/messages.h"
+#include "app/modules.h"
 #include "app/state.h"
 
 namespace app {
@@ -60,8 +61,8 @@ void projection_mouse(Projection* p, void* window, unsigned msg, uintptr_t wp, i
 
 void alignment_view_mouse(void*, unsigned, uintptr_t, intptr_t) {}
 
-bool save_buffer_available() { return false; }
+bool save_buffer_available() { return save_module_loaded(); }
 
-void save_buffer(Buffer*) {}
+void save_buffer(Buffer* buffer) { module_save_buffer(buffer); }
 
 }  // namespace app

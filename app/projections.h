@@ -46,7 +46,7 @@ void projection_mouse(Projection* p, void* window, unsigned msg, uintptr_t wp, i
 void alignment_view_mouse(void* window, unsigned msg, uintptr_t wp, intptr_t lp);
 
 // The save module's projection entry: whether one is loaded, and the call of "&Save
-// Projection" (the module loader fills both).
+// Projection".
 bool save_buffer_available();
 void save_buffer(Buffer* buffer);
 

@@ -54,22 +54,31 @@ void freedisWin(Volume* vol) {
     if (vol && workspace()) workspace()->release(vol);
 }
 
+// A buffer a window can show: a grey or colour picture.
+static bool has_picture(const Buffer* buffer) {
+    return buffer && buffer->image[0] && buffer->width > 0 && buffer->height > 0 &&
+           (buffer->colortype == V3D_COLOR_GREY || buffer->colortype == V3D_COLOR_RGB);
+}
+
 void* DisplayProjection(Projection* proj, Buffer* buffer, const char* title) {
     std::unique_ptr<ProjectionWindowRecord> record(new (std::nothrow) ProjectionWindowRecord);
     if (!record) {
         error_handler(res::kCannotAllocateBuffer);
         return nullptr;
     }
-    const bool pictured = buffer && buffer->image[0] &&
-                          (buffer->colortype == V3D_COLOR_GREY || buffer->colortype == V3D_COLOR_RGB);
     void* window = nullptr;
-    if (proj && pictured && workspace()) {
+    if (proj && has_picture(buffer) && workspace()) {
         record->buffer = buffer;
         fit_picture(*record, workspace()->projection_area());
         window = workspace()->open_projection(record, proj, title ? title : "");
     }
     if (!window) error_handler(res::kCannotCreateWindow);
     return window;
+}
+
+int SetProjectionBuffer(void* window, Buffer* buffer) {
+    if (!window || !has_picture(buffer) || !workspace()) return -1;
+    return workspace()->set_projection_buffer(window, buffer) ? 0 : -1;
 }
 
 int GetInputVolume(int typemask, int colormask, const char* title, Volume** out) {

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "app/modules.h"
 #include "app/services.h"
 #include "app/tools/contour.h"
 #include "app/tools/labelled_view.h"
@@ -71,6 +72,7 @@ void shutdown_application() {
     labelled_view().close();
     ReleaseVolumeTable();
     SetMessageHook(nullptr);
+    forget_modules();
 }
 
 void reset_all_vois() {

@@ -56,6 +56,35 @@ public:
                                   Projection* /*proj*/, const std::string& /*title*/) {
         return nullptr;
     }
+    // Hands projection window window a picture as SetProjectionBuffer does; false when window
+    // is not a projection window (nothing is taken then).
+    virtual bool set_projection_buffer(void* /*window*/, Buffer* /*buffer*/) { return false; }
+
+    // ---- the modules' menus
+    // One item of a module's popup: its text (marks removed), command id and looks.
+    struct ModuleItem {
+        std::string text;
+        int id = 0;
+        bool greyed = false;
+        bool separator_before = false;
+    };
+    // Puts the "&Modules" popup in place of the menu bar's fourth item, the first time; later
+    // calls find it there. False when it cannot be made.
+    virtual bool install_modules_menu() { return false; }
+    // Appends a module's popup titled title, holding items, to "&Modules" and redraws the bar;
+    // the popup's handle, null when it cannot be made.
+    virtual void* append_module_popup(const std::string& /*title*/,
+                                      const std::vector<ModuleItem>& /*items*/) {
+        return nullptr;
+    }
+    // Sets the state (MF_ bits) of the module item whose command id is id; redraws the bar.
+    virtual void set_module_item_state(int /*id*/, unsigned /*state*/) {}
+    // Enables File > Save (a save module is loaded).
+    virtual void enable_save() {}
+    // The handles of the information block: the frame window and its MDI client.
+    virtual void* frame_handle() { return nullptr; }
+    virtual void* client_handle() { return nullptr; }
+
     // The coordinates read-out changed (PrintCoordinates).
     virtual void readout_changed() {}
     // Ends the program the way Exit does.

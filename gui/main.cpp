@@ -4,6 +4,7 @@
 
 #include "gui/main_window.h"
 #include "gui/qt_ui.h"
+#include "app/modules.h"
 #include "app/startup.h"
 #include "app/state.h"
 
@@ -24,6 +25,8 @@ int main(int argc, char** argv) {
     ui.set_owner(&frame);
     if (!app::initialise_application()) return 0;
     frame.showMaximized();
+    // the modules of the start directory, after the frame and its menu exist
+    app::load_modules(app::state().start_directory);
     app::open_files(line);
     const int code = application.exec();
     return code;

@@ -13,6 +13,7 @@
 #include <QStyle>
 
 #include "app/command_table.h"
+#include "app/modules.h"
 #include "app/services.h"
 #include "app/state.h"
 #include "app/tools/contour.h"
@@ -20,6 +21,7 @@
 #include "app/tools/tools.h"
 #include "gui/dialogs/labelled_view.h"
 #include "gui/projections.h"
+#include "gui/window_messages.h"
 #include "res/commands.h"
 #include "res/menu.h"
 #include "res/strings.h"
@@ -138,7 +140,8 @@ QAction* MainWindow::action(int id) const {
 
 void MainWindow::run_command(int id) {
     app::dispatch(id);
-    // unknown ids and every command go on to the module router once modules exist
+    int result = 0;
+    app::route_module_command(id, result);
     update_checks();
 }
 
@@ -301,6 +304,65 @@ void* MainWindow::open_projection(std::unique_ptr<app::ProjectionWindowRecord>& 
     return gui::open_projection(*this, record, proj, QString::fromStdString(title));
 }
 
+bool MainWindow::set_projection_buffer(void* window, Buffer* buffer) {
+    for (QWidget* w : windows_of(kProjectionClass))
+        if (w == window)
+            if (ProjectionProcedure* procedure = procedure_of(w); procedure && !procedure->ended()) {
+                procedure->set_buffer(buffer);
+                return true;
+            }
+    return false;
+}
+
+// The menu resource holds a plain "&Modules" entry as the fourth top-level item; the first
+// module's popup puts a real popup in its place.
+bool MainWindow::install_modules_menu() {
+    if (modules_menu_) return true;
+    QMenuBar* bar = menuBar();
+    auto* menu = new QMenu(res::kModulesMenu, bar);
+    menu->setObjectName("Modules");
+    const QList<QAction*> top = bar->actions();
+    if (top.size() > 3) {
+        bar->insertMenu(top[3], menu);
+        bar->removeAction(top[3]);
+        delete top[3]->menu();
+    } else {
+        bar->addMenu(menu);
+    }
+    modules_menu_ = menu;
+    return true;
+}
+
+void* MainWindow::append_module_popup(const std::string& title, const std::vector<ModuleItem>& items) {
+    if (!modules_menu_) return nullptr;
+    QMenu* popup = modules_menu_->addMenu(QString::fromStdString(title));
+    for (const ModuleItem& item : items) {
+        if (item.separator_before) popup->addSeparator();
+        QAction* a = popup->addAction(QString::fromStdString(item.text));
+        a->setData(item.id);
+        a->setObjectName(QString::number(item.id));
+        a->setEnabled(!item.greyed);
+        connect(a, &QAction::triggered, this, [this, id = item.id] { run_command(id); });
+    }
+    menuBar()->update();
+    return popup;
+}
+
+void MainWindow::set_module_item_state(int id, unsigned state) {
+    if (!modules_menu_) return;
+    QAction* a = modules_menu_->findChild<QAction*>(QString::number(id));
+    if (!a) return;
+    a->setEnabled(!(state & (MF_GRAYED | MF_DISABLED)));
+    if (state & MF_CHECKED) a->setCheckable(true);
+    a->setChecked(state & MF_CHECKED);
+    menuBar()->update();
+}
+
+void MainWindow::enable_save() {
+    if (QAction* save = action(res::cmd::kSave)) save->setEnabled(true);
+    menuBar()->update();
+}
+
 // Repaints vol's display windows (opening one when there is none and open_if_missing), then
 // its projection windows are rendered again.
 bool MainWindow::display(Volume* vol, bool open_if_missing) {
@@ -361,6 +423,8 @@ view::FrameDisplay* MainWindow::add_display(int mode, Volume* vol, double delay,
     auto* d = new view::FrameDisplay(vol, mode, first, last, delay, available_area(), buttons);
     QMdiSubWindow* sub = add_child(d, kDisplayClass, vol, kFixedChild);
     if (!sub) return nullptr;
+    // what happens over the image pane is offered to the modules' display handlers first
+    new WindowMessages(app::HandlerList::Displays, d, d->pane()->viewport(), sub);
     connect_display(d);
     grey_size_items(sub);
     // moving over the window's frame or caption blanks the read-out

@@ -11,6 +11,7 @@
 #include "view/coordinates_window.h"
 
 class QMdiArea;
+class QMenu;
 class QMdiSubWindow;
 
 namespace view {
@@ -32,7 +33,8 @@ public:
     QMdiArea* mdi() const { return mdi_; }
     // The action of a command id (null when the menu has none).
     QAction* action(int id) const;
-    // Runs a command as the menu does.
+    // Runs a command as the menu does: the built-in dispatcher, then the module router, with
+    // the same id in every case.
     void run_command(int id);
 
     // Adds widget as an MDI child of window_class showing source, with the caption flags of
@@ -59,6 +61,13 @@ public:
     app::ClientSize projection_area() const override;
     void* open_projection(std::unique_ptr<app::ProjectionWindowRecord>& record, Projection* proj,
                           const std::string& title) override;
+    bool set_projection_buffer(void* window, Buffer* buffer) override;
+    bool install_modules_menu() override;
+    void* append_module_popup(const std::string& title, const std::vector<ModuleItem>& items) override;
+    void set_module_item_state(int id, unsigned state) override;
+    void enable_save() override;
+    void* frame_handle() override { return static_cast<QWidget*>(this); }
+    void* client_handle() override { return mdi_; }
     bool show_coordinates(bool show) override;
     bool open_labelled_view() override;
     bool open_contour_windows(Volume* original, Volume* output, const void* views[2]) override;
@@ -87,6 +96,7 @@ private:
     void shut_down();
 
     QMdiArea* mdi_;
+    QPointer<QMenu> modules_menu_;
     QPointer<view::CoordinatesWindow> coordinates_;
     QPointer<QMdiSubWindow> contour_windows_[2];
     bool shut_down_ = false;

@@ -1,11 +1,9 @@
 #include "gui/projections.h"
 
 #include <QAbstractSlider>
-#include <QCloseEvent>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
-#include <QMouseEvent>
 #include <QPointer>
 
 #include "app/messages.h"
@@ -35,39 +33,13 @@ int scroll_code(int action) {
     }
 }
 
-// The buttons and keys held during a mouse event, as MK_ bits.
-uintptr_t mouse_keys(const QMouseEvent* e) {
-    uintptr_t keys = 0;
-    if (e->buttons() & Qt::LeftButton) keys |= MK_LBUTTON;
-    if (e->buttons() & Qt::RightButton) keys |= MK_RBUTTON;
-    if (e->buttons() & Qt::MiddleButton) keys |= MK_MBUTTON;
-    if (e->modifiers() & Qt::ShiftModifier) keys |= MK_SHIFT;
-    if (e->modifiers() & Qt::ControlModifier) keys |= MK_CONTROL;
-    return keys;
-}
-
-// The mouse message of an event (0 for none). The class takes no double clicks: the second
-// press of one is a press.
-unsigned mouse_message(const QMouseEvent* e) {
-    const bool press = e->type() == QEvent::MouseButtonPress || e->type() == QEvent::MouseButtonDblClick;
-    if (e->type() == QEvent::MouseMove) return WM_MOUSEMOVE;
-    if (!press && e->type() != QEvent::MouseButtonRelease) return 0;
-    switch (e->button()) {
-    case Qt::LeftButton: return press ? WM_LBUTTONDOWN : WM_LBUTTONUP;
-    case Qt::RightButton: return press ? WM_RBUTTONDOWN : WM_RBUTTONUP;
-    case Qt::MiddleButton: return press ? WM_MBUTTONDOWN : WM_MBUTTONUP;
-    default: return 0;
-    }
-}
-
 }  // namespace
 
 ProjectionProcedure::ProjectionProcedure(view::ProjectionWindow* window, QMdiSubWindow* sub,
                                          std::unique_ptr<app::ProjectionWindowRecord> record,
                                          Projection* proj)
-    : QObject(window), window_(window), sub_(sub), record_(std::move(record)), proj_(proj) {
-    window->viewport()->installEventFilter(this);
-    sub->installEventFilter(this);
+    : WindowMessages(app::HandlerList::Projections, window, window->viewport(), sub),
+      view_(window), record_(std::move(record)), proj_(proj) {
     connect(window, &view::ProjectionWindow::scroll_action, this,
             [this](Qt::Orientation o, int action, int thumb) { scroll(o, scroll_code(action), thumb); });
     connect(window, &view::ProjectionWindow::thumb_released, this,
@@ -77,16 +49,12 @@ ProjectionProcedure::ProjectionProcedure(view::ProjectionWindow* window, QMdiSub
 
 ProjectionProcedure::~ProjectionProcedure() { destroyed_window(); }
 
-bool ProjectionProcedure::taken_by_module(unsigned msg, uintptr_t wp, intptr_t lp, long& result) {
-    return app::offer_message(app::HandlerList::Projections, window_, msg, wp, lp, result);
-}
-
-long ProjectionProcedure::send(unsigned msg, uintptr_t wp, intptr_t lp) {
-    long result = 0;
-    if (!alive_ || taken_by_module(msg, wp, lp, result)) return result;
+intptr_t ProjectionProcedure::send(unsigned msg, uintptr_t wp, intptr_t lp) {
+    intptr_t result = 0;
+    if (ended() || offer(msg, wp, lp, result)) return result;
     switch (msg) {
     case WM_USER:
-        if (app::update_projection(proj_, record_->buffer)) window_->picture_changed();
+        if (app::update_projection(proj_, record_->buffer)) view_->picture_changed();
         break;
     case WM_SYSCOMMAND:
         if (wp == res::cmd::kSaveProjection) app::save_buffer(record_->buffer);
@@ -97,62 +65,42 @@ long ProjectionProcedure::send(unsigned msg, uintptr_t wp, intptr_t lp) {
     return 0;
 }
 
+void ProjectionProcedure::set_buffer(Buffer* buffer) {
+    if (ended()) return;
+    if (buffer != record_->buffer) {
+        DestroyBuffer(record_->buffer);
+        record_->buffer = buffer;
+        view_->set_buffer(buffer);
+        own_resize(view_->viewport()->size());
+    }
+    view_->picture_changed();
+}
+
 // The thumb's position travels in the message's high word; the move uses the whole of it, so
 // that pictures taller than 65535 rows scroll too.
 void ProjectionProcedure::scroll(Qt::Orientation orientation, int code, int thumb) {
     const bool vertical = orientation == Qt::Vertical;
     const unsigned msg = vertical ? WM_VSCROLL : WM_HSCROLL;
-    long result = 0;
-    if (!alive_ || taken_by_module(msg, app::make_wparam(code, thumb), 0, result)) return;
+    intptr_t result = 0;
+    if (ended() || offer(msg, app::make_wparam(code, thumb), 0, result)) return;
     if (app::scroll(*record_, vertical, code, thumb))
-        window_->scroll_to(orientation, vertical ? record_->vpos : record_->hpos);
+        view_->scroll_to(orientation, vertical ? record_->vpos : record_->hpos);
 }
 
-bool ProjectionProcedure::eventFilter(QObject* watched, QEvent* event) {
-    if (!alive_) return false;
-    long result = 0;
-    if (watched == sub_) {
-        // a module may keep the window open
-        if (event->type() != QEvent::Close || !taken_by_module(WM_CLOSE, 0, 0, result)) return false;
-        event->ignore();
-        return true;
-    }
-    switch (event->type()) {
-    case QEvent::MouseMove:
-    case QEvent::MouseButtonPress:
-    case QEvent::MouseButtonDblClick:
-    case QEvent::MouseButtonRelease: {
-        const auto* e = static_cast<QMouseEvent*>(event);
-        const unsigned msg = mouse_message(e);
-        if (!msg) return false;
-        const QPoint at = e->position().toPoint();
-        const intptr_t lp = app::make_lparam(at.x(), at.y());
-        if (taken_by_module(msg, mouse_keys(e), lp, result)) return true;
-        app::projection_mouse(proj_, window_, msg, mouse_keys(e), lp);
-        return false;
-    }
-    case QEvent::Paint:
-        return taken_by_module(WM_PAINT, 0, 0, result);
-    case QEvent::Resize: {
-        const QSize client = window_->viewport()->size();
-        if (taken_by_module(WM_SIZE, SIZE_RESTORED, app::make_lparam(client.width(), client.height()), result))
-            return false;  // the viewport keeps its new size whatever a module says
-        app::resize_client(*record_, {client.width(), client.height()});
-        window_->set_ranges(record_->hrange, record_->vrange);
-        return false;
-    }
-    default:
-        return false;
-    }
+void ProjectionProcedure::own_mouse(unsigned msg, uintptr_t wp, intptr_t lp) {
+    app::projection_mouse(proj_, view_, msg, wp, lp);
+}
+
+void ProjectionProcedure::own_resize(QSize client) {
+    app::resize_client(*record_, {client.width(), client.height()});
+    view_->set_ranges(record_->hrange, record_->vrange);
 }
 
 // The window's end: the modules hear of it while the buffer is still there, then the buffer
 // and the projection record go (the window record goes with the procedure).
 void ProjectionProcedure::destroyed_window() {
-    if (!alive_) return;
-    long result = 0;
-    taken_by_module(WM_DESTROY, 0, 0, result);
-    alive_ = false;
+    if (ended()) return;
+    end();
     DestroyBuffer(record_->buffer);
     record_->buffer = nullptr;
     DestroyProjection(proj_);

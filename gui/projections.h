@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "app/projections.h"
+#include "gui/window_messages.h"
 
 class QMdiSubWindow;
 
@@ -23,7 +24,7 @@ inline constexpr char kProjectionClass[] = "projection";
 
 // The procedure of one projection window; it owns the window's buffer, projection record and
 // window record, and frees them when the window is destroyed.
-class ProjectionProcedure : public QObject {
+class ProjectionProcedure : public WindowMessages {
     Q_OBJECT
 public:
     ProjectionProcedure(view::ProjectionWindow* window, QMdiSubWindow* sub,
@@ -32,26 +33,26 @@ public:
 
     // A message that no event of the window system brings (the update message, the system
     // menu's commands): offered to the modules, then handled. What the window answers.
-    long send(unsigned msg, uintptr_t wp, intptr_t lp);
+    intptr_t send(unsigned msg, uintptr_t wp, intptr_t lp);
+    // The window shows buffer from now on: another buffer replaces (and frees) its own, the
+    // ranges following the new size; its own is shown again.
+    void set_buffer(Buffer* buffer);
 
     Projection* projection() const { return proj_; }
     const app::ProjectionWindowRecord& record() const { return *record_; }
 
 protected:
-    // Mouse, paint and size of the client area, closing of the window.
-    bool eventFilter(QObject* watched, QEvent* event) override;
+    void own_mouse(unsigned msg, uintptr_t wp, intptr_t lp) override;
+    void own_resize(QSize client) override;
 
 private:
-    bool taken_by_module(unsigned msg, uintptr_t wp, intptr_t lp, long& result);
     // A scroll-bar message: offered, then the window's own move.
     void scroll(Qt::Orientation orientation, int code, int thumb);
     void destroyed_window();
 
-    view::ProjectionWindow* window_;
-    QMdiSubWindow* sub_;
+    view::ProjectionWindow* view_;
     std::unique_ptr<app::ProjectionWindowRecord> record_;
     Projection* proj_;
-    bool alive_ = true;
 };
 
 // Opens the window of Workspace::open_projection: its handle, or null (nothing taken).

@@ -19,7 +19,7 @@ const MenuEntry kMenu3d[] = {
     POPUP("&Display"),
         ITEM(cmd::kBwDisplay), ITEM(cmd::kColorDisplay), ITEM(cmd::kViewSections), ITEM(cmd::kFrameGallery), SEP, ITEM(cmd::kDisplayCoordinates), END,
     // modules put their popups here (the fourth top-level item)
-    POPUP("&Modules"), END,
+    POPUP(kModulesMenu), END,
     POPUP("&Filters"),
         ITEM(cmd::kHistogramEqualization), ITEM(cmd::kHistogramPdf), ITEM(cmd::kHistogramCdf), SEP,
         ITEM(cmd::kMovingAverage), ITEM(cmd::kStandardMedian), ITEM(cmd::kRunningMedian), ITEM(cmd::kMultistageMedian), ITEM(cmd::kWeightedMedian), SEP,

@@ -11,6 +11,8 @@ struct MenuEntry {
 };
 
 extern const MenuEntry kMenu3d[];
+// The fourth top-level popup, where the modules put theirs.
+inline constexpr char kModulesMenu[] = "&Modules";
 extern const int kMenu3dSize;
 
 }  // namespace res

@@ -23,6 +23,8 @@ public:
     ~ProjectionWindow() override;
 
     const Buffer* buffer() const { return buffer_; }
+    // Shows another buffer (its owner sets the ranges for it and repaints).
+    void set_buffer(const Buffer* buffer) { buffer_ = buffer; }
     QSize sizeHint() const override;
     // The scroll positions (horizontal, vertical).
     QPoint position() const;

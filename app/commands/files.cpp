@@ -4,6 +4,7 @@
 
 #include "app/command_table.h"
 #include "app/formats.h"
+#include "app/modules.h"
 #include "app/services.h"
 #include "app/state.h"
 #include "res/commands.h"
@@ -87,6 +88,11 @@ void open_volume(const CommandSpec&) {
     DisplayVolume(vol);
 }
 
+// The save module's routine; a non-zero status is shown.
+void save_volume(const CommandSpec&) {
+    if (const int status = module_save_volume()) error_handler(status);
+}
+
 void dump_volume(const CommandSpec&) {
     Volume* vol = nullptr;
     if (!GetInputVolume(V3D_TYPE_ANY, V3D_COLOR_ANY, res::text(res::kSelectInput), &vol) || !vol) return;
@@ -108,7 +114,7 @@ void about(const CommandSpec&) { ui().about(); }
 void add_file_commands(std::vector<CommandSpec>& rows) {
     rows.push_back({.id = cmd::kOpen, .text = "&Open", .after = After::Nothing, .custom = open_volume});
     // the volume-saving routine comes from the save module
-    rows.push_back({.id = cmd::kSave, .text = "&Save", .after = After::Nothing});
+    rows.push_back({.id = cmd::kSave, .text = "&Save", .after = After::Nothing, .custom = save_volume});
     rows.push_back({.id = cmd::kDumpVolume, .text = "&Dump Volume", .typemask = V3D_TYPE_ANY, .colormask = V3D_COLOR_ANY,
                     .after = After::Nothing, .custom = dump_volume});
     rows.push_back({.id = cmd::kExit, .text = "E&xit", .after = After::Nothing, .custom = exit_program});

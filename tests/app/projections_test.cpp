@@ -43,7 +43,7 @@ TEST(ProjectionGeometry, APictureFitsOrScrollsAndNeverBeyondItsRange) {
 
 // A module's handler: handler 2 keeps WM_PAINT, with the result the block says.
 std::vector<int> g_calls;
-template <int N> long handler(void*, unsigned msg, uintptr_t, intptr_t) {
+template <int N> intptr_t handler(void*, unsigned msg, uintptr_t, intptr_t) {
     g_calls.push_back(N);
     app::info_block().message_handled = N == 2 && msg == WM_PAINT;
     app::info_block().message_result = 42;
@@ -51,7 +51,7 @@ template <int N> long handler(void*, unsigned msg, uintptr_t, intptr_t) {
 }
 
 TEST(MessageLists, NewestHandlerFirstAndTheHandledWordStopsTheWalk) {
-    long result = -1;
+    intptr_t result = -1;
     auto& list = app::message_handlers(app::HandlerList::Projections);
     list.push_front(handler<1>);
     list.push_front(handler<2>);

@@ -33,7 +33,7 @@ struct Seen {
 std::vector<Seen> g_seen;
 unsigned g_keep = 0;
 
-long module_handler(void* window, unsigned msg, uintptr_t wp, intptr_t lp) {
+intptr_t module_handler(void* window, unsigned msg, uintptr_t wp, intptr_t lp) {
     QString note;
     for (QWidget* w : QApplication::topLevelWidgets())
         if (auto* d = qobject_cast<gui::UpdatingDialog*>(w); d && d->isVisible()) note = d->title();
