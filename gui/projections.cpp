@@ -73,7 +73,9 @@ void ProjectionProcedure::set_buffer(Buffer* buffer) {
         view_->set_buffer(buffer);
         own_resize(view_->viewport()->size());
     }
-    view_->picture_changed();
+    // painted with the next round of events: a module may hand a picture while the window is
+    // being resized, and a drag that turns the view paints once for the moves that came together
+    view_->viewport()->update();
 }
 
 // The thumb's position travels in the message's high word; the move uses the whole of it, so
