@@ -189,11 +189,11 @@ int render_command(int mode) {
 
 extern "C" {
 
-// The handler serves the projection windows only (the second call, for the display windows,
-// gets none).
+// The handler serves the projection windows only: the first call of each pair gets it, the
+// second, for the display windows, none.
 VEXILO3D_MODULE_EXPORT Vexilo3DMessageHandler Vexilo3DDLLReturnMessageHandler(Vexilo3DMessageResult) {
     static int calls = 0;
-    return calls++ == 0 ? render::on_message : nullptr;
+    return calls++ % 2 == 0 ? render::on_message : nullptr;
 }
 
 VEXILO3D_MODULE_EXPORT const char* const* Vexilo3DDLLReturnMenu(Vexilo3DModule*) {
