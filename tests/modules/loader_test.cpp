@@ -132,6 +132,13 @@ TEST_F(ModuleTest, EveryMissingEntryPointIs7004WithAnEmptyTextAndTheScanGoesOn) 
         EXPECT_NE(probe<Probe>(module_file("missing", f), "probe_commands"), nullptr) << f;
 }
 
+TEST_F(ModuleTest, AStartDirectoryTooLongForThePatternIs7001AndNothingIsScanned) {
+    app::load_modules(std::string(app::kMaxModulePath - 8, 'x'));  // one short of the limit
+    EXPECT_TRUE(ui.log.empty());
+    app::load_modules(std::string(app::kMaxModulePath - 7, 'x'));
+    EXPECT_EQ(ui.log, (std::vector<std::string>{"error: 7001"}));
+}
+
 TEST_F(ModuleTest, SAVE3DInCapitalsIsTheSaveModuleAndSaveNeedsBothEntries) {
     QAction* save = window->action(res::cmd::kSave);
     scan("half_save");  // save_volume only: unloaded again
