@@ -35,7 +35,7 @@ SaveModule g_save;
 bool g_save_loaded = false;
 char g_directory[kMaxModulePath];
 
-// "*.dll" and the separator the original appended to the directory.
+// What the search pattern adds to the directory: a separator, "*.dll" and the terminating zero.
 constexpr size_t kPatternLength = 7;
 
 template <class F> F entry(void* library, const char* name) {
