@@ -2,6 +2,7 @@
 
 #include <QAbstractSlider>
 #include <QCloseEvent>
+#include <QKeyEvent>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
@@ -9,6 +10,7 @@
 #include <QPointer>
 
 #include "app/messages.h"
+#include "gui/dialogs/alignment.h"
 #include "gui/dialogs/updating.h"
 #include "gui/main_window.h"
 #include "res/commands.h"
@@ -68,6 +70,7 @@ ProjectionProcedure::ProjectionProcedure(view::ProjectionWindow* window, QMdiSub
     : QObject(window), window_(window), sub_(sub), record_(std::move(record)), proj_(proj) {
     window->viewport()->installEventFilter(this);
     sub->installEventFilter(this);
+    if (app::is_alignment_view(proj)) window->installEventFilter(this);  // its keys
     connect(window, &view::ProjectionWindow::scroll_action, this,
             [this](Qt::Orientation o, int action, int thumb) { scroll(o, scroll_code(action), thumb); });
     connect(window, &view::ProjectionWindow::thumb_released, this,
@@ -112,11 +115,17 @@ bool ProjectionProcedure::eventFilter(QObject* watched, QEvent* event) {
     if (!alive_) return false;
     long result = 0;
     if (watched == sub_) {
-        // a module may keep the window open
-        if (event->type() != QEvent::Close || !taken_by_module(WM_CLOSE, 0, 0, result)) return false;
+        // a module may keep the window open; the alignment view's close closes the toolbox,
+        // which may keep it open
+        if (event->type() != QEvent::Close) return false;
+        if (!taken_by_module(WM_CLOSE, 0, 0, result) &&
+            !(app::is_alignment_view(proj_) && app::alignment_view_close(window_)))
+            return false;
         event->ignore();
         return true;
     }
+    if (watched == window_)  // the alignment view's keys go to the tool
+        return event->type() == QEvent::KeyPress && send_align_key(static_cast<QKeyEvent*>(event));
     switch (event->type()) {
     case QEvent::MouseMove:
     case QEvent::MouseButtonPress:
@@ -153,6 +162,7 @@ void ProjectionProcedure::destroyed_window() {
     long result = 0;
     taken_by_module(WM_DESTROY, 0, 0, result);
     alive_ = false;
+    if (app::is_alignment_view(proj_)) app::alignment_view_destroyed(window_);  // the tool ends
     DestroyBuffer(record_->buffer);
     record_->buffer = nullptr;
     DestroyProjection(proj_);
@@ -169,6 +179,7 @@ void* open_projection(MainWindow& main, std::unique_ptr<app::ProjectionWindowRec
     if (!sub) return nullptr;
     const int hrange = record->hrange, vrange = record->vrange;
     auto* procedure = new ProjectionProcedure(window, sub, std::move(record), proj);
+    if (app::is_alignment_view(proj)) app::alignment_view_created(window);  // the single one
     if (!app::is_alignment_view(proj))
         if (QMenu* menu = sub->systemMenu()) {
             menu->addSeparator();
