@@ -54,60 +54,84 @@ Plane plane_of(const Volume* v, int z, const std::vector<Byte>& covered) {
     return p;
 }
 
-struct Match {
-    long sum = 0, count = 0;
-    double mean() const { return count ? static_cast<double>(sum) / count : -1.0; }
-};
-
-// ref(y, x) against mov(y - dy, x - dx) wherever both are covered.
-Match compare(const Plane& ref, const Plane& mov, int dy, int dx) {
-    Match m;
-    const int y0 = std::max(0, dy), y1 = std::min(ref.Y, ref.Y + dy);
-    const int x0 = std::max(0, dx), x1 = std::min(ref.X, ref.X + dx);
-    for (int y = y0; y < y1; ++y) {
-        const size_t r = static_cast<size_t>(y) * ref.X, s = static_cast<size_t>(y - dy) * ref.X;
-        const Byte *rv = &ref.value[r], *rc = &ref.covered[r];
-        const Byte *mv = &mov.value[s], *mc = &mov.covered[s];
-        long sum = 0, count = 0;
-        for (int x = x0; x < x1; ++x) {
-            const int both = rc[x] & mc[x - dx];
-            sum += both * std::abs(rv[x] - mv[x - dx]);
-            count += both;
-        }
-        m.sum += sum;
-        m.count += count;
-    }
-    return m;
-}
-
 struct Candidate {
     FramePose pose;
-    double mean = -1.0;
+    double score = -1.0;  // the lower the better; negative: not judged
 };
 
-// Keeps c when it matches better than best (a nearer shift among equals).
-void keep_better(Candidate& best, const Candidate& c, const FramePose& centre) {
-    if (c.mean < 0) return;
-    auto distance = [&](const FramePose& p) {
-        return (p.dy - centre.dy) * (p.dy - centre.dy) + (p.dx - centre.dx) * (p.dx - centre.dx) +
-               std::fabs(p.angle - centre.angle);
-    };
-    if (best.mean < 0 || c.mean < best.mean - 1e-9 ||
-        (c.mean <= best.mean + 1e-9 && distance(c.pose) < distance(best.pose)))
-        best = c;
+// How far apart two frames are: p where it was placed, m moved by e relative to it. Summed
+// over every voxel of either frame, so that no picture is left out and none counted twice
+// whatever the move; beyond its edge a frame repeats its edge voxels (a flat background goes
+// on as it is). The voxels both cover are only a part of that: a mean over them alone would
+// favour the moves that let in more of a flat background.
+long difference(const Plane& p, const Plane& m, int ey, int ex) {
+    const int Y = p.Y, X = p.X;
+    const int x_low = std::min(0, ex), x_high = std::max(X, X + ex);
+    std::vector<int> pc(static_cast<size_t>(x_high - x_low)), mc(pc.size());
+    for (int x = x_low; x < x_high; ++x) {
+        pc[x - x_low] = std::clamp(x, 0, X - 1);
+        mc[x - x_low] = std::clamp(x - ex, 0, X - 1);
+    }
+    long sum = 0;
+    for (int y = std::min(0, ey); y < std::max(Y, Y + ey); ++y) {
+        const bool in_p = y >= 0 && y < Y, in_m = y - ey >= 0 && y - ey < Y;
+        // the row's voxels of either frame: one run of columns
+        const int from = in_p && in_m ? x_low : in_p ? 0 : ex;
+        const int to = in_p && in_m ? x_high : in_p ? X : X + ex;
+        const Byte* pr = &p.value[static_cast<size_t>(std::clamp(y, 0, Y - 1)) * X];
+        const Byte* mr = &m.value[static_cast<size_t>(std::clamp(y - ey, 0, Y - 1)) * X];
+        long row = 0;
+        for (int x = from; x < to; ++x) row += std::abs(pr[pc[x - x_low]] - mr[mc[x - x_low]]);
+        sum += row;
+    }
+    return sum;
 }
 
-// The best shift of mov (turned by angle) within radius of (cy, cx); overlaps smaller than
-// min_count do not count.
-Candidate best_shift(const Plane& ref, const Plane& mov, float angle, int cy, int cx, int radius,
-                     long min_count, const FramePose& centre) {
-    Candidate best;
+double distance(const FramePose& a, double dy, double dx, double angle) {
+    return (a.dy - dy) * (a.dy - dy) + (a.dx - dx) * (a.dx - dx) + std::fabs(a.angle - angle);
+}
+
+// The best of the candidates. Several may match equally well: a small object inside a larger
+// one (the cap of a round object and the section after it) matches as well anywhere within
+// it. The middle of those is where the two lie concentric, and is taken (the one nearest to
+// where the frame is now among equals).
+Candidate pick(const std::vector<Candidate>& candidates, const FramePose& now) {
+    double least = -1.0;
+    for (const Candidate& c : candidates)
+        if (c.score >= 0 && (least < 0 || c.score < least)) least = c.score;
+    if (least < 0) return {};
+    std::vector<const Candidate*> equal;
+    double my = 0, mx = 0, ma = 0;
+    for (const Candidate& c : candidates)
+        if (c.score >= 0 && c.score <= least) {
+            equal.push_back(&c);
+            my += c.pose.dy, mx += c.pose.dx, ma += c.pose.angle;
+        }
+    const double n = static_cast<double>(equal.size());
+    const Candidate* best = equal.front();
+    for (const Candidate* c : equal) {
+        const double d = distance(c->pose, my / n, mx / n, ma / n), b = distance(best->pose, my / n, mx / n, ma / n);
+        if (d < b - 1e-9 || (d <= b + 1e-9 && distance(c->pose, now.dy, now.dx, now.angle) <
+                                                  distance(best->pose, now.dy, now.dx, now.angle)))
+            best = c;
+    }
+    return *best;
+}
+
+// Every pose of m (turned by angle) with a shift within radius of (cy, cx), judged against p
+// placed at previous; a move that keeps less than a quarter of the frames over each other is
+// not tried.
+void judge_shifts(const Plane& p, const FramePose& previous, const Plane& m, float angle, int cy,
+                  int cx, int radius, std::vector<Candidate>& judged) {
+    const long quarter = static_cast<long>(p.Y) * p.X / 4;
     for (int dy = cy - radius; dy <= cy + radius; ++dy)
         for (int dx = cx - radius; dx <= cx + radius; ++dx) {
-            const Match m = compare(ref, mov, dy, dx);
-            if (m.count >= min_count) keep_better(best, {{dy, dx, angle}, m.mean()}, centre);
+            const int ey = dy - previous.dy, ex = dx - previous.dx;
+            if (std::abs(ey) >= p.Y || std::abs(ex) >= p.X ||
+                static_cast<long>(p.Y - std::abs(ey)) * (p.X - std::abs(ex)) < quarter)
+                continue;
+            judged.push_back({{dy, dx, angle}, static_cast<double>(difference(p, m, ey, ex))});
         }
-    return best;
 }
 
 // Frame z of in turned by angle into frame (one frame, in's colour type), and the voxels that
@@ -200,13 +224,14 @@ int Alignment::start(Volume* in, Volume* out, const AlignmentOptions& options) {
     in_data_ = in->data[0].p;
     options_ = options;
     current_ = options.first + 1;
+    zoom_ = std::clamp(kViewSide / std::max(in->Y, in->X), 1, kMaxZoom);
     poses_.assign(frames, {});
     written_ = base_ = poses_;
     visited_.assign(frames, false);
     visited_[0] = visited_[1] = true;
     covered_.assign(frames, std::vector<Byte>(static_cast<size_t>(in->Y) * in->X, 1));
 
-    Buffer* buffer = CreateBuffer(V3D_COLOR_RGB, in->X, in->Y);
+    Buffer* buffer = CreateBuffer(V3D_COLOR_RGB, in->X * zoom_, in->Y * zoom_);
     Projection* proj = buffer ? CreateProjection(alignment_projection_type(), in, 0) : nullptr;
     if (!proj) {
         DestroyBuffer(buffer);
@@ -366,24 +391,37 @@ void Alignment::auto_align() {
     WaitCursor wait;
     const int k = frame_index(current_);
     const FramePose start = poses_[k];
-    const Plane ref = plane_of(work_, k - 1, covered_[k - 1]);
-    const long min_count = static_cast<long>(in_->Y) * in_->X / 4;
-    auto search = [&](float angle, int cy, int cx, int radius) -> Candidate {
+    // the frame before, turned as placed; its shift is taken relative to it
+    const FramePose previous = poses_[k - 1];
+    OwnedVolume before;
+    std::vector<Byte> covered;
+    if (const int status = turned_frame(in_, current_ - 1, previous.angle, before, covered)) {
+        error_handler(status);
+        return;
+    }
+    const Plane ref = plane_of(before.get(), 0, covered);
+    std::vector<Candidate> judged;
+    auto search = [&](float angle, int cy, int cx, int radius) {
         OwnedVolume turned;
-        std::vector<Byte> covered;
         if (const int status = turned_frame(in_, current_, angle, turned, covered)) {
             error_handler(status);
-            return {};
+            return false;
         }
-        return best_shift(ref, plane_of(turned.get(), 0, covered), angle, cy, cx, radius, min_count, start);
+        judge_shifts(ref, previous, plane_of(turned.get(), 0, covered), angle, cy, cx, radius, judged);
+        return true;
     };
-    Candidate best = search(start.angle, start.dy, start.dx, options_.radius);
-    if (best.mean < 0) return;
+    if (!search(start.angle, start.dy, start.dx, options_.radius)) return;
+    Candidate best = pick(judged, start);
+    if (best.score < 0) return;
     if (options_.turns) {
+        // every turn near the best shift, the turn it has now among them
         const FramePose at = best.pose;
         const int steps = static_cast<int>(std::lround(kTurnRange / kTurnGrid));
+        judged.clear();
         for (int i = -steps; i <= steps; ++i)
-            if (i) keep_better(best, search(normalised(start.angle + i * kTurnGrid), at.dy, at.dx, kTurnShiftRadius), start);
+            if (!search(normalised(start.angle + i * kTurnGrid), at.dy, at.dx, kTurnShiftRadius)) return;
+        best = pick(judged, start);
+        if (best.score < 0) return;
     }
     set_pose(best.pose);
 }
@@ -455,22 +493,29 @@ bool Alignment::key(AlignKey k, bool coarse) {
 double Alignment::mismatch() const {
     if (!in_progress_ || !volumes_intact()) return -1.0;
     const int k = frame_index(current_);
-    return compare(plane_of(work_, k - 1, covered_[k - 1]), plane_of(work_, k, covered_[k]), 0, 0).mean();
+    // over the voxels both cover: the placed frame's uncovered border is no picture
+    const Plane ref = plane_of(work_, k - 1, covered_[k - 1]);
+    const Plane cur = plane_of(work_, k, covered_[k]);
+    long sum = 0, count = 0;
+    for (size_t i = 0; i < ref.value.size(); ++i)
+        if (ref.covered[i] && cur.covered[i]) sum += std::abs(ref.value[i] - cur.value[i]), ++count;
+    return count ? static_cast<double>(sum) / count : -1.0;
 }
 
 void Alignment::compose(Buffer* buffer) const {
     if (!buffer || buffer->colortype != V3D_COLOR_RGB || !volumes_intact() ||
-        buffer->width != in_->X || buffer->height != in_->Y)
+        buffer->width != in_->X * zoom_ || buffer->height != in_->Y * zoom_)
         return;
     const int k = frame_index(current_);
+    const bool blend = options_.overlay == Overlay::Blend;
     for (int y = 0; y < in_->Y; ++y)
         for (int x = 0; x < in_->X; ++x) {
-            const int ref = luminance(work_, k - 1, y, x), cur = luminance(work_, k, y, x);
-            const bool blend = options_.overlay == Overlay::Blend;
+            const Byte ref = luminance(work_, k - 1, y, x), cur = luminance(work_, k, y, x);
             const Byte diff = static_cast<Byte>(std::abs(ref - cur));
-            buffer->image[0][y][x] = blend ? static_cast<Byte>(ref) : diff;
-            buffer->image[1][y][x] = blend ? static_cast<Byte>(cur) : diff;
-            buffer->image[2][y][x] = blend ? static_cast<Byte>(ref) : diff;
+            const Byte rgb[3] = {blend ? ref : diff, blend ? cur : diff, blend ? ref : diff};
+            for (int c = 0; c < 3; ++c)
+                for (int py = y * zoom_; py < (y + 1) * zoom_; ++py)
+                    std::memset(buffer->image[c][py] + x * zoom_, rgb[c], static_cast<size_t>(zoom_));
         }
 }
 
@@ -481,26 +526,35 @@ void Alignment::refresh() {
     if (workspace()) workspace()->alignment_changed(view_);
 }
 
-void Alignment::view_created(void* window) { view_ = window; }
+// The newest window of the alignment type is the tool's view; once the tool runs, it keeps its own.
+void Alignment::view_created(void* window) {
+    if (!in_progress_) view_ = window;
+}
 
-// A left drag moves the frame with the mouse; a right drag turns it as it goes across.
+// A left drag moves the frame with the mouse, voxel by voxel; a right drag turns it as it goes
+// across.
 void Alignment::view_mouse(void* window, unsigned msg, uintptr_t keys, int x, int y) {
     if (!in_progress_ || window != view_) return;
+    auto voxel = [this](int pixel) { return static_cast<int>(std::floor(static_cast<double>(pixel) / zoom_)); };
     switch (msg) {
     case WM_LBUTTONDOWN:
+        drag_ = Drag::Shift;
+        drag_x_ = voxel(x), drag_y_ = voxel(y);
+        break;
     case WM_RBUTTONDOWN:
-        drag_ = msg == WM_LBUTTONDOWN ? Drag::Shift : Drag::Turn;
+        drag_ = Drag::Turn;
         drag_x_ = x, drag_y_ = y;
         break;
     case WM_MOUSEMOVE:
-        if (drag_ == Drag::Shift && (keys & MK_LBUTTON) && (x != drag_x_ || y != drag_y_)) {
-            shift(y - drag_y_, x - drag_x_);
+        if (drag_ == Drag::Shift && (keys & MK_LBUTTON)) {
+            const int vx = voxel(x), vy = voxel(y);
+            if (vx == drag_x_ && vy == drag_y_) break;
+            shift(vy - drag_y_, vx - drag_x_);
+            drag_x_ = vx, drag_y_ = vy;
         } else if (drag_ == Drag::Turn && (keys & MK_RBUTTON) && x != drag_x_) {
             turn((drag_x_ - x) * kDragTurn);  // dragged right: clockwise
-        } else {
-            break;
+            drag_x_ = x, drag_y_ = y;
         }
-        drag_x_ = x, drag_y_ = y;
         break;
     case WM_LBUTTONUP:
     case WM_RBUTTONUP:

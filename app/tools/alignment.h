@@ -10,10 +10,14 @@
 // - The work volume, reserved in a free slot, holds frames first..last as placed so far. The
 //   position view (a projection window of the alignment type, its source the input) shows the
 //   current frame over the placed frame before it: blended (the reference in magenta, the
-//   current frame in green, so that what lines up turns grey) or as their absolute difference.
+//   current frame in green, so that what lines up turns grey) or as their absolute difference,
+//   magnified up to four times so that a one-voxel step is plain to see (the picture up to 512
+//   pixels a side).
 // - Auto tries every shift within the radius around the current pose (and, when asked, turns
-//   within 5 degrees of it in half-degree steps) and keeps the one with the least mean absolute
-//   difference to the reference over the voxels both cover, at least a quarter of the frame.
+//   within 5 degrees of it in half-degree steps) and keeps the one with the least absolute
+//   difference to the frame before as placed, summed over every voxel of either frame (beyond
+//   its edge a frame repeats its edge voxels). Among equally good ones it takes the middle: a
+//   small section inside a larger one lies concentric there.
 // - Apply writes the placed frames into the output (voxels that no source voxel covers are 0);
 //   the output's frames outside first..last are left as they are.
 #pragma once
@@ -56,6 +60,7 @@ class Alignment {
 public:
     static constexpr int kMaxRadius = 64;
     static constexpr int kCoarseStep = 10;  // voxels per key press with Shift
+    static constexpr int kViewSide = 512, kMaxZoom = 4;
 
     bool in_progress() const { return in_progress_; }
     // Starts on in and out (prepared with in's dimensions): the work volume in a free slot, the
@@ -71,6 +76,8 @@ public:
     const AlignmentOptions& options() const { return options_; }
     int current() const { return current_; }
     const FramePose& pose(int z) const { return poses_[z - options_.first]; }
+    // Picture pixels per voxel, each way.
+    int zoom() const { return zoom_; }
     float turn_step() const { return turn_step_; }
     void set_turn_step(float degrees);
     void set_overlay(Overlay overlay);
@@ -103,7 +110,8 @@ public:
     // Mean absolute difference of the placed current frame to its reference over the voxels
     // both cover; negative when they share none.
     double mismatch() const;
-    // The picture of the current frame over its reference into buffer (RGB, X by Y).
+    // The picture of the current frame over its reference into buffer (RGB, X by Y times the
+    // zoom).
     void compose(Buffer* buffer) const;
 
     // The position view's messages (see app/projections.h).
@@ -132,6 +140,7 @@ private:
     void* in_data_ = nullptr;
     AlignmentOptions options_;
     int current_ = 0;
+    int zoom_ = 1;
     float turn_step_ = 1.f;
     std::vector<FramePose> poses_, written_, base_;
     std::vector<bool> visited_;
@@ -139,7 +148,7 @@ private:
     void* view_ = nullptr;
     Buffer* buffer_ = nullptr;   // the view's, while the view lives
     enum class Drag { None, Shift, Turn } drag_ = Drag::None;
-    int drag_x_ = 0, drag_y_ = 0;
+    int drag_x_ = 0, drag_y_ = 0;  // where the drag is: a voxel for a move, a pixel for a turn
 };
 
 // The one alignment tool of the workstation.

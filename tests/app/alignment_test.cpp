@@ -39,6 +39,11 @@ protected:
                     v->data[0].uc[z][y][x] = static_cast<unsigned char>(texture(y - offsets[z].first, x - offsets[z].second));
         return v;
     }
+    static void fill_disc(Volume* v, int z, int cy, int cx, int r, int value) {
+        for (int y = 0; y < v->Y; ++y)
+            for (int x = 0; x < v->X; ++x)
+                if ((y - cy) * (y - cy) + (x - cx) * (x - cx) <= r * r) v->data[0].uc[z][y][x] = static_cast<unsigned char>(value);
+    }
     // "Manual Alignment Options" answered with these texts.
     ScriptedUi& options(std::string first, std::string last, std::string radius = "16", bool turns = false) {
         Answer a;
@@ -54,7 +59,13 @@ protected:
         options(std::move(first), std::move(last));
         app::dispatch(res::cmd::kManualAlignment);
     }
-    Buffer* picture() { return workspace.projections.back().record->buffer; }
+    // The colour the view shows for voxel (y, x), and the view's pixel at voxel (y, x).
+    std::vector<int> shown(int y, int x) {
+        const Buffer* b = workspace.projections.back().record->buffer;
+        const int py = y * tool().zoom() + tool().zoom() - 1, px = x * tool().zoom();
+        return {b->image[0][py][px], b->image[1][py][px], b->image[2][py][px]};
+    }
+    static intptr_t at(int y, int x) { return app::make_lparam(x * tool().zoom(), y * tool().zoom()); }
 };
 
 TEST_F(Alignment, TheCommandRefusesBusySameVolumeAndFewerThanTwoFrames) {
@@ -120,13 +131,15 @@ TEST_F(Alignment, AShiftMovesTheFrameAndThePictureShowsItOverItsReference) {
     EXPECT_EQ(workspace.alignment_repaints, repaints + 1);
     EXPECT_EQ(tool().work()->data[0].uc[1][2][3], 90);
     EXPECT_EQ(tool().work()->data[0].uc[1][1][1], 0);
-    Buffer* b = picture();
+    // small frames are magnified: 3 x 4 voxels in 12 x 16 pixels
+    EXPECT_EQ(tool().zoom(), 4);
+    EXPECT_EQ(workspace.projections.back().record->buffer->width, 16);
     // blend: the reference magenta, the current frame green
-    EXPECT_EQ((std::vector<int>{b->image[0][1][1], b->image[1][1][1], b->image[2][1][1]}), (std::vector<int>{200, 0, 200}));
-    EXPECT_EQ((std::vector<int>{b->image[0][2][3], b->image[1][2][3], b->image[2][2][3]}), (std::vector<int>{0, 90, 0}));
+    EXPECT_EQ(shown(1, 1), (std::vector<int>{200, 0, 200}));
+    EXPECT_EQ(shown(2, 3), (std::vector<int>{0, 90, 0}));
     tool().set_overlay(app::Overlay::Difference);
     tool().shift(-1, -2);  // back on the reference: |200 - 90|
-    EXPECT_EQ((std::vector<int>{b->image[0][1][1], b->image[1][1][1], b->image[2][1][1]}), (std::vector<int>{110, 110, 110}));
+    EXPECT_EQ(shown(1, 1), (std::vector<int>{110, 110, 110}));
     // the frame moved off the picture is covered nowhere: nothing to compare
     tool().shift(0, 4);
     EXPECT_LT(tool().mismatch(), 0);
@@ -152,6 +165,33 @@ TEST_F(Alignment, AutoFindsKnownOffsetsAndTheOutputGetsTheFramesBack) {
                 const bool covered = sy >= 0 && sy < in->Y && sx >= 0 && sx < in->X;
                 ASSERT_EQ(out->data[0].uc[z][y][x], covered ? texture(y, x) : 0) << z << " " << y << " " << x;
             }
+}
+
+TEST_F(Alignment, AutoPutsASmallSectionInTheMiddleOfTheLargerOneAfterIt) {
+    // the cap of a round object and the next, larger section: every placement of the small disc
+    // inside the large one matches equally well; the concentric one is right
+    Volume* in = make(2, 40, 40);
+    fill_disc(in, 0, 20, 20, 3, 100);
+    fill_disc(in, 1, 23, 18, 9, 100);
+    ui.pick(0).pick_new();
+    options("0", "1", "12");
+    app::dispatch(res::cmd::kManualAlignment);
+    tool().auto_align();
+    EXPECT_EQ(tool().pose(1), (app::FramePose{-3, 2, 0.f}));
+}
+
+TEST_F(Alignment, AColourFrameMovesAllItsChannels) {
+    Volume* in = make(2, 4, 4, V3D_TYPE_UC, V3D_COLOR_RGB);
+    for (int c = 0; c < 3; ++c) in->data[c].uc[1][1][1] = static_cast<unsigned char>(10 + c);
+    start("0", "1");
+    tool().shift(1, 1);
+    ASSERT_TRUE(tool().apply());
+    Volume* out = GetVolumeByIndex(1);
+    EXPECT_EQ(out->colortype, V3D_COLOR_RGB);
+    for (int c = 0; c < 3; ++c) {
+        EXPECT_EQ(out->data[c].uc[1][2][2], 10 + c);
+        EXPECT_EQ(out->data[c].uc[1][1][1], 0);
+    }
 }
 
 TEST_F(Alignment, AutoWithTurnsFindsATurnedFrame) {
@@ -198,11 +238,13 @@ TEST_F(Alignment, KeysAndDragsInTheViewMoveAndTurnTheFrame) {
     EXPECT_TRUE(tool().key(app::AlignKey::Up, true));
     EXPECT_TRUE(tool().key(app::AlignKey::TurnRight, false));
     EXPECT_EQ(tool().pose(1), (app::FramePose{-10, 1, -1.f}));
-    app::alignment_view_mouse(view, WM_LBUTTONDOWN, MK_LBUTTON, app::make_lparam(10, 10));
-    app::alignment_view_mouse(view, WM_MOUSEMOVE, MK_LBUTTON, app::make_lparam(13, 8));
-    app::alignment_view_mouse(view, WM_MOUSEMOVE, MK_LBUTTON, app::make_lparam(14, 8));
-    app::alignment_view_mouse(view, WM_LBUTTONUP, 0, app::make_lparam(14, 8));
-    app::alignment_view_mouse(view, WM_MOUSEMOVE, 0, app::make_lparam(30, 30));  // not dragging
+    // a drag moves the frame by the voxels the mouse crossed
+    app::alignment_view_mouse(view, WM_LBUTTONDOWN, MK_LBUTTON, at(10, 10));
+    app::alignment_view_mouse(view, WM_MOUSEMOVE, MK_LBUTTON, at(8, 13));
+    app::alignment_view_mouse(view, WM_MOUSEMOVE, MK_LBUTTON, at(8, 13) + 1);  // within the voxel
+    app::alignment_view_mouse(view, WM_MOUSEMOVE, MK_LBUTTON, at(8, 14));
+    app::alignment_view_mouse(view, WM_LBUTTONUP, 0, at(8, 14));
+    app::alignment_view_mouse(view, WM_MOUSEMOVE, 0, at(30, 30));  // not dragging
     EXPECT_EQ(tool().pose(1), (app::FramePose{-12, 5, -1.f}));
     EXPECT_TRUE(tool().key(app::AlignKey::NextFrame, false));
     EXPECT_EQ(tool().current(), 2);

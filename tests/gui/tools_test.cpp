@@ -201,7 +201,8 @@ TEST_F(ToolWindows, AlignToolboxButtonsKeysAndDragsMoveTheFrameAndTheViewPaintsI
     auto* view = static_cast<view::ProjectionWindow*>(views[0]);
     auto* sub = static_cast<QMdiSubWindow*>(view->parentWidget());
     for (QAction* a : sub->systemMenu()->actions()) EXPECT_NE(a->objectName(), "1000");  // no "&Save Projection"
-    auto shown = [view](int x, int y) { return view->viewport()->grab().toImage().pixelColor(x, y); };
+    ASSERT_EQ(tool.zoom(), 4);  // small frames are magnified
+    auto shown = [view](int x, int y) { return view->viewport()->grab().toImage().pixelColor(4 * x + 1, 4 * y + 1); };
     EXPECT_EQ(shown(12, 10), QColor(200, 0, 200));  // frame 0 in magenta
     EXPECT_EQ(shown(13, 10), QColor(0, 200, 0));    // frame 1 in green
 
@@ -215,10 +216,10 @@ TEST_F(ToolWindows, AlignToolboxButtonsKeysAndDragsMoveTheFrameAndTheViewPaintsI
     QTest::keyClick(window->windowHandle(), Qt::Key_PageDown);
     EXPECT_EQ(tool.current(), 2);
     EXPECT_EQ(tool.pose(2), (app::FramePose{0, -1, 0.f}));  // it starts where frame 1 went
-    const QPoint from = view->viewport()->mapTo(window.get(), QPoint(20, 5));
+    const QPoint from = view->viewport()->mapTo(window.get(), QPoint(80, 20));
     QTest::mousePress(window->windowHandle(), Qt::LeftButton, {}, from);
-    QTest::mouseMove(window->windowHandle(), from + QPoint(-1, 0));
-    QTest::mouseRelease(window->windowHandle(), Qt::LeftButton, {}, from + QPoint(-1, 0));
+    QTest::mouseMove(window->windowHandle(), from + QPoint(-4, 0));
+    QTest::mouseRelease(window->windowHandle(), Qt::LeftButton, {}, from + QPoint(-4, 0));
     EXPECT_EQ(tool.pose(2), (app::FramePose{0, -2, 0.f}));
     EXPECT_EQ(shown(12, 10), QColor(200, 200, 200));
 
