@@ -59,8 +59,6 @@ void projection_mouse(Projection* p, void* window, unsigned msg, uintptr_t wp, i
     if (is_alignment_view(p)) alignment_view_mouse(window, msg, wp, lp);
 }
 
-void alignment_view_mouse(void*, unsigned, uintptr_t, intptr_t) {}
-
 bool save_buffer_available() { return save_module_loaded(); }
 
 void save_buffer(Buffer* buffer) { module_save_buffer(buffer); }

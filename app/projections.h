@@ -42,8 +42,13 @@ bool update_projection(Projection* p, Buffer* buffer);
 // Mouse messages that no module took: the alignment tool's views hand them to the tool; the
 // gallery and other types ignore them.
 void projection_mouse(Projection* p, void* window, unsigned msg, uintptr_t wp, intptr_t lp);
-// The alignment tool's share of its views' mouse messages (the tool fills it).
+// The alignment tool's share of its view's messages (app/tools/alignment.cpp): the window is
+// made (it becomes the single alignment view), a mouse message, the close box (true: the tool
+// keeps the window open, the user cancelled), the window is being destroyed (the tool ends).
+void alignment_view_created(void* window);
 void alignment_view_mouse(void* window, unsigned msg, uintptr_t wp, intptr_t lp);
+bool alignment_view_close(void* window);
+void alignment_view_destroyed(void* window);
 
 // The save module's projection entry: whether one is loaded, and the call of "&Save
 // Projection".

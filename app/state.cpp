@@ -6,6 +6,7 @@
 
 #include "app/modules.h"
 #include "app/services.h"
+#include "app/tools/alignment.h"
 #include "app/tools/contour.h"
 #include "app/tools/labelled_view.h"
 #include "res/strings.h"
@@ -69,6 +70,7 @@ bool initialise_application() {
 void shutdown_application() {
     // the tools that hold volumes end before the volumes go
     contour_following().end();
+    alignment().end();
     labelled_view().close();
     ReleaseVolumeTable();
     SetMessageHook(nullptr);

@@ -57,8 +57,9 @@ struct LevelsRequest {
 };
 
 // "Interpolation Options", "Binary Frame Interpolation Options", "Select Weights Source",
-// "Frame Gallery Display Options".
-enum class OptionsKind { Interpolation, BinaryFrameInterpolation, WeightsSource, FrameGallery };
+// "Frame Gallery Display Options", "Manual Alignment Options" (the first and last frame and
+// Auto's search radius in the factors, Auto's turns in the check box, blend 0 / difference 1).
+enum class OptionsKind { Interpolation, BinaryFrameInterpolation, WeightsSource, FrameGallery, ManualAlignment };
 struct OptionsRequest {
     OptionsKind kind = OptionsKind::Interpolation;
     std::string caption;

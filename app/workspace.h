@@ -85,6 +85,15 @@ public:
     virtual void* frame_handle() { return nullptr; }
     virtual void* client_handle() { return nullptr; }
 
+    // The modeless "Align ToolBox" over alignment(); false when it could not be created.
+    virtual bool open_alignment_toolbox() { return false; }
+    // Closes the toolbox without a question: the alignment tool has ended.
+    virtual void close_alignment_toolbox() {}
+    // The alignment tool rendered its picture again into the buffer of view (its position
+    // view): the view paints it, the toolbox shows the tool's state.
+    virtual void alignment_changed(void* /*view*/) {}
+    // Closes projection window `window` (nothing when it is gone).
+    virtual void close_projection(void* /*window*/) {}
     // The coordinates read-out changed (PrintCoordinates).
     virtual void readout_changed() {}
     // Ends the program the way Exit does.

@@ -16,9 +16,11 @@
 #include "app/modules.h"
 #include "app/services.h"
 #include "app/state.h"
+#include "app/tools/alignment.h"
 #include "app/tools/contour.h"
 #include "app/tools/labelled_view.h"
 #include "app/tools/tools.h"
+#include "gui/dialogs/alignment.h"
 #include "gui/dialogs/labelled_view.h"
 #include "gui/projections.h"
 #include "gui/window_messages.h"
@@ -30,6 +32,7 @@
 #include "view/coordinates_window.h"
 #include "view/frame_display.h"
 #include "view/plot_window.h"
+#include "view/projection_window.h"
 
 namespace gui {
 namespace {
@@ -198,6 +201,40 @@ void MainWindow::close_contour_windows() {
         sub = nullptr;
         delete window;
     }
+}
+
+bool MainWindow::open_alignment_toolbox() {
+    auto* toolbox = new AlignToolbox(this);
+    align_toolbox_ = toolbox;
+    toolbox->show();
+    return true;
+}
+
+// The tool has ended: the toolbox goes when the event loop gets to it (this may be its own
+// close event).
+void MainWindow::close_alignment_toolbox() {
+    if (!align_toolbox_) return;
+    align_toolbox_->hide();
+    align_toolbox_->deleteLater();
+    align_toolbox_ = nullptr;
+}
+
+void MainWindow::alignment_changed(void* view) {
+    for (QWidget* w : windows_of(kProjectionClass))
+        if (w == view) static_cast<view::ProjectionWindow*>(w)->picture_changed();
+    if (align_toolbox_) static_cast<AlignToolbox*>(align_toolbox_.data())->refresh();
+}
+
+// The window goes when the event loop gets to it: the tool may end inside one of the
+// window's own events.
+void MainWindow::close_projection(void* window) {
+    for (QWidget* w : windows_of(kProjectionClass))
+        if (w == window) {
+            QWidget* sub = w->parentWidget();
+            sub->hide();
+            sub->deleteLater();
+            return;
+        }
 }
 
 bool MainWindow::show_coordinates(bool show) {
@@ -485,6 +522,7 @@ void MainWindow::shut_down() {
     // the tools and windows first, so that none shows a freed volume, then every volume
     delete modeless;
     app::contour_following().end();
+    app::alignment().end();
     for (const QPointer<QMdiSubWindow>& sub : guarded(mdi_->subWindowList())) delete sub;
     app::shutdown_application();
 }

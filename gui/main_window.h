@@ -72,11 +72,17 @@ public:
     bool open_labelled_view() override;
     bool open_contour_windows(Volume* original, Volume* output, const void* views[2]) override;
     void close_contour_windows() override;
+    bool open_alignment_toolbox() override;
+    void close_alignment_toolbox() override;
+    void alignment_changed(void* view) override;
+    void close_projection(void* window) override;
     void readout_changed() override;
     void exit() override;
 
     // The coordinates read-out, once it was shown.
     view::CoordinatesWindow* coordinates() const { return coordinates_; }
+    // The alignment tool's toolbox while the tool runs.
+    QWidget* alignment_toolbox() const { return align_toolbox_; }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -99,6 +105,7 @@ private:
     QPointer<QMenu> modules_menu_;
     QPointer<view::CoordinatesWindow> coordinates_;
     QPointer<QMdiSubWindow> contour_windows_[2];
+    QPointer<QWidget> align_toolbox_;
     bool shut_down_ = false;
 };
 

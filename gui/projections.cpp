@@ -1,12 +1,14 @@
 #include "gui/projections.h"
 
 #include <QAbstractSlider>
+#include <QKeyEvent>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
 #include <QPointer>
 
 #include "app/messages.h"
+#include "gui/dialogs/alignment.h"
 #include "gui/dialogs/updating.h"
 #include "gui/main_window.h"
 #include "res/commands.h"
@@ -45,6 +47,20 @@ ProjectionProcedure::ProjectionProcedure(view::ProjectionWindow* window, QMdiSub
     connect(window, &view::ProjectionWindow::thumb_released, this,
             [this](Qt::Orientation o, int thumb) { scroll(o, SB_THUMBPOSITION, thumb); });
     connect(window, &view::ProjectionWindow::destroying, this, &ProjectionProcedure::destroyed_window);
+    if (app::is_alignment_view(proj)) window->installEventFilter(this);  // its keys
+}
+
+// The alignment view's keys go to the tool; everything else is the modules' first.
+bool ProjectionProcedure::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == view_)
+        return !ended() && event->type() == QEvent::KeyPress &&
+               send_align_key(static_cast<QKeyEvent*>(event));
+    return WindowMessages::eventFilter(watched, event);
+}
+
+// The alignment view's close closes the toolbox, which may keep it open.
+bool ProjectionProcedure::own_close() {
+    return app::is_alignment_view(proj_) && app::alignment_view_close(view_);
 }
 
 ProjectionProcedure::~ProjectionProcedure() { destroyed_window(); }
@@ -103,6 +119,7 @@ void ProjectionProcedure::own_resize(QSize client) {
 void ProjectionProcedure::destroyed_window() {
     if (ended()) return;
     end();
+    if (app::is_alignment_view(proj_)) app::alignment_view_destroyed(view_);  // the tool ends
     DestroyBuffer(record_->buffer);
     record_->buffer = nullptr;
     DestroyProjection(proj_);
@@ -119,6 +136,7 @@ void* open_projection(MainWindow& main, std::unique_ptr<app::ProjectionWindowRec
     if (!sub) return nullptr;
     const int hrange = record->hrange, vrange = record->vrange;
     auto* procedure = new ProjectionProcedure(window, sub, std::move(record), proj);
+    if (app::is_alignment_view(proj)) app::alignment_view_created(window);  // the single one
     if (!app::is_alignment_view(proj))
         if (QMenu* menu = sub->systemMenu()) {
             menu->addSeparator();

@@ -42,8 +42,10 @@ public:
     const app::ProjectionWindowRecord& record() const { return *record_; }
 
 protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void own_mouse(unsigned msg, uintptr_t wp, intptr_t lp) override;
     void own_resize(QSize client) override;
+    bool own_close() override;
 
 private:
     // A scroll-bar message: offered, then the window's own move.

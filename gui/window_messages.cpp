@@ -58,7 +58,8 @@ bool WindowMessages::eventFilter(QObject* watched, QEvent* event) {
     if (!alive_) return false;
     intptr_t result = 0;
     if (watched == sub_) {
-        if (event->type() != QEvent::Close || !offer(WM_CLOSE, 0, 0, result)) return false;
+        if (event->type() != QEvent::Close || (!offer(WM_CLOSE, 0, 0, result) && !own_close()))
+            return false;
         event->ignore();
         return true;
     }

@@ -37,6 +37,8 @@ protected:
     // (the client keeps that size whatever a module says).
     virtual void own_mouse(unsigned /*msg*/, uintptr_t /*wp*/, intptr_t /*lp*/) {}
     virtual void own_resize(QSize /*client*/) {}
+    // The window's own answer to a close that no module took: true keeps it open.
+    virtual bool own_close() { return false; }
 
     QWidget* window_;
 

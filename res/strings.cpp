@@ -121,6 +121,8 @@ const Entry kTable[] = {
     {3141, "Z factor : %4.2f"},
     {3142, "Frame Gallery of Volume  %d."},
     {3143, "&Save Projection"},
+    {3150, "Alignment of Volume %d."},
+    {3151, "Volume %d has been modified or destroyed: the alignment procedure has ended."},
     {5001, "Give X Offset:"},
     {5002, "Give Y Offset:"},
     {5003, "Give Z Offset:"},

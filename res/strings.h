@@ -111,6 +111,8 @@ enum Text : int {
     kXFactor = 3139, kYFactor, kZFactor,  // "X factor : %4.2f" ...
     kGalleryTitle = 3142,          // "Frame Gallery of Volume  %d."
     kSaveProjection = 3143,        // a projection window's system-menu item
+    kAlignmentTitle = 3150,        // the alignment tool's position view
+    kAlignmentVolumeChanged = 3151,
 
     kOffsetX = 5001, kOffsetY, kOffsetZ,
     kChannel1 = 5004, kChannel2, kChannel3,

@@ -3,6 +3,7 @@
 #include "app/projections.h"
 #include "app/services.h"
 #include "app/state.h"
+#include "app/tools/alignment.h"
 #include "app/tools/coordinates.h"
 #include "res/commands.h"
 #include "res/strings.h"
@@ -54,6 +55,24 @@ void view_sections(const CommandSpec&) {
         error_handler(res::kCannotCreateWindow);
 }
 
+// Only one alignment at a time.
+void manual_alignment(const CommandSpec& row) {
+    if (alignment().in_progress()) {
+        error_handler(res::kAlignmentBusy);
+        return;
+    }
+    run_pattern(row);
+}
+
+// With the output prepared: "Manual Alignment Options", then the tool.
+int start_alignment(CommandContext& c) {
+    OptionsRequest request = alignment_request(c.in);
+    if (!ui().ask_options(request)) return kReported;
+    AlignmentOptions options;
+    if (const int status = read_alignment_options(request, c.in, options)) return status;
+    return alignment().start(c.in, c.out, options);
+}
+
 void bw_display(const CommandSpec&) { open_display(kBlackAndWhite, V3D_COLOR_GREY); }
 void color_display(const CommandSpec&) { open_display(kColour, V3D_COLOR_RGB); }
 
@@ -66,14 +85,13 @@ void add_view_commands(std::vector<CommandSpec>& rows) {
                     .after = After::Nothing, .custom = color_display});
     rows.push_back({.id = cmd::kViewSections, .text = "View &Sections", .typemask = V3D_TYPE_UC, .colormask = V3D_COLOR_ANY,
                     .after = After::Nothing, .custom = view_sections});
-    // the alignment tool joins with its windows
     rows.push_back({.id = cmd::kFrameGallery, .text = "&Frame Gallery", .after = After::Nothing,
                     .custom = frame_gallery});
     rows.push_back({.id = cmd::kDisplayCoordinates, .text = "D&isplay Coordinates",
                     .after = After::Nothing, .custom = toggle_coordinates});
     rows.push_back({.id = cmd::kManualAlignment, .text = "Manual Frame A&lignment", .typemask = V3D_TYPE_UC,
                     .colormask = V3D_COLOR_ANY, .in_caption = res::kSelectInput, .out_type = kSameType,
-                    .in_place = false, .after = After::Nothing});
+                    .in_place = false, .op = start_alignment, .after = After::Nothing, .custom = manual_alignment});
 }
 
 }  // namespace app

@@ -62,6 +62,25 @@ OptionsDialog::OptionsDialog(const app::OptionsRequest& request, QWidget* parent
         ids[0] = 1163, ids[1] = 1164;
         break;
     }
+    case app::OptionsKind::ManualAlignment: {
+        // the template gives no ids: ours follow the command's (1261-1266)
+        setObjectName("Manual Alignment Options");
+        auto* form = new QFormLayout;
+        const char* labels[3] = {"First frame:", "Last frame:", "Auto search radius (voxels):"};
+        for (int i = 0; i < 3; ++i) {
+            factors_[i] = make_edit(1261 + i, this);
+            factors_[i]->setText(QString::fromStdString(request.factors[i]));
+            form->addRow(labels[i], factors_[i]);
+        }
+        main->addLayout(form);
+        check_ = new QCheckBox("Auto tries turns too", this);
+        check_->setObjectName("1264");
+        main->addWidget(check_);
+        group_title = "Show the current frame over the previous one";
+        choices[0] = "Blended (previous magenta, current green)", choices[1] = "As their difference";
+        ids[0] = 1265, ids[1] = 1266;
+        break;
+    }
     case app::OptionsKind::WeightsSource:
         setObjectName("Select Weights Source");
         group_title = "Read Weights From ...";

@@ -1,5 +1,5 @@
 // "Interpolation Options", "Binary Frame Interpolation Options", "Select Weights Source",
-// "Frame Gallery Display Options".
+// "Frame Gallery Display Options", "Manual Alignment Options".
 #pragma once
 
 #include "app/ui.h"

@@ -56,6 +56,22 @@ struct RecordingWorkspace : app::Workspace {
     // contour following is tried with the frame window (tests/gui)
     bool open_contour_windows(Volume*, Volume*, const void*[2]) override { return false; }
     void close_contour_windows() override {}
+    // the alignment tool's toolbox (how many are open) and the repaints of its view
+    int alignment_toolboxes = 0, alignment_repaints = 0;
+    bool open_alignment_toolbox() override { return ++alignment_toolboxes, true; }
+    void close_alignment_toolbox() override { --alignment_toolboxes; }
+    void alignment_changed(void*) override { ++alignment_repaints; }
+    // the window is destroyed as a window is: it frees its records and tells its tool
+    void close_projection(void* window) override {
+        for (auto it = projections.begin(); it != projections.end(); ++it)
+            if (it->proj == window) {
+                app::alignment_view_destroyed(window);
+                DestroyBuffer(it->record->buffer);
+                DestroyProjection(it->proj);
+                projections.erase(it);
+                return;
+            }
+    }
     bool coordinates_window = true;  // false: the read-out cannot be created
     bool show_coordinates(bool) override { return coordinates_window; }
     void exit() override {}

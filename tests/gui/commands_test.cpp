@@ -193,14 +193,7 @@ TEST_F(Commands, MetricsReportWithTheirOwnCaptionAndTheInformationIcon) {
     EXPECT_EQ(ui.requests.back().colormask, 3);
 }
 
-TEST_F(Commands, MissingOperatorSaysSoWithoutAnyDialog) {
-    make(2, 2, 2);
-    run(1260);
-    ASSERT_EQ(ui.log.size(), 1u);
-    EXPECT_EQ(ui.log[0], "message [VEXILO3D for Windows] (information) Manual Frame Alignment is "
-                         "not available yet: its operator is not part of this build.");
-    EXPECT_TRUE(ui.answers.empty());
-    // Write Voxel only sets the flag for the next click
+TEST_F(Commands, WriteVoxelOnlySetsTheFlagForTheNextClick) {
     EXPECT_FALSE(app::write_voxel_armed());
     run(1050);
     EXPECT_TRUE(app::write_voxel_armed());

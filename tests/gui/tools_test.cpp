@@ -4,15 +4,19 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMdiSubWindow>
+#include <QMenu>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTest>
 #include <QToolButton>
 
+#include "app/tools/alignment.h"
 #include "app/tools/contour.h"
 #include "app/tools/labelled_view.h"
 #include "fixture.h"
+#include "gui/projections.h"
 #include "res/commands.h"
+#include "view/projection_window.h"
 
 namespace t3d {
 namespace {
@@ -176,6 +180,58 @@ TEST_F(ToolWindows, ColourContourFollowingConvertsAGreyOriginalAndMarksInRed) {
     EXPECT_EQ(out->data[1].uc[0][12][11], 200);    // the rest a copy of the original
     click_voxel(window->displays(in)[0], 3, 12, Qt::RightButton);
     EXPECT_EQ(out->data[1].uc[0][12][4], 200);
+}
+
+TEST_F(ToolWindows, AlignToolboxButtonsKeysAndDragsMoveTheFrameAndTheViewPaintsItAgain) {
+    Volume* in = make(3, 24, 32);
+    fill(in, [](int z, int y, int x) { return y == 10 && x == 12 + z ? 200 : 0; });  // a dot drifting right
+    Answer options;
+    options.options.factors[0] = "0", options.options.factors[1] = "2", options.options.factors[2] = "16";
+    ui.pick(0).pick_new().push(options);
+    run(res::cmd::kManualAlignment);
+    app::Alignment& tool = app::alignment();
+    ASSERT_TRUE(tool.in_progress());
+    QWidget* toolbox = window->alignment_toolbox();
+    ASSERT_NE(toolbox, nullptr);
+    EXPECT_TRUE(toolbox->isVisible());
+    EXPECT_EQ(toolbox->windowTitle(), "Align ToolBox");
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(toolbox));
+    const auto views = window->windows_of(gui::kProjectionClass, in);
+    ASSERT_EQ(views.size(), 1);
+    auto* view = static_cast<view::ProjectionWindow*>(views[0]);
+    auto* sub = static_cast<QMdiSubWindow*>(view->parentWidget());
+    for (QAction* a : sub->systemMenu()->actions()) EXPECT_NE(a->objectName(), "1000");  // no "&Save Projection"
+    ASSERT_EQ(tool.zoom(), 4);  // small frames are magnified
+    auto shown = [view](int x, int y) { return view->viewport()->grab().toImage().pixelColor(4 * x + 1, 4 * y + 1); };
+    EXPECT_EQ(shown(12, 10), QColor(200, 0, 200));  // frame 0 in magenta
+    EXPECT_EQ(shown(13, 10), QColor(0, 200, 0));    // frame 1 in green
+
+    click_button(toolbox->findChild<QPushButton*>("1272"));  // Left
+    EXPECT_EQ(tool.pose(1), (app::FramePose{0, -1, 0.f}));
+    EXPECT_EQ(shown(12, 10), QColor(200, 200, 200));  // lined up: grey
+    EXPECT_EQ(shown(13, 10), QColor(0, 0, 0));
+
+    // the view takes keys and drags: Page Down, then the dot of frame 2 dragged one to the left
+    QTest::mouseClick(window->windowHandle(), Qt::LeftButton, {}, view->viewport()->mapTo(window.get(), QPoint(3, 3)));
+    QTest::keyClick(window->windowHandle(), Qt::Key_PageDown);
+    EXPECT_EQ(tool.current(), 2);
+    EXPECT_EQ(tool.pose(2), (app::FramePose{0, -1, 0.f}));  // it starts where frame 1 went
+    const QPoint from = view->viewport()->mapTo(window.get(), QPoint(80, 20));
+    QTest::mousePress(window->windowHandle(), Qt::LeftButton, {}, from);
+    QTest::mouseMove(window->windowHandle(), from + QPoint(-4, 0));
+    QTest::mouseRelease(window->windowHandle(), Qt::LeftButton, {}, from + QPoint(-4, 0));
+    EXPECT_EQ(tool.pose(2), (app::FramePose{0, -2, 0.f}));
+    EXPECT_EQ(shown(12, 10), QColor(200, 200, 200));
+
+    // the view's close box closes the toolbox (unwritten changes: No), and the tool ends
+    ui.reply(app::Reply::No);
+    sub->close();
+    delete_closed();
+    EXPECT_EQ(ui.log.back(), "question (yes/no/cancel): Do you want to save changes?");
+    EXPECT_FALSE(tool.in_progress());
+    EXPECT_EQ(window->alignment_toolbox(), nullptr);
+    EXPECT_TRUE(window->windows_of(gui::kProjectionClass).isEmpty());
+    EXPECT_EQ(GetVolumeByIndex(2)->type, V3D_TYPE_NONE);  // the work volume went
 }
 
 }  // namespace
