@@ -47,11 +47,13 @@ bool seek_from_start(std::FILE* f, long long offset) {
 
 // "%s%d.%s" without padding, "%s%0*d.%s" with digits characters (shared with the image
 // sequences, io/imageseq.h).
-std::string frame_file_name(const char* base, int number, int digits, const char* ext) {
-    char buf[4096];
-    const int n = digits > 0 ? std::snprintf(buf, sizeof buf, "%s%0*d.%s", base, digits, number, ext)
-                             : std::snprintf(buf, sizeof buf, "%s%d.%s", base, number, ext);
-    return (n < 0 || n >= static_cast<int>(sizeof buf)) ? std::string() : std::string(buf);
+PathName frame_file_name(const char* base, int number, int digits, const char* ext) {
+    PathName name;
+    char* buf = name.text;
+    const int n = digits > 0 ? std::snprintf(buf, sizeof name.text, "%s%0*d.%s", base, digits, number, ext)
+                             : std::snprintf(buf, sizeof name.text, "%s%d.%s", base, number, ext);
+    if (n < 0 || n >= static_cast<int>(sizeof name.text)) buf[0] = '\0';
+    return name;
 }
 
 }  // namespace v3d
@@ -71,7 +73,7 @@ int fromdiskUCFI3D(Volume* vol, const char* base, int first, int digits, const c
         auto row = make_buffer<char>(row_bytes);
         if (!row) return kNoBuffer;
         for (int z = 0; z < Z; ++z) {
-            const std::string name = frame_file_name(base, first + z, digits, exts[c]);
+            const PathName name = frame_file_name(base, first + z, digits, exts[c]);
             File f(name.empty() ? nullptr : std::fopen(name.c_str(), "rb"));
             if (!f) return kFopen;
             for (int y = 0; y < Y; ++y) {
@@ -91,7 +93,7 @@ int todiskUCFI3D(Volume* vol, const char* base, int first, int digits, const cha
         auto row = make_buffer<char>(row_bytes);
         if (!row) return kNoBuffer;
         for (int z = 0; z < vol->Z; ++z) {
-            const std::string name = frame_file_name(base, first + z, digits, exts[c]);
+            const PathName name = frame_file_name(base, first + z, digits, exts[c]);
             std::FILE* f = name.empty() ? nullptr : std::fopen(name.c_str(), "wb");
             if (!f) return kFopen;
             for (int y = 0; y < vol->Y; ++y) {
