@@ -24,18 +24,6 @@ int decode_path(const FrameFormatOps& f, const PathName& path, ImageHeader* head
     return f.decode(bytes.data.get(), bytes.size, header, sink);
 }
 
-// The length of an open file, -1 when it cannot be told.
-long long file_length(std::FILE* f) {
-#if defined(_WIN32)
-    if (_fseeki64(f, 0, SEEK_END) != 0) return -1;
-    const long long n = _ftelli64(f);
-    return _fseeki64(f, 0, SEEK_SET) == 0 ? n : -1;
-#else
-    if (fseeko(f, 0, SEEK_END) != 0) return -1;
-    const long long n = ftello(f);
-    return fseeko(f, 0, SEEK_SET) == 0 ? n : -1;
-#endif
-}
 
 const ImageSequenceFormat kFormats[V3D_FORMAT_COUNT] = {
     {"raw", "Raw frames", "raw", 0, 1, check_raw_frames, read_raw_frames, write_raw_frames},
@@ -92,10 +80,25 @@ void VolumeSink::row(int y, const std::uint16_t* s) {
     }
 }
 
+long long bytes_left(std::FILE* f) {
+#if defined(_WIN32)
+    const long long here = _ftelli64(f);
+    if (here < 0 || _fseeki64(f, 0, SEEK_END) != 0) return -1;
+    const long long end = _ftelli64(f);
+    if (_fseeki64(f, here, SEEK_SET) != 0) return -1;
+#else
+    const long long here = ftello(f);
+    if (here < 0 || fseeko(f, 0, SEEK_END) != 0) return -1;
+    const long long end = ftello(f);
+    if (fseeko(f, here, SEEK_SET) != 0) return -1;
+#endif
+    return end < here ? 0 : end - here;
+}
+
 int load_file(const PathName& path, FileBytes* bytes) {
     File f(path.empty() ? nullptr : std::fopen(path.c_str(), "rb"));
     if (!f) return kFopen;
-    const long long length = file_length(f.get());
+    const long long length = bytes_left(f.get());
     if (length < 0 || length > kMaxImageFileBytes) return kFread;
     bytes->size = static_cast<std::size_t>(length);
     bytes->data = make_io_buffer<std::uint8_t>(bytes->size);

@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -83,6 +84,10 @@ struct PathName {
 PathName frame_file_name(const char* base, int number, int digits, const char* ext);
 // "%s.%s": the one file of a single-file format.
 PathName single_file_name(const char* base, const char* ext);
+
+// The bytes from the position of an open file to its end (the position is kept), -1 when they
+// cannot be told (a pipe).
+long long bytes_left(std::FILE* f);
 
 // The bytes of a whole file.
 struct FileBytes {
