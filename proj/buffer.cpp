@@ -56,7 +56,7 @@ Buffer* CreateBuffer(int colortype, int width, int height) {
     buf->width = width;
     buf->height = height;
     if (colortype != 1 && colortype != 2) return buf;
-    if (width < 1 || height < 1) {
+    if (width < 1 || height < 1 || width > V3D_PICTURE_MAX_WIDTH || height > V3D_PICTURE_MAX_HEIGHT) {
         v3d::mem_free(buf);
         return nullptr;
     }
