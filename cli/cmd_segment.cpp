@@ -34,6 +34,7 @@ int run_grow(const Args& args) {
 // Saves what an operator left in the output when it stopped at the region maximum.
 int save_partial(const Args& args, Volume* out, int status) {
     if (int s = cli::save_volume(args, out)) return s;
+    if (int s = cli::commit_outputs()) return s;  // kept although the command fails
     return status;
 }
 
