@@ -333,7 +333,7 @@ int blackman_tukey_psd3d(Volume* in, Volume* out, float ax, float ay, float az, 
     V3D_CHECK(CheckVolume(out, kF, kGrey));
     if (!voi_power_of_two(in)) return kVoiNotPowerOf2;
     for (float a : {ax, ay, az})
-        if (!(a >= 0.0f) || !std::isfinite(a)) return kInvalidParams;
+        if (!finite_real(a) || !(a >= 0.0f)) return kInvalidParams;
     if (negative(z0, y0, x0)) return kInvalidParams;
     if (!fits_at(in, out, z0, y0, x0)) return kBadOutputDims;
     const Voi r = voi_of(in);
