@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "core/common.h"
+#include "core/parallel.h"
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -248,6 +249,7 @@ int AllocateVolumeTable(void) {
     if (g_records) return 1;
     g_records = static_cast<Volume*>(mem_calloc(kTableSize, sizeof(Volume)));
     if (!g_records) return 0;
+    start_threads();
     for (int i = 0; i < kTableSize; ++i) {
         g_table[i] = &g_records[i];
         g_records[i].type = 0;
