@@ -167,8 +167,10 @@ struct TiffCloser {
 };
 // The owner of an open TIFF: it closes the handle and its file on every path.
 using TiffOwner = std::unique_ptr<TiffFile, TiffCloser>;
-TiffOwner tiff_open_file(const char* path, const char* mode);
-TiffOwner tiff_open_memory(const std::uint8_t* data, std::size_t size);
+// Open a file ("" cannot be opened) or a memory image into *t: 0, -1000 when libtiff cannot open
+// it, -9 when there is no memory for the record.
+int tiff_open_file(const char* path, const char* mode, TiffOwner* t);
+int tiff_open_memory(const std::uint8_t* data, std::size_t size, TiffOwner* t);
 int tiff_page_count(TiffFile* t, int limit);   // directories, counted up to limit
 bool tiff_select_page(TiffFile* t, int page);
 bool tiff_next_page(TiffFile* t);

@@ -147,14 +147,15 @@ int decode_page(TIFF* tif, const PageInfo& p, RowSink& sink) {
 }
 
 int decode_tiff_file(const char* path, ImageHeader* header, RowSink* sink) {
-    const TiffOwner t = path[0] == '\0' ? nullptr : tiff_open_file(path, "r");
-    if (!t) return kTiff;
+    TiffOwner t;
+    V3D_CHECK(tiff_open_file(path, "r", &t));
     return tiff_decode_page(t.get(), header, sink);
 }
 
 int write_tiff_frame(Volume* v, int z, const char* path, int compression) {
-    const TiffOwner t = path[0] == '\0' ? nullptr : tiff_open_file(path, "w");
-    if (!t) return kFopen;
+    TiffOwner t;
+    const int status = tiff_open_file(path, "w", &t);
+    if (status != kOk) return status == kTiff ? kFopen : status;
     return tiff_write_page(t.get(), v, z, compression, -1, 0);
 }
 
@@ -164,28 +165,28 @@ int write_tiff_frame(Volume* v, int z, const char* path, int compression) {
 const FrameFormatOps kTiffFrames = {nullptr, decode_tiff_file, kTiffSequence, write_tiff_frame,
                                     kUC | kI};
 
-TiffOwner tiff_open_file(const char* path, const char* mode) {
-    TiffOwner t(new (std::nothrow) TiffFile);
-    if (!t) return nullptr;
+int tiff_open_file(const char* path, const char* mode, TiffOwner* t) {
+    t->reset(new (std::nothrow) TiffFile);
+    if (!*t) return kNoBuffer;
     TIFFOpenOptions* o = quiet_options();
-    t->tif = o ? TIFFOpenExt(path, mode, o) : nullptr;
+    (*t)->tif = o && path[0] != '\0' ? TIFFOpenExt(path, mode, o) : nullptr;
     if (o) TIFFOpenOptionsFree(o);
-    if (!t->tif) return nullptr;
-    return t;
+    if (!(*t)->tif) t->reset();
+    return *t ? kOk : kTiff;
 }
 
-TiffOwner tiff_open_memory(const std::uint8_t* data, std::size_t size) {
-    TiffOwner t(new (std::nothrow) TiffFile);
-    if (!t) return nullptr;
-    t->data = data;
-    t->size = size;
+int tiff_open_memory(const std::uint8_t* data, std::size_t size, TiffOwner* t) {
+    t->reset(new (std::nothrow) TiffFile);
+    if (!*t) return kNoBuffer;
+    (*t)->data = data;
+    (*t)->size = size;
     TIFFOpenOptions* o = quiet_options();
-    t->tif = o ? TIFFClientOpenExt("memory", "rm", t.get(), mem_read, mem_write, mem_seek,
-                                   mem_close, mem_size, mem_map, mem_unmap, o)
-               : nullptr;
+    (*t)->tif = o ? TIFFClientOpenExt("memory", "rm", t->get(), mem_read, mem_write, mem_seek,
+                                      mem_close, mem_size, mem_map, mem_unmap, o)
+                  : nullptr;
     if (o) TIFFOpenOptionsFree(o);
-    if (!t->tif) return nullptr;
-    return t;
+    if (!(*t)->tif) t->reset();
+    return *t ? kOk : kTiff;
 }
 
 void tiff_close(TiffFile* t) {
@@ -256,8 +257,8 @@ int tiff_write_page(TiffFile* t, Volume* v, int z, int compression, int page, in
 }
 
 int decode_tiff(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink) {
-    const TiffOwner t = tiff_open_memory(data, size);
-    if (!t) return kTiff;
+    TiffOwner t;
+    V3D_CHECK(tiff_open_memory(data, size, &t));
     return tiff_decode_page(t.get(), header, sink);
 }
 

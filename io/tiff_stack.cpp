@@ -43,9 +43,8 @@ int stack_args(const char* base, int first, const char* ext, int count) {
 
 int walk_file(const char* base, int first, const char* ext, int count, ImageSequenceInfo* info,
               Volume* vol) {
-    const PathName path = single_file_name(base, ext);
-    const TiffOwner t = path.empty() ? nullptr : tiff_open_file(path.c_str(), "r");
-    if (!t) return kTiff;
+    TiffOwner t;
+    V3D_CHECK(tiff_open_file(single_file_name(base, ext).c_str(), "r", &t));
     return walk_tiff_pages(t.get(), first, count, info, vol);
 }
 
@@ -78,9 +77,9 @@ extern "C" int SaveTiffStack(Volume* vol, const char* base, const char* ext, int
     if (!base || !ext || !tiff_compression_ok(compression) || !image_size_ok(vol->X, vol->Y) ||
         vol->Z > kMaxImageFrames)
         return kInvalidParams;
-    const PathName path = single_file_name(base, ext);
-    const TiffOwner t = path.empty() ? nullptr : tiff_open_file(path.c_str(), "w");
-    if (!t) return kFopen;
+    TiffOwner t;
+    const int status = tiff_open_file(single_file_name(base, ext).c_str(), "w", &t);
+    if (status != kOk) return status == kTiff ? kFopen : status;
     for (int z = 0; z < vol->Z; ++z) V3D_CHECK(tiff_write_page(t.get(), vol, z, compression, z, vol->Z));
     return kOk;
 }

@@ -2,8 +2,8 @@
 #include "fuzz_common.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const v3d::TiffOwner t = v3d::tiff_open_memory(data, size);
-    if (!t) return 0;
+    v3d::TiffOwner t;
+    if (v3d::tiff_open_memory(data, size, &t) != 0) return 0;
     ImageSequenceInfo info{};
     if (v3d::walk_tiff_pages(t.get(), 0, 0, &info, nullptr) == 0 &&
         static_cast<long long>(info.X) * info.Y * info.Z <= fuzz::kMaxPixels) {
