@@ -621,10 +621,16 @@ int lrcfft3d(Volume* inRe, Volume* inIm, Volume* outRe, Volume* outIm, int direc
     const Voi r = voi_of(inRe);
     // frames, then rows of the Z pass, in consecutive shares per task; in place: one task
     const int tasks = sharing_storage(inRe, inIm, outRe, outIm) ? 1 : thread_count();
+    // the work memory of both passes is had before anything is written
     Workers<FrameTransform> frames;
+    Workers<ZLines> lines;
     V3D_CHECK(make_workers(frames, tasks, r.nz(), [&](FrameTransform& f) {
         return f.prepare(r.ny(), r.nx(), direction);
     }));
+    if (r.nz() >= 2)
+        V3D_CHECK(make_workers(lines, tasks, r.ny(), [&](ZLines& l) {
+            return l.prepare(r.nz(), r.nx(), direction);
+        }));
     const int nf = frames.count;
     parallel_for(0, nf, [&](int t) {
         for (int z = r.z1 + share_begin(t, nf, r.nz()); z < r.z1 + share_begin(t + 1, nf, r.nz()); ++z) {
@@ -633,12 +639,7 @@ int lrcfft3d(Volume* inRe, Volume* inIm, Volume* outRe, Volume* outIm, int direc
                           outRe->data[0].f[oz], outIm->data[0].f[oz], y0, x0);
         }
     });
-    frames = {};
     if (r.nz() < 2) return kOk;
-    Workers<ZLines> lines;
-    V3D_CHECK(make_workers(lines, tasks, r.ny(), [&](ZLines& l) {
-        return l.prepare(r.nz(), r.nx(), direction);
-    }));
     const int nl = lines.count;
     parallel_for(0, nl, [&](int t) {
         for (int y = y0 + share_begin(t, nl, r.ny()); y < y0 + share_begin(t + 1, nl, r.ny()); ++y)
