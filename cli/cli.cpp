@@ -219,7 +219,8 @@ int load_volume(const Args& args, const std::string& role, VolumePtr& out) {
     if (int status = make_volume(s.Z, s.Y, s.X, s.type, s.colortype, out)) return status;
     if (int status = ReadVolume(out->get(), s.path.c_str(), s.skip, s.Z, s.Y, s.X)) return status;
     apply_voi(args, role == "in" ? "voi" : role + "-voi", out->get());
-    return 0;
+    // a VOI outside the volume is -510 now, before output sizes are computed from its extents
+    return CheckVolume(out->get(), V3D_TYPE_ANY, V3D_COLOR_ANY);
 }
 
 int save_volume(const Args& args, Volume* vol, const std::string& key) {

@@ -75,8 +75,10 @@ using VolumeSpec = RawVolumeSpec;
 // any option they lack from "in". Does not open the file.
 VolumeSpec volume_spec(const Args& args, const std::string& role);
 
-// Creates the volume of role and reads its file; applies --ROLE-voi (or --voi for "in").
-// Throws UsageError for a missing option; returns the status of the library otherwise.
+// Creates the volume of role and reads its file (a file shorter than its description is -601
+// before anything is made); applies --ROLE-voi (or --voi for "in"), which must lie inside the
+// volume (-510). Throws UsageError for a missing option; returns the status of the library
+// otherwise.
 int load_volume(const Args& args, const std::string& role, VolumePtr& out);
 
 // A new zeroed volume.
