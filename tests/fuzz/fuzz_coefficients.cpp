@@ -33,7 +33,7 @@ void read_into(int (*reader)(const char*, int, Volume*, int*, int*, int*), int t
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (std::FILE* f = std::fopen(file_name().c_str(), "wb")) {
-        std::fwrite(data, 1, size, f);
+        if (size) std::fwrite(data, 1, size, f);  // an empty input may come without data
         std::fclose(f);
     }
     const char* file = file_name().c_str();
