@@ -118,6 +118,11 @@ std::string scratch() {
 }
 std::string path(const std::string& name) { return scratch() + name; }
 
+// Operators of one signature, by name.
+using Triple = int (*)(Volume*, Volume*, Volume*);
+using WindowFilter = int (*)(Volume*, Volume*, int, int, int);
+template <class F> using Named = std::pair<const char*, F>;
+
 // A status for a call that returns a pointer: -9 for null.
 template <class P> int made(P* p) { return p ? 0 : -9; }
 
@@ -174,7 +179,8 @@ std::vector<Config> library_configs() {
         V3D_CHECK(FindMinMaxIntensity(w[A], &lo, &hi));
         return FindBoundingBox3d(w[RGB], &b[0], &b[1], &b[2], &b[3], &b[4], &b[5]);
     }});
-    for (auto [name, op] : {std::pair{"and3d", and3d}, {"or3d", or3d}, {"xor3d", xor3d}})
+    const Named<Triple> logic[] = {{"and3d", and3d}, {"or3d", or3d}, {"xor3d", xor3d}};
+    for (const auto& [name, op] : logic)
         c.push_back({name, [o = op](World& w) { return o(w[B], w[B], w[OUT]); }, out});
     c.push_back({"Symmetric3d", [](World& w) { return Symmetric3d(w[RGB], w[ORGB]); }, orgb});
     c.push_back({"CopyFrame2Image", [](World& w) { return CopyFrame2Image(w[RGB], 3, w.image, 0, 0); }, pic});
@@ -228,8 +234,9 @@ std::vector<Config> library_configs() {
         return histeq3(w[RGB], w[ORGB], q);
     }, orgb});
     c.push_back({"HistogramEqual3d", [](World& w) { return HistogramEqual3d(w[A], w[OUT]); }, out});
-    for (auto [name, filter] : {std::pair{"mov_ave3", mov_ave3}, {"median3", median3}, {"run_median3", run_median3},
-                                {"run_max3", run_max3}, {"run_min3", run_min3}}) {
+    const Named<WindowFilter> filters[] = {{"mov_ave3", mov_ave3}, {"median3", median3}, {"run_median3", run_median3},
+                                           {"run_max3", run_max3}, {"run_min3", run_min3}};
+    for (const auto& [name, filter] : filters) {
         c.push_back({name, [f = filter](World& w) { return f(w[RGB], w[ORGB], 3, 3, 5); }, orgb});
         c.push_back({std::string(name) + " in place", [f = filter](World& w) { return f(w[OUT], w[OUT], 3, 3, 3); }, out});
     }
@@ -241,9 +248,11 @@ std::vector<Config> library_configs() {
     c.push_back({"wienerfrequency3", [](World& w) { return wienerfrequency3(w[FS1], w[FS2], w[F], w[G], w[F], 0.5f); },
                  fs1 | fs2});
     // ---- morphology
-    for (auto [name, op] : {std::pair{"MinkowskiAddition3d", MinkowskiAddition3d}, {"MinkowskiSubtraction3d", MinkowskiSubtraction3d},
-                            {"bdilate3d", bdilate3d}, {"berode3d", berode3d}, {"bopening3d", bopening3d},
-                            {"bclosing3d", bclosing3d}}) {
+    const Named<Triple> morphology[] = {{"MinkowskiAddition3d", MinkowskiAddition3d},
+                                        {"MinkowskiSubtraction3d", MinkowskiSubtraction3d},
+                                        {"bdilate3d", bdilate3d}, {"berode3d", berode3d},
+                                        {"bopening3d", bopening3d}, {"bclosing3d", bclosing3d}};
+    for (const auto& [name, op] : morphology) {
         c.push_back({name, [o = op](World& w) { return o(w[B], w[SE], w[OUT]); }, out});
         c.push_back({std::string(name) + " in place", [o = op](World& w) { return o(w[B], w[SE], w[B]); }, bit(B)});
     }
