@@ -26,11 +26,12 @@ void print_overview() {
         "[--channels 1|3] [--skip N]; --voi z1:z2,y1:y2,x1:x2 (half-open) limits the work to a\n"
         "volume of interest. Results go to --out FILE as raw volumes.\n\n"
         "A command that fails leaves no output file behind: results are written beside their\n"
-        "targets under a temporary folder (.v3d-PID.staged) and put in place only when every\n"
-        "one of them is complete. A file shorter than --size needs is refused before anything\n"
-        "is made. Exit status: 0 done, 1 the operation failed (its status text is printed),\n"
-        "2 a mistake in the command line. The one exception: region3d_merge and grass3d_label\n"
-        "stopped by their region limit (status -92) write the partial result, then fail.\n\n"
+        "targets in a temporary folder (.v3d-PID.staged) and put in place only when every one\n"
+        "of them is complete. The one exception: region3d_merge and grass3d_label stopped by\n"
+        "their region limit (status -92) write the partial result, then fail. A file shorter\n"
+        "than --size needs is refused before anything is made.\n\n"
+        "Exit status: 0 done, 1 the operation failed (its status text is printed), 2 a mistake\n"
+        "in the command line.\n\n"
         "commands:\n");
     std::vector<cli::Command> sorted = cli::commands();
     std::sort(sorted.begin(), sorted.end(),
