@@ -1,9 +1,22 @@
 #include "cli/cli.h"
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <set>
 #include <sstream>
+
+#if defined(_WIN32)
+#include <process.h>
+#define v3d_getpid _getpid
+#else
+#include <unistd.h>
+#define v3d_getpid getpid
+#endif
 
 namespace cli {
 
@@ -73,6 +86,15 @@ int parse_int(const std::string& word, const std::string& what) {
     int v = 0;
     if (!whole_number(word, v)) throw UsageError(what + ": '" + word + "' is not an integer");
     return v;
+}
+
+int checked_sum(std::initializer_list<long long> terms, const std::string& what) {
+    long long sum = 0;
+    for (long long t : terms) sum += t;  // a few int-sized terms: no overflow in long long
+    if (sum < INT_MIN || sum > INT_MAX)
+        throw UsageError(what + ": the size it gives, " + std::to_string(sum) +
+                         ", is beyond 2147483647");
+    return static_cast<int>(sum);
 }
 
 float parse_float(const std::string& word, const std::string& what) {
@@ -148,18 +170,110 @@ int make_volume(int Z, int Y, int X, int type, int colortype, VolumePtr& out) {
     return out->create(Z, Y, X, type, colortype);
 }
 
+namespace {
+
+// The bytes a raw file must hold for spec: skip frames, then Z frames of every channel; false
+// when that does not fit 64 bits (no file is so long).
+bool bytes_needed(const VolumeSpec& s, std::uint64_t* bytes) {
+    const long long frames = static_cast<long long>(s.Z) * (s.colortype == V3D_COLOR_GREY ? 1 : 3);
+    std::uint64_t n = static_cast<std::uint64_t>(s.skip) + static_cast<std::uint64_t>(frames);
+    for (long long f : {static_cast<long long>(s.Y), static_cast<long long>(s.X),
+                        s.type == V3D_TYPE_UC ? 1LL : 4LL}) {
+        if (n > UINT64_MAX / static_cast<std::uint64_t>(f)) return false;
+        n *= static_cast<std::uint64_t>(f);
+    }
+    *bytes = n;
+    return true;
+}
+
+// Before anything is made for it: a missing file is -600, a folder or a regular file shorter
+// than the description needs -601, each with a line that says so. Pipes and devices are left
+// to the reader.
+int check_file_length(const VolumeSpec& s) {
+    namespace fs = std::filesystem;
+    std::error_code ec;
+    const fs::file_status st = fs::status(s.path, ec);
+    if (ec || !fs::exists(st)) {
+        std::fprintf(stderr, "v3d: %s: no such file\n", s.path.c_str());
+        return V3D_ERR_FOPEN;
+    }
+    if (fs::is_directory(st)) {
+        std::fprintf(stderr, "v3d: %s is a folder, not a raw volume\n", s.path.c_str());
+        return V3D_ERR_FREAD;
+    }
+    if (!fs::is_regular_file(st)) return 0;
+    const std::uintmax_t length = fs::file_size(s.path, ec);
+    std::uint64_t needed = 0;
+    if (!ec && bytes_needed(s, &needed) && length >= needed) return 0;
+    std::fprintf(stderr, "v3d: %s holds %ju bytes, fewer than its description needs (%s)\n",
+                 s.path.c_str(), static_cast<std::uintmax_t>(length),
+                 needed ? (std::to_string(needed) + " bytes").c_str() : "more than 2^64 bytes");
+    return V3D_ERR_FREAD;
+}
+
+}  // namespace
+
 int load_volume(const Args& args, const std::string& role, VolumePtr& out) {
     const VolumeSpec s = volume_spec(args, role);
+    if (int status = check_file_length(s)) return status;
     if (int status = make_volume(s.Z, s.Y, s.X, s.type, s.colortype, out)) return status;
     if (int status = ReadVolume(out->get(), s.path.c_str(), s.skip, s.Z, s.Y, s.X)) return status;
     apply_voi(args, role == "in" ? "voi" : role + "-voi", out->get());
-    return 0;
+    // a VOI outside the volume is -510 now, before output sizes are computed from its extents
+    return CheckVolume(out->get(), V3D_TYPE_ANY, V3D_COLOR_ANY);
 }
 
 int save_volume(const Args& args, Volume* vol, const std::string& key) {
     const std::string path = args.text(key);
     args.check_all_used();  // a mistyped option must not pass unnoticed into a written result
-    return WriteVolume(vol, path.c_str(), 0, vol->Z);
+    return WriteVolume(vol, stage_output(path).c_str(), 0, vol->Z);
+}
+
+namespace {
+
+// The staging folders made so far, each beside the targets it holds files for.
+std::set<std::filesystem::path>& staging_folders() {
+    static std::set<std::filesystem::path> folders;
+    return folders;
+}
+
+}  // namespace
+
+std::string stage_output(const std::string& target) {
+    namespace fs = std::filesystem;
+    const fs::path t(target);
+    const fs::path folder = t.parent_path() / (".v3d-" + std::to_string(v3d_getpid()) + ".staged");
+    std::error_code ec;
+    if (fs::create_directory(folder, ec) || fs::is_directory(folder, ec))
+        staging_folders().insert(folder);
+    // when the folder cannot be made, the write into it fails as a write into the target would
+    return (folder / t.filename()).string();
+}
+
+int commit_outputs() {
+    namespace fs = std::filesystem;
+    int status = 0;
+    for (const fs::path& folder : staging_folders()) {
+        std::error_code ec;
+        std::vector<fs::path> files;  // listed first: the folder changes as they move
+        for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec))
+            files.push_back(it->path());
+        for (const fs::path& f : files) {
+            std::error_code moved;
+            fs::rename(f, folder.parent_path() / f.filename(), moved);
+            if (moved) status = V3D_ERR_FWRITE;
+        }
+    }
+    discard_outputs();  // the folders, and whatever could not be moved
+    return status;
+}
+
+void discard_outputs() {
+    for (const std::filesystem::path& folder : staging_folders()) {
+        std::error_code ec;
+        std::filesystem::remove_all(folder, ec);
+    }
+    staging_folders().clear();
 }
 
 Shape like(const Volume* in) { return {in->Z, in->Y, in->X, in->type, in->colortype}; }

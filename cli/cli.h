@@ -11,6 +11,7 @@
 #pragma once
 
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -57,6 +58,9 @@ private:
 };
 
 int parse_int(const std::string& word, const std::string& what);
+// The sum of command-line numbers as an int; throws UsageError naming `what` when it leaves
+// the int range (an output size computed from an absurd offset or extent).
+int checked_sum(std::initializer_list<long long> terms, const std::string& what);
 float parse_float(const std::string& word, const std::string& what);
 Triple parse_triple(const std::string& word, const std::string& what);
 
@@ -71,15 +75,28 @@ using VolumeSpec = RawVolumeSpec;
 // any option they lack from "in". Does not open the file.
 VolumeSpec volume_spec(const Args& args, const std::string& role);
 
-// Creates the volume of role and reads its file; applies --ROLE-voi (or --voi for "in").
-// Throws UsageError for a missing option; returns the status of the library otherwise.
+// Creates the volume of role and reads its file (a file shorter than its description is -601
+// before anything is made); applies --ROLE-voi (or --voi for "in"), which must lie inside the
+// volume (-510). Throws UsageError for a missing option; returns the status of the library
+// otherwise.
 int load_volume(const Args& args, const std::string& role, VolumePtr& out);
 
 // A new zeroed volume.
 int make_volume(int Z, int Y, int X, int type, int colortype, VolumePtr& out);
 
-// Writes every frame of vol to the file named by --out (or --KEY).
+// Writes every frame of vol to the file named by --out (or --KEY), staged (see stage_output).
 int save_volume(const Args& args, Volume* vol, const std::string& key = "out");
+
+// Output files are staged, so that a failing command leaves none behind (a full disk must not
+// leave a truncated result that looks complete). stage_output(target) returns the name to write
+// instead of target: the same file name inside a private folder beside it
+// ("DIR/.v3d-PID.staged/NAME"; a sequence base name works the same way, every file written
+// there belongs to the command). commit_outputs() moves every staged file onto its target;
+// main() calls it once the command has succeeded, and discard_outputs() otherwise. Returns 0,
+// or -602 when a file cannot be moved (the others are moved all the same).
+std::string stage_output(const std::string& target);
+int commit_outputs();
+void discard_outputs();
 
 // The shape of a command's output, computed from its input.
 struct Shape {

@@ -13,8 +13,11 @@ using cli::VolumePtr;
 int run_offset_op(const Args& args, int out_type, int (*op)(Volume*, Volume*, int, int, int)) {
     const cli::Triple o = args.triple("offset", {0, 0, 0});
     auto shape = [&](const Volume* v) {
-        const cli::Triple size = args.triple(
-            "out-size", {o.z + v->z2 - v->z1, o.y + v->y2 - v->y1, o.x + v->x2 - v->x1});
+        const cli::Triple size = args.has("out-size")
+                                     ? args.triple("out-size")
+                                     : cli::Triple{cli::checked_sum({o.z, v->z2 - v->z1}, "--offset"),
+                                                   cli::checked_sum({o.y, v->y2 - v->y1}, "--offset"),
+                                                   cli::checked_sum({o.x, v->x2 - v->x1}, "--offset")};
         return cli::Shape{size.z, size.y, size.x, out_type, v->colortype};
     };
     return cli::run_in_out(args, shape,
@@ -103,7 +106,7 @@ int run_dump(const Args& args) {
     if (int s = cli::load_volume(args, "in", in)) return s;
     const std::string path = args.text("out");
     args.check_all_used();
-    return dumpUCFI3D(in->get(), path.c_str());
+    return dumpUCFI3D(in->get(), cli::stage_output(path).c_str());
 }
 
 int run_rotate2d(const Args& args) {

@@ -138,7 +138,8 @@ const cli::Registrar registrations[] = {
                     "    [--acc-out FILE]",
                     "The input must be binary (0 and 255 in its VOI). Every 255 voxel of the whole\n"
                     "volume votes for the planes through it in an accumulator of E elevations and\n"
-                    "A azimuths (each from -90 to +90 degrees, at least 2) and D distance cells.\n"
+                    "A azimuths and D distance cells; elevation k is k * 180 / E - 90 degrees and\n"
+                    "azimuth j is j * 180 / A - 90 (E = 4: elevations -90, -45, 0, 45).\n"
                     "Cells with at least --threshold votes survive; the output is 255 on the\n"
                     "input's 255 voxels that voted for a surviving cell (they lie on its plane)\n"
                     "and 0 elsewhere. --acc-out writes the accumulator (I): 1 on surviving cells.",

@@ -25,12 +25,16 @@ int load_float(const Args& args, const std::string& role, VolumePtr& out) {
     return 0;
 }
 
-// An F output holding the extent (nz, ny, nx) at --offset, or --out-size when given.
-int make_result(const Args& args, int type, int nz, int ny, int nx, cli::Triple& offset,
-                VolumePtr& out) {
+// An F output holding the extent (nz, ny, nx) at --offset, or --out-size when given; a size
+// beyond the int range is a usage error.
+int make_result(const Args& args, int type, long long nz, long long ny, long long nx,
+                cli::Triple& offset, VolumePtr& out) {
     offset = args.triple("offset", {0, 0, 0});
-    const cli::Triple size =
-        args.triple("out-size", {offset.z + nz, offset.y + ny, offset.x + nx});
+    const cli::Triple size = args.has("out-size")
+                                 ? args.triple("out-size")
+                                 : cli::Triple{cli::checked_sum({offset.z, nz}, "--offset"),
+                                               cli::checked_sum({offset.y, ny}, "--offset"),
+                                               cli::checked_sum({offset.x, nx}, "--offset")};
     return cli::make_volume(size.z, size.y, size.x, type, 1, out);
 }
 
@@ -56,7 +60,7 @@ int run_transform(const Args& args, Transform transform) {
     const std::string im_path = args.text("out-im");
     if (int s = transform(r, im->get(), ore->get(), oim->get(), direction, o.z, o.y, o.x)) return s;
     if (int s = cli::save_volume(args, ore->get())) return s;
-    return WriteVolume(oim->get(), im_path.c_str(), 0, oim->get()->Z);
+    return WriteVolume(oim->get(), cli::stage_output(im_path).c_str(), 0, oim->get()->Z);
 }
 int run_fft(const Args& a) { return run_transform(a, fft3d); }
 int run_lrcfft(const Args& a) { return run_transform(a, lrcfft3d); }
@@ -83,8 +87,9 @@ int run_pair(const Args& args, bool blockwise,
     Volume* va = a->get();
     Volume* vb = b->get();
     cli::Triple o{};
-    if (int s = make_result(args, 2, extent_z(va) + extent_z(vb) - 1, extent_y(va) + extent_y(vb) - 1,
-                            extent_x(va) + extent_x(vb) - 1, o, out))
+    auto full = [](int a, int b) { return static_cast<long long>(a) + b - 1; };
+    if (int s = make_result(args, 2, full(extent_z(va), extent_z(vb)), full(extent_y(va), extent_y(vb)),
+                            full(extent_x(va), extent_x(vb)), o, out))
         return s;
     int status;
     if (blockwise)
@@ -129,7 +134,7 @@ int run_conversion(const Args& args, int (*op)(Volume*, Volume*, Volume*, Volume
     const std::string second = args.text("out2");
     if (int s = op(va, b->get(), c->get(), d->get(), o.z, o.y, o.x)) return s;
     if (int s = cli::save_volume(args, c->get())) return s;
-    return WriteVolume(d->get(), second.c_str(), 0, d->get()->Z);
+    return WriteVolume(d->get(), cli::stage_output(second).c_str(), 0, d->get()->Z);
 }
 int run_reim2mp(const Args& a) { return run_conversion(a, reim2magnphase3d); }
 int run_mp2reim(const Args& a) { return run_conversion(a, magnphase2reim3d); }

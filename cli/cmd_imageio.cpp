@@ -104,7 +104,8 @@ int write_output(const Args& args, Volume* vol) {
     default: break;
     }
     args.check_all_used();
-    const char *base = p.base.c_str(), *ext = p.ext.c_str();
+    const std::string staged = cli::stage_output(p.base);  // every file of the sequence
+    const char *base = staged.c_str(), *ext = p.ext.c_str();
     switch (format) {
     case V3D_FORMAT_TIFF: return savetiff(vol, base, p.first, p.digits, ext, option);
     case V3D_FORMAT_TIFF_STACK: return SaveTiffStack(vol, base, ext, option);

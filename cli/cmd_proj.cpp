@@ -2,6 +2,7 @@
 // written as pictures (PGM, PPM or TIFF).
 #include <cmath>
 #include <cstdio>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,27 +19,42 @@ struct Size2 {
     int h, w;
 };
 
-// --picture HxW, or the fallback.
-Size2 picture_size(const Args& args, Size2 fallback) {
-    if (!args.has("picture")) return fallback;
-    const std::string w = args.text("picture");
-    const size_t x = w.find('x');
-    if (x == std::string::npos) throw cli::UsageError("--picture: '" + w + "' is not of the form HxW");
-    return {cli::parse_int(w.substr(0, x), "--picture"), cli::parse_int(w.substr(x + 1), "--picture")};
+// --picture HxW, or the default size (fallback_h x fallback_w, computed from the VOI). Either
+// must be positive and within the picture limit (the readers' frame limit), checked before
+// anything is made: a picture is H x W bytes per channel, and rendering it takes time to match.
+Size2 picture_size(const Args& args, long long fallback_h, long long fallback_w) {
+    const bool given = args.has("picture");
+    long long h = fallback_h, w = fallback_w;
+    if (given) {
+        const std::string text = args.text("picture");
+        const size_t x = text.find('x');
+        if (x == std::string::npos)
+            throw cli::UsageError("--picture: '" + text + "' is not of the form HxW");
+        h = cli::parse_int(text.substr(0, x), "--picture");
+        w = cli::parse_int(text.substr(x + 1), "--picture");
+    }
+    if (h < 1 || w < 1) throw cli::UsageError("--picture: both sizes must be positive");
+    if (h > V3D_PICTURE_MAX_HEIGHT || w > V3D_PICTURE_MAX_WIDTH)
+        throw cli::UsageError(std::string(given ? "--picture " : "the default picture ") +
+                              std::to_string(h) + "x" + std::to_string(w) +
+                              " is larger than pictures may be (" +
+                              std::to_string(V3D_PICTURE_MAX_HEIGHT) + "x" +
+                              std::to_string(V3D_PICTURE_MAX_WIDTH) + ")" +
+                              (given ? "" : "; give a smaller --picture"));
+    return {static_cast<int>(h), static_cast<int>(w)};
 }
 
 // The length of a diagonal of the VOI over the given extents, rounded up.
-int diagonal(std::initializer_list<int> extents) {
+long long diagonal(std::initializer_list<int> extents) {
     double sum = 0;
     for (int e : extents) sum += static_cast<double>(e) * e;
-    return static_cast<int>(std::ceil(std::sqrt(sum)));
+    return static_cast<long long>(std::ceil(std::sqrt(sum)));
 }
 
 using BufferPtr = std::unique_ptr<Buffer, void (*)(Buffer*)>;
 
 // A picture for the renderers; the status of the allocation (-9) when it cannot be had.
 int make_picture(int colortype, Size2 size, BufferPtr& out) {
-    if (size.h < 1 || size.w < 1) throw cli::UsageError("--picture: both sizes must be positive");
     out.reset(CreateBuffer(colortype, size.w, size.h));
     return out ? 0 : -9;
 }
@@ -75,8 +91,8 @@ int run_project(const Args& args) {
     const int el = flat ? 0 : args.integer("elevation", 0);
     const int trim = args.has("trim") ? 1 : 0;
     const int ez = v->z2 - v->z1, ey = v->y2 - v->y1, ex = v->x2 - v->x1;
-    const Size2 size = picture_size(
-        args, flat ? Size2{ez, diagonal({ey, ex})} : Size2{diagonal({ez, ey, ex}), diagonal({ez, ey, ex})});
+    const Size2 size = flat ? picture_size(args, ez, diagonal({ey, ex}))
+                            : picture_size(args, diagonal({ez, ey, ex}), diagonal({ez, ey, ex}));
     const std::string path = args.text("out");
     cli::check_picture_path(path, n);
     std::vector<unsigned char> thr;
@@ -120,11 +136,11 @@ int run_section(const Args& args) {
         if (by_normal) normal = args.triple("normal");
         else az = args.integer("azimuth"), el = args.integer("elevation");
     }
-    const int d = diagonal({ez, ey, ex});
-    const Size2 size = picture_size(args, !orthogonal ? Size2{d, d}
-                                          : axis == 1 ? Size2{ey, ex}
-                                          : axis == 2 ? Size2{ez, ex}
-                                                      : Size2{ez, ey});
+    const long long d = diagonal({ez, ey, ex});
+    const Size2 size = !orthogonal ? picture_size(args, d, d)
+                       : axis == 1 ? picture_size(args, ey, ex)
+                       : axis == 2 ? picture_size(args, ez, ex)
+                                   : picture_size(args, ez, ey);
     const std::string path = args.text("out");
     cli::check_picture_path(path, n);
     args.check_all_used();
@@ -150,12 +166,11 @@ int run_gallery(const Args& args) {
         throw cli::UsageError("--method is nearest or linear");
     // By default every frame at its own size (rows of per_row tiles).
     const int ez = v->z2 - v->z1, ey = v->y2 - v->y1, ex = v->x2 - v->x1;
-    const int rows = per_row > 0 ? (ez + per_row - 1) / per_row : 1;
-    const Size2 size = picture_size(args, {rows * ey, (per_row > 0 ? per_row : 1) * ex});
+    const long long tiles = per_row > 0 ? per_row : 1, rows = (ez + tiles - 1) / tiles;
+    const Size2 size = picture_size(args, rows * ey, tiles * ex);
     const std::string path = args.text("out");
     cli::check_picture_path(path, n);
     args.check_all_used();
-    if (size.h < 1 || size.w < 1) throw cli::UsageError("--picture: both sizes must be positive");
     if (int s = cli::make_volume(1, size.h, size.w, 1, v->colortype, out)) return s;
     const int s = ProduceFrameGallery3d(v, out->get(), per_row, method == "linear" ? 1 : 0);
     unsigned char** frame[3] = {};

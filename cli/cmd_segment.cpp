@@ -1,4 +1,5 @@
 // v3d commands of segmentation and labelling.
+#include <algorithm>
 #include <cstdio>
 #include <vector>
 
@@ -34,6 +35,7 @@ int run_grow(const Args& args) {
 // Saves what an operator left in the output when it stopped at the region maximum.
 int save_partial(const Args& args, Volume* out, int status) {
     if (int s = cli::save_volume(args, out)) return s;
+    if (int s = cli::commit_outputs()) return s;  // kept although the command fails
     return status;
 }
 
@@ -70,7 +72,8 @@ int run_label(const Args& args) {
     if (int s = cli::load_volume(args, "in", in)) return s;
     const int maxlabels = args.integer("max-labels", 255);
     if (int s = make_output(in, out)) return s;
-    std::vector<float> counts(maxlabels > 0 ? static_cast<size_t>(maxlabels) : 1);
+    // the operator takes at most 255 labels (and refuses more before writing any count)
+    std::vector<float> counts(static_cast<size_t>(std::clamp(maxlabels, 1, 255)));
     int labels = 0;
     const int result = grass3d_label(in->get(), out->get(), &labels, counts.data(), maxlabels);
     if (result == -92) return save_partial(args, out->get(), result);

@@ -26,14 +26,15 @@ void interleave(Image2d image, int channels, int r, int W, int samples, unsigned
 
 int write_pnm(const std::string& path, Image2d image, int channels, int H, int W, int samples) {
     std::unique_ptr<FILE, int (*)(FILE*)> f(std::fopen(path.c_str(), "wb"), std::fclose);
-    if (!f) return -600;
-    std::fprintf(f.get(), "P%d\n%d %d\n255\n", samples == 1 ? 5 : 6, W, H);
+    if (!f) return V3D_ERR_FOPEN;
+    if (std::fprintf(f.get(), "P%d\n%d %d\n255\n", samples == 1 ? 5 : 6, W, H) < 0)
+        return V3D_ERR_FWRITE;
     std::vector<unsigned char> row(static_cast<size_t>(W) * samples);
     for (int r = 0; r < H; ++r) {
         interleave(image, channels, r, W, samples, row.data());
-        if (std::fwrite(row.data(), 1, row.size(), f.get()) != row.size()) return -602;
+        if (std::fwrite(row.data(), 1, row.size(), f.get()) != row.size()) return V3D_ERR_FWRITE;
     }
-    return std::fflush(f.get()) == 0 ? 0 : -602;
+    return std::fclose(f.release()) == 0 ? 0 : V3D_ERR_FWRITE;  // the close reports a full disk
 }
 
 // Through the library's TIFF writer: the picture as a one-frame volume.
@@ -59,9 +60,9 @@ void check_picture_path(const std::string& path, int channels) {
         throw UsageError("picture '" + path + "': the extension must be .pgm, .ppm, .tif or .tiff");
 }
 
-int write_picture(const std::string& path, Image2d image, int channels, int H, int W) {
-    check_picture_path(path, channels);
-    const std::string e = extension_of(path);
+int write_picture(const std::string& target, Image2d image, int channels, int H, int W) {
+    check_picture_path(target, channels);
+    const std::string e = extension_of(target), path = stage_output(target);
     if (e == "pgm" || e == "ppm") return write_pnm(path, image, channels, H, W, e == "pgm" ? 1 : 3);
     return write_tiff(path, image, channels, H, W);
 }

@@ -11,9 +11,12 @@
 #include <cstdlib>
 #include <utility>
 #include <cstddef>
+#include <initializer_list>
+#include <limits>
 #include <memory>
 #include <new>
 
+#include "core/alloc.h"
 #include "core/status.h"
 #include "vexilo3d.h"
 #include "vexilo3d_volume.hpp"
@@ -129,9 +132,40 @@ template <class F> void for_each_voi_row(const Volume* v, F&& f) {
     });
 }
 
-// A plain work buffer: null when it cannot be had (operators return -9 then).
+// The product of sizes that come from outside (files, command lines, record fields, window
+// sizes) in the unsigned type T, or false when a factor is negative or the product does not fit.
+// Every such size is computed through this one helper, never by a bare multiplication.
+template <class T> bool checked_product(T* product, std::initializer_list<long long> factors) {
+    static_assert(std::numeric_limits<T>::is_integer && !std::numeric_limits<T>::is_signed, "");
+    T p = 1;
+    for (long long f : factors) {
+        if (f < 0) return false;
+        const auto u = static_cast<unsigned long long>(f);
+        if (u > std::numeric_limits<T>::max() || (u != 0 && p > std::numeric_limits<T>::max() / u))
+            return false;
+        p = static_cast<T>(p * u);
+    }
+    *product = p;
+    return true;
+}
+
+// One rule for every real parameter of an operator: it must be finite (NaN and the infinities
+// give -90 wherever a real is checked).
+inline bool finite_real(double v) { return std::isfinite(v); }
+inline bool all_finite(const float* values, std::size_t n) {
+    for (std::size_t i = 0; i < n; ++i)
+        if (!std::isfinite(values[i])) return false;
+    return true;
+}
+
+// A plain work buffer, zeroed: null when it cannot be had (operators return -9 then).
 template <class T> std::unique_ptr<T[]> make_buffer(std::size_t n) {
     return std::unique_ptr<T[]>(new (std::nothrow) T[n ? n : 1]());
+}
+
+// A buffer left uninitialised, for I/O rows that are filled before they are read.
+template <class T> std::unique_ptr<T[]> make_io_buffer(std::size_t n) {
+    return std::unique_ptr<T[]>(new (std::nothrow) T[n ? n : 1]);
 }
 
 // A growable array of trivially copyable values that reports a failed allocation (push returns
@@ -141,7 +175,7 @@ public:
     Growable() = default;
     Growable(const Growable&) = delete;
     Growable& operator=(const Growable&) = delete;
-    ~Growable() { std::free(data_); }
+    ~Growable() { mem_free(data_); }
 
     bool push(const T& value) {
         if (size_ == capacity_ && !reserve(capacity_ ? capacity_ * 2 : 4096)) return false;
@@ -162,7 +196,8 @@ public:
 
 private:
     bool reserve(std::size_t capacity) {
-        void* more = std::realloc(data_, capacity * sizeof(T));
+        if (capacity > std::numeric_limits<std::size_t>::max() / sizeof(T)) return false;
+        void* more = mem_realloc(data_, capacity * sizeof(T));
         if (!more) return false;
         data_ = static_cast<T*>(more);
         capacity_ = capacity;

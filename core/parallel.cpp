@@ -31,4 +31,18 @@ int thread_count() {
 
 void set_thread_count(int n) { g_threads.store(n >= 1 ? n : 0, std::memory_order_relaxed); }
 
+void start_threads() {
+#if defined(_OPENMP)
+    const int threads = thread_count();
+    if (threads <= 1) return;
+    int started = 0;
+#pragma omp parallel num_threads(threads)
+    {
+#pragma omp atomic
+        ++started;
+    }
+    (void)started;
+#endif
+}
+
 }  // namespace v3d

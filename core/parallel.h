@@ -12,6 +12,11 @@ int thread_count();
 // Overrides the count (tests and benchmarks compare 1 thread with many); 0 restores the default.
 void set_thread_count(int n);
 
+// Builds the team of thread_count() threads once, up front (the volume table's allocation
+// calls it), so that no operator is the first to need it: the OpenMP runtime ends the process
+// when it cannot allocate while it builds a team, and later regions of the same size reuse it.
+void start_threads();
+
 // Calls f(i) for every i in [begin, end), spread over thread_count() threads.
 template <class F> void parallel_for(int begin, int end, F&& f) {
     const int threads = thread_count();

@@ -7,7 +7,7 @@ extern "C" {
 
 int push_3d(StackNode3d** head, int z, int y, int x, int extra) {
     if (!head) return v3d::kNullBasicPointer;
-    auto* node = static_cast<StackNode3d*>(std::malloc(sizeof(StackNode3d)));
+    auto* node = static_cast<StackNode3d*>(v3d::mem_malloc(sizeof(StackNode3d)));
     if (!node) return v3d::kNoBuffer;
     node->rec = {z, y, x, extra};
     node->next = *head;
@@ -20,7 +20,7 @@ StackRecord3d pop_3d(StackNode3d** head) {
     StackNode3d* top = *head;
     const StackRecord3d rec = top->rec;
     *head = top->next;
-    std::free(top);
+    v3d::mem_free(top);
     return rec;
 }
 

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "core/common.h"
+#include "core/parallel.h"
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -60,22 +61,25 @@ void free_channel(void* block, int Z) {
     void** slots = static_cast<void**>(block);
     for (int z = 0; z < Z; ++z) {
         void** rows = static_cast<void**>(slots[z]);
-        std::free(rows[0]);
+        mem_free(rows[0]);
     }
-    std::free(block);
+    mem_free(block);
 }
 
 // Obtains one channel: the pointer block, then one zeroed block per frame. On failure
 // everything obtained for this channel is released and null returned.
 void* allocate_channel(int Z, int Y, int X, int elem) {
-    const std::size_t slots_count = static_cast<std::size_t>(Z) * (static_cast<std::size_t>(Y) + 1);
-    void** slots = static_cast<void**>(std::malloc(slots_count * sizeof(void*)));
+    std::size_t slot_bytes = 0, row_bytes = 0;
+    if (!checked_product(&slot_bytes, {Z, static_cast<long long>(Y) + 1,
+                                       static_cast<long long>(sizeof(void*))}) ||
+        !checked_product(&row_bytes, {X, elem}))
+        return nullptr;
+    void** slots = static_cast<void**>(mem_malloc(slot_bytes));
     if (!slots) return nullptr;
-    const std::size_t row_bytes = static_cast<std::size_t>(X) * elem;
     for (int z = 0; z < Z; ++z) {
         void** rows = slots + Z + static_cast<std::size_t>(z) * Y;
         slots[z] = rows;
-        char* frame = static_cast<char*>(std::calloc(static_cast<std::size_t>(Y), row_bytes));
+        char* frame = static_cast<char*>(mem_calloc(static_cast<std::size_t>(Y), row_bytes));
         if (!frame) {
             free_channel(slots, z);
             return nullptr;
@@ -243,8 +247,9 @@ int CheckIfVolumeClear(Volume* vol, const float* values) {
 
 int AllocateVolumeTable(void) {
     if (g_records) return 1;
-    g_records = static_cast<Volume*>(std::calloc(kTableSize, sizeof(Volume)));
+    g_records = static_cast<Volume*>(mem_calloc(kTableSize, sizeof(Volume)));
     if (!g_records) return 0;
+    start_threads();
     for (int i = 0; i < kTableSize; ++i) {
         g_table[i] = &g_records[i];
         g_records[i].type = 0;
@@ -259,7 +264,7 @@ void ReleaseVolumeTable(void) {
         DestroyVolume(g_table[i]);
         g_table[i] = nullptr;
     }
-    std::free(g_records);
+    mem_free(g_records);
     g_records = nullptr;
 }
 

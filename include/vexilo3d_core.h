@@ -21,7 +21,9 @@ V3D_API int  CheckVolume(Volume *vol, int typemask, int colormask);
 V3D_API int  CheckIfUCBinary(Volume *vol);
 V3D_API int  CheckIfVolumeClear(Volume *vol, const float *values);
 
-V3D_API int     AllocateVolumeTable(void);      /* 1 ok, 0 failure; idempotent */
+/* 1 ok, 0 failure; idempotent. Allocating the table also starts the library's worker threads
+   (VEXILO3D_THREADS, default one per core), so that no operator is the first to need them. */
+V3D_API int     AllocateVolumeTable(void);
 V3D_API void    ReleaseVolumeTable(void);       /* destroys every volume, frees the table */
 V3D_API Volume *GetVolumeByIndex(int index);    /* NULL outside 0..99 or before allocation */
 V3D_API int     GetNewVolumeIndex(void);

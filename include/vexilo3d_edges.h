@@ -63,8 +63,11 @@ V3D_API int edge_follow_3d(Volume *in, Volume *out, int z, int y, int x,
                            int maxdiff, int threshold, int weight);
 
 /* Plane detection in a binary input (-535 when its VOI holds other values than 0 and 255).
-   acc (I, one channel) sets the parameter space: Z elevations and Y azimuths from -90 to +90
-   degrees, X distance cells; Z and Y must be at least 2 (-90). The whole input votes; acc
+   acc (I, one channel) sets the parameter space: Z elevations, Y azimuths and X distance
+   cells. The angle tables hold Y + 1 azimuths and Z + 1 elevations from -90 to +90 degrees
+   inclusive, spaced evenly, and the first Y and Z of them are used: azimuth j is
+   j * 180 / Y - 90 degrees, elevation k is k * 180 / Z - 90 (with Z = 4, elevation 2 is 0:
+   the planes of constant frame). The whole input votes; acc
    returns 1 on cells with at least threshold votes (threshold >= 0, else -90), 0 elsewhere.
    The whole output is cleared, then every input voxel of value 255 that lies on a surviving
    plane becomes 255. A plane is traced frame by frame and row by row: the plane equation,

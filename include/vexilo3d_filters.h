@@ -28,8 +28,9 @@ V3D_API int HistogramEqual3d(Volume *in, Volume *out);
    no larger than the VOI's extents, else -24) is centred on the voxel it computes; only voxels
    whose whole window lies inside the VOI are written, every other output voxel keeps its value.
    Checks: input, output, out smaller than in -520, colour types differ -523, the function's own
-   parameters, the window -24, buffers -9. in == out is allowed: the rank filters then read
-   values they have already replaced (such calls run on one thread). */
+   parameters, the window -24, buffers -9. Every real parameter must be finite (NaN and the
+   infinities are -90, as for every operator of the library). in == out is allowed: the rank
+   filters then read values they have already replaced (such calls run on one thread). */
 V3D_API int mov_ave3(Volume *in, Volume *out, int wz, int wy, int wx);
 V3D_API int median3(Volume *in, Volume *out, int wz, int wy, int wx);
 V3D_API int run_median3(Volume *in, Volume *out, int wz, int wy, int wx);
@@ -42,13 +43,14 @@ V3D_API int multistage_median3(Volume *in, Volume *out, int n);
    place. */
 V3D_API int run_max3(Volume *in, Volume *out, int wz, int wy, int wx);
 V3D_API int run_min3(Volume *in, Volume *out, int wz, int wy, int wx);
-/* coef: wz*wy*wx weights of the sorted window, coef[0] for the smallest value (NULL: -2). */
+/* coef: wz*wy*wx weights of the sorted window, coef[0] for the smallest value (NULL: -2; a
+   weight that is not finite: -90, after the window check). */
 V3D_API int l_filter3(Volume *in, Volume *out, const float *coef, int wz, int wy, int wx);
-/* noise < 0 gives -90. */
+/* noise < 0 or not finite gives -90. */
 V3D_API int local_adapt_filt3(Volume *in, Volume *out, float noise, int wz, int wy, int wx);
 /* Wiener filter hre + i*him from the signal power spectrum psd and the degradation
    dre + i*dim, all F one-channel, over the VOI of hre. him smaller than hre -520; psd, dre or
-   dim smaller than hre -521; noise < 0 -90. */
+   dim smaller than hre -521; noise < 0 or not finite -90. */
 V3D_API int wienerfrequency3(Volume *hre, Volume *him, Volume *psd, Volume *dre, Volume *dim,
                              float noise);
 

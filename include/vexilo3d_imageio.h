@@ -29,7 +29,8 @@
    data, dimensions outside 1..V3D_IMAGE_MAX_WIDTH/HEIGHT, unsupported variants, LZW codes or
    palette indices out of range); -521 a later frame of a non-TIFF sequence differs from the
    first, or a frame larger than the volume; -503 a frame whose colour type is not the
-   volume's; CheckVolume's statuses (readers accept UC and I volumes).
+   volume's; -9 when a reader or writer cannot have the memory it needs (a file's bytes, a row,
+   a decoder's table); CheckVolume's statuses (readers accept UC and I volumes).
 
    Sample values: 8-bit samples are stored as they are. Deeper samples (16-bit TIFF and PGM,
    PGM/PPM with a maximum value other than 255) are stored as they are into I volumes and scaled

@@ -9,7 +9,9 @@ extern "C" {
 #endif
 
 /* Frame-file series: one file per frame and channel, named "%s%d.%s" (digits 0) or "%s%0*d.%s";
-   frame number n holds volume frame n - first; exts holds one extension per channel. */
+   frame number n holds volume frame n - first; exts holds one extension per channel. Frame
+   numbers past the int range (first + Z - 1 > INT_MAX) are refused with -90 before any file
+   is opened. Rows go straight between the files and the volume's rows (no buffer). */
 V3D_API int fromdiskUCFI3D(Volume *vol, const char *base, int first, int digits,
                            const char *const *exts, int Z, int Y, int X);
 V3D_API int todiskUCFI3D(Volume *vol, const char *base, int first, int digits,

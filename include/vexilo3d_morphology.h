@@ -29,7 +29,8 @@ V3D_API int bdilate3d(Volume *in, Volume *se, Volume *out);
    margins are set to 0. */
 V3D_API int berode3d(Volume *in, Volume *se, Volume *out);
 /* berode3d with the element, then bdilate3d with its point reflection (Symmetric3d) through
-   an internal volume; -530 when an internal volume cannot be had. */
+   an internal volume; -530 when an internal volume cannot be had, and a failing step's status
+   (its work buffer) is returned, the output untouched. */
 V3D_API int bopening3d(Volume *in, Volume *se, Volume *out);
 /* bdilate3d with the element, then berode3d with its reflection; -530 as for opening. */
 V3D_API int bclosing3d(Volume *in, Volume *se, Volume *out);

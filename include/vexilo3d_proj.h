@@ -108,6 +108,10 @@ V3D_API int TomiRand2(Volume *in, Image2d image, int H, int W, int azimuth, int 
 
 /* ---- Projection records and picture buffers ------------------------------------------------ */
 
+/* The largest picture CreateBuffer makes, as the image readers cap their frames. */
+#define V3D_PICTURE_MAX_WIDTH  16384
+#define V3D_PICTURE_MAX_HEIGHT 16384
+
 /* The next projection type number: 0 on the first call, then 1, 2 ... */
 V3D_API int RegisterProjectionType(void);
 /* One block: the Projection header followed directly by a zeroed user area of usersize bytes
@@ -119,7 +123,7 @@ V3D_API void DestroyProjection(Projection *proj);
    one zeroed block of width x height bytes (row i at i x width), so buf->image can be passed
    to the renderers. Another colour type gives a record without images. Null when an allocation
    fails (what was already allocated is freed) or, for colour type 1 or 2, when width or height
-   is below 1. */
+   is below 1 or above V3D_PICTURE_MAX_WIDTH / V3D_PICTURE_MAX_HEIGHT. */
 V3D_API Buffer *CreateBuffer(int colortype, int width, int height);
 /* Frees the channel images (channel 0, and 1 and 2 for colour type 2) and the record. */
 V3D_API void DestroyBuffer(Buffer *buf);

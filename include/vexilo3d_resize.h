@@ -21,7 +21,7 @@ V3D_API int zoom3d(Volume *in, Volume *out, int f, int dz, int dy, int dx);
    division (-520). ceil(extent / f) samples are taken per axis; a last sample that the check
    lets fall outside the output is not written. Grey or RGB. */
 V3D_API int decim3(Volume *in, Volume *out, int f, int dz, int dy, int dx);
-/* Resampling by real factors (mode 0: factors > 0, origins >= 0, else -90; target
+/* Resampling by real factors (mode 0: factors finite and > 0, origins >= 0, else -90; target
    truncate(extent * factor) from the origin must fit, else -520) or to the output's whole
    size (any other mode: factors and origins ignored). Nearest neighbour: the source voxel of
    output voxel n is n / step rounded half up past the VOI's first voxel, the step
@@ -37,7 +37,7 @@ V3D_API int InterpolationNearestNeighbor3d(Volume *in, Volume *out, int mode,
 V3D_API int InterpolationLinear3d(Volume *in, Volume *out, int mode,
                                   float fz, float fy, float fx, int dz, int dy, int dx);
 /* Resampling along Z only (Y and X keep the VOI's extents). A one-frame VOI gives -521.
-   Mode 0: fz > 0, origins >= 0 (-90); integral fz targets (frames - 1) * fz + 1 frames,
+   Mode 0: fz finite and > 0, origins >= 0 (-90); integral fz targets (frames - 1) * fz + 1 frames,
    another fz truncate(frames * fz). Other modes: the output's Z from the origin 0, with
    fz = (Z - 1) / (frames - 1). The target frames and the VOI's rows and columns must fit from
    the origin (-520). Integral fz: input frames land on every fz-th output frame and the frames

@@ -80,7 +80,7 @@ bool index_row(const BmpInfo& b, const std::uint8_t* idx, std::uint16_t* out) {
 }
 
 int decode_plain(const std::uint8_t* d, std::size_t n, const BmpInfo& b, RowSink& sink,
-                 std::vector<std::uint16_t>& out) {
+                 std::uint16_t* out) {
     const std::size_t row_bytes = static_cast<std::size_t>(b.h.width) * (b.bpp / 8);
     const std::size_t stride = (row_bytes + 3) / 4 * 4;
     const std::size_t avail = n - b.data;  // the header check keeps data < n
@@ -89,12 +89,12 @@ int decode_plain(const std::uint8_t* d, std::size_t n, const BmpInfo& b, RowSink
     for (int r = 0; r < b.h.height; ++r) {
         const std::uint8_t* p = d + b.data + stride * r;
         if (b.bpp == 8) {
-            if (!index_row(b, p, out.data())) return kBad;
+            if (!index_row(b, p, out)) return kBad;
         } else {
             for (int x = 0; x < b.h.width; ++x)
                 for (int c = 0; c < 3; ++c) out[3 * x + c] = p[3 * x + 2 - c];
         }
-        sink.row(b.top_down ? r : b.h.height - 1 - r, out.data());
+        sink.row(b.top_down ? r : b.h.height - 1 - r, out);
     }
     return kOk;
 }
@@ -104,15 +104,17 @@ int decode_plain(const std::uint8_t* d, std::size_t n, const BmpInfo& b, RowSink
 // the end of a line are dropped (some writers encode the row padding); pixels below the last
 // line are an error.
 int decode_rle8(const std::uint8_t* d, std::size_t n, const BmpInfo& b, RowSink& sink,
-                std::vector<std::uint16_t>& out) {
-    std::vector<std::uint8_t> idx(b.h.width, 0);
+                std::uint16_t* out) {
+    const auto indices = make_buffer<std::uint8_t>(static_cast<std::size_t>(b.h.width));
+    if (!indices) return kNoBuffer;
+    std::uint8_t* idx = indices.get();
     const int w = b.h.width, h = b.h.height;
     int line = 0, x = 0;
     auto flush = [&]() {
         if (line >= h) return true;
-        if (!index_row(b, idx.data(), out.data())) return false;
-        sink.row(h - 1 - line, out.data());
-        std::fill(idx.begin(), idx.end(), 0);
+        if (!index_row(b, idx, out)) return false;
+        sink.row(h - 1 - line, out);
+        std::fill(idx, idx + w, 0);
         ++line;
         return true;
     };
@@ -165,7 +167,7 @@ void rle8_row(const std::uint8_t* row, int w, std::vector<std::uint8_t>& out) {
     out.push_back(0);
 }
 
-int write_bmp_frame(Volume* v, int z, const std::string& path, int rle8) {
+int write_bmp_frame(Volume* v, int z, const char* path, int rle8) {
     const bool grey = v->colortype == kGrey;
     const int w = v->X, h = v->Y;
     const std::size_t row_bytes = static_cast<std::size_t>(w) * (grey ? 1 : 3);
@@ -220,9 +222,10 @@ int decode_bmp(const std::uint8_t* data, std::size_t size, ImageHeader* header, 
     if (header) *header = b.h;
     if (!sink) return kOk;
     V3D_CHECK(sink->begin(b.h));
-    std::vector<std::uint16_t> out(static_cast<std::size_t>(b.h.width) * 3);
-    return b.compression == 1 ? decode_rle8(data, size, b, *sink, out)
-                              : decode_plain(data, size, b, *sink, out);
+    const auto out = make_io_buffer<std::uint16_t>(static_cast<std::size_t>(b.h.width) * 3);
+    if (!out) return kNoBuffer;
+    return b.compression == 1 ? decode_rle8(data, size, b, *sink, out.get())
+                              : decode_plain(data, size, b, *sink, out.get());
 }
 
 int write_bmp(Volume* vol, const char* base, int first, int digits, const char* ext) {

@@ -8,8 +8,8 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
-#include <string>
 
 #include "core/common.h"
 
@@ -26,41 +26,48 @@ namespace {
 
 constexpr int kCannotOpen = -1, kCannotRead = -2, kBadSize = -3, kBadTarget = -4;
 constexpr int kLineBuffer = 20;
+// Names are built in fixed buffers: reading a coefficient file allocates nothing of ours.
+constexpr std::size_t kPathBuffer = 4096;
 
-std::string g_start_directory;  // empty: the current directory at the first read
+char g_start_directory[kPathBuffer];  // empty: the current directory at the first read
+bool g_start_too_long = false;        // set to a name that does not fit: cannot be determined
 
 struct FileCloser {
     void operator()(std::FILE* f) const { std::fclose(f); }
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
-bool is_absolute(const std::string& name) {
-    if (!name.empty() && (name[0] == '/' || name[0] == '\\')) return true;
-    return name.size() > 1 && name[1] == ':';  // a drive letter
+bool is_absolute(const char* name) {
+    if (name[0] == '/' || name[0] == '\\') return true;
+    return name[0] != '\0' && name[1] == ':';  // a drive letter
 }
 
-// The start directory, taken from the current directory at its first use.
-bool start_directory(std::string* dir) {
-    if (g_start_directory.empty()) {
-        std::string buf(4096, '\0');
-        if (!v3d_getcwd(&buf[0], static_cast<int>(buf.size()))) return false;
-        buf.resize(std::char_traits<char>::length(buf.c_str()));
-        g_start_directory = buf;
+// The start directory, taken from the current directory at its first use; null when it
+// cannot be determined.
+const char* start_directory() {
+    if (g_start_too_long) return nullptr;
+    if (g_start_directory[0] == '\0' && !v3d_getcwd(g_start_directory, static_cast<int>(kPathBuffer))) {
+        g_start_directory[0] = '\0';
+        return nullptr;
     }
-    *dir = g_start_directory;
-    return true;
+    return g_start_directory;
 }
 
-// Opens file (or default_name) for reading: 0, -1 or -2.
+// Opens file (or default_name) for reading: 0, -1 or -2. A relative name is joined to the
+// start directory; a joined name longer than a path buffer cannot be opened (-1).
 int open_coefficients(const char* file, const char* default_name, File* out) {
-    std::string name = file ? file : default_name;
+    const char* name = file ? file : default_name;
+    char joined[kPathBuffer];
     if (!is_absolute(name)) {
-        std::string dir;
-        if (!start_directory(&dir)) return kCannotRead;
-        const char last = dir.empty() ? '/' : dir.back();
-        name = dir + (last == '/' || last == '\\' ? "" : "/") + name;
+        const char* dir = start_directory();
+        if (!dir) return kCannotRead;
+        const std::size_t n = std::strlen(dir);
+        const char* separator = (n == 0 || dir[n - 1] == '/' || dir[n - 1] == '\\') ? "" : "/";
+        const int length = std::snprintf(joined, sizeof joined, "%s%s%s", dir, separator, name);
+        if (length < 0 || length >= static_cast<int>(sizeof joined)) return kCannotOpen;
+        name = joined;
     }
-    out->reset(std::fopen(name.c_str(), "r"));
+    out->reset(std::fopen(name, "r"));
     return *out ? kOk : kCannotOpen;
 }
 
@@ -94,7 +101,8 @@ int read_sizes(std::FILE* f, int* X, int* Y, int* Z) {
 
 struct Sizes {
     int X = 0, Y = 0, Z = 0;
-    long long count() const { return static_cast<long long>(X) * Y * Z; }
+    // X * Y * Z, false when it does not fit a size (no vector can hold so many values)
+    bool count(std::size_t* n) const { return checked_product(n, {X, Y, Z}); }
 };
 
 // Opens the file and reads its sizes, reporting them through the caller's pointers.
@@ -141,11 +149,15 @@ using namespace v3d;
 
 extern "C" {
 
-void SetStartDirectory(const char* dir) { g_start_directory = dir ? dir : ""; }
+void SetStartDirectory(const char* dir) {
+    if (!dir) dir = "";
+    g_start_too_long = std::strlen(dir) >= kPathBuffer;
+    std::snprintf(g_start_directory, kPathBuffer, "%s", g_start_too_long ? "" : dir);
+}
 
 const char* GetStartDirectory(void) {
-    std::string dir;
-    return start_directory(&dir) ? g_start_directory.c_str() : "";
+    const char* dir = start_directory();
+    return dir ? dir : "";
 }
 
 int ReadWeightsFile3d(const char* file, int dims_only, Volume* target, int* Z, int* Y, int* X) {
@@ -171,9 +183,11 @@ int ReadCoefficientsFile3d(const char* file, int dims_only, float* vector, int c
     Sizes s;
     V3D_CHECK(open_with_sizes(file, V3D_COEFFICIENTS_FILE, &f, &s, Z, Y, X));
     if (dims_only) return kOk;
-    if (!vector || capacity < s.count()) return kBadTarget;
+    std::size_t count = 0;
+    if (!vector || capacity < 0 || !s.count(&count) || static_cast<std::size_t>(capacity) < count)
+        return kBadTarget;
     int status = kOk;
-    for (long long i = 0; i < s.count(); ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
         char line[kLineBuffer];
         if (next_line(f.get(), line))
             vector[i] = real_of(line);

@@ -115,19 +115,18 @@ private:
     int bits_ = 0;
 };
 
-// Turns the stream of palette indices into rows.
+// Turns the stream of palette indices into rows; row holds width * samples values.
 class PixelRows {
 public:
-    PixelRows(const GifImage& g, RowSink& sink)
-        : g_(g), sink_(sink), n_(g.h.colour == kGrey ? 1 : 3),
-          row_(static_cast<std::size_t>(g.h.width) * n_) {}
+    PixelRows(const GifImage& g, RowSink& sink, std::uint16_t* row)
+        : g_(g), sink_(sink), n_(g.h.colour == kGrey ? 1 : 3), row_(row) {}
     bool full() const { return line_ >= g_.h.height; }
     bool put(int index) {
         if (full()) return true;  // extra pixels are ignored
         if (index >= g_.colours) return false;
         for (int c = 0; c < n_; ++c) row_[x_ * n_ + c] = g_.palette[3 * index + c];
         if (++x_ == g_.h.width) {
-            sink_.row(g_.interlaced ? interlaced_row(line_, g_.h.height) : line_, row_.data());
+            sink_.row(g_.interlaced ? interlaced_row(line_, g_.h.height) : line_, row_);
             x_ = 0;
             ++line_;
         }
@@ -138,19 +137,30 @@ private:
     const GifImage& g_;
     RowSink& sink_;
     int n_;
-    std::vector<std::uint16_t> row_;
+    std::uint16_t* row_;
     int x_ = 0, line_ = 0;
+};
+
+// The decoder's string table: prefix code, last byte and first byte of every code.
+struct LzwTable {
+    std::uint16_t prefix[kMaxCodes], stack[kMaxCodes + 1];
+    std::uint8_t suffix[kMaxCodes], first_of[kMaxCodes];
 };
 
 int decode_lzw(const std::uint8_t* d, std::size_t n, const GifImage& g, RowSink& sink) {
     const int min_size = d[g.lzw];
     if (min_size < 2 || min_size > 8) return kBad;
     const int clear = 1 << min_size, end = clear + 1;
-    std::vector<std::uint16_t> prefix(kMaxCodes), stack(kMaxCodes + 1);
-    std::vector<std::uint8_t> suffix(kMaxCodes), first_of(kMaxCodes);
+    std::unique_ptr<LzwTable> table(new (std::nothrow) LzwTable());
+    auto row = make_io_buffer<std::uint16_t>(static_cast<std::size_t>(g.h.width) * 3);
+    if (!table || !row) return kNoBuffer;
+    std::uint16_t* prefix = table->prefix;
+    std::uint16_t* stack = table->stack;
+    std::uint8_t* suffix = table->suffix;
+    std::uint8_t* first_of = table->first_of;
     for (int i = 0; i < clear; ++i) suffix[i] = first_of[i] = static_cast<std::uint8_t>(i);
     CodeReader codes(d, n, g.lzw + 1);
-    PixelRows rows(g, sink);
+    PixelRows rows(g, sink, row.get());
     int width = min_size + 1, next = clear + 2, prev = -1;
     for (;;) {
         const int code = codes.next(width);
@@ -252,7 +262,7 @@ void encode_lzw(const std::vector<std::uint8_t>& px, std::vector<std::uint8_t>& 
     w.finish();
 }
 
-int write_gif_frame(Volume* v, int z, const std::string& path, int interlaced) {
+int write_gif_frame(Volume* v, int z, const char* path, int interlaced) {
     std::vector<std::uint8_t> out = {'G', 'I', 'F', '8', '9', 'a'};
     put_le16(out, static_cast<unsigned>(v->X));
     put_le16(out, static_cast<unsigned>(v->Y));

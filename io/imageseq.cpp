@@ -16,13 +16,14 @@ struct FileCloser {
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
-int decode_path(const FrameFormatOps& f, const std::string& path, ImageHeader* header,
+int decode_path(const FrameFormatOps& f, const PathName& path, ImageHeader* header,
                 RowSink* sink) {
-    if (f.decode_file) return f.decode_file(path, header, sink);
-    std::vector<std::uint8_t> bytes;
-    V3D_CHECK(load_file(path, bytes));
-    return f.decode(bytes.data(), bytes.size(), header, sink);
+    if (f.decode_file) return f.decode_file(path.c_str(), header, sink);
+    FileBytes bytes;
+    V3D_CHECK(load_file(path, &bytes));
+    return f.decode(bytes.data.get(), bytes.size, header, sink);
 }
+
 
 const ImageSequenceFormat kFormats[V3D_FORMAT_COUNT] = {
     {"raw", "Raw frames", "raw", 0, 1, check_raw_frames, read_raw_frames, write_raw_frames},
@@ -79,33 +80,44 @@ void VolumeSink::row(int y, const std::uint16_t* s) {
     }
 }
 
-int load_file(const std::string& path, std::vector<std::uint8_t>& bytes) {
-    File f(path.empty() ? nullptr : std::fopen(path.c_str(), "rb"));
-    if (!f) return kFopen;
-    bytes.clear();
-    std::uint8_t chunk[65536];
-    for (;;) {
-        const std::size_t n = std::fread(chunk, 1, sizeof chunk, f.get());
-        if (n == 0) break;
-        if (static_cast<long long>(bytes.size() + n) > kMaxImageFileBytes) return kFread;
-        try {
-            bytes.insert(bytes.end(), chunk, chunk + n);
-        } catch (const std::bad_alloc&) {
-            return kNoBuffer;
-        }
-    }
-    return std::ferror(f.get()) ? kFread : kOk;
+long long bytes_left(std::FILE* f) {
+#if defined(_WIN32)
+    const long long here = _ftelli64(f);
+    if (here < 0 || _fseeki64(f, 0, SEEK_END) != 0) return -1;
+    const long long end = _ftelli64(f);
+    if (_fseeki64(f, here, SEEK_SET) != 0) return -1;
+#else
+    const long long here = ftello(f);
+    if (here < 0 || fseeko(f, 0, SEEK_END) != 0) return -1;
+    const long long end = ftello(f);
+    if (fseeko(f, here, SEEK_SET) != 0) return -1;
+#endif
+    return end < here ? 0 : end - here;
 }
 
-int save_bytes(const std::string& path, const std::vector<std::uint8_t>& bytes) {
-    std::FILE* f = path.empty() ? nullptr : std::fopen(path.c_str(), "wb");
+int load_file(const PathName& path, FileBytes* bytes) {
+    File f(path.empty() ? nullptr : std::fopen(path.c_str(), "rb"));
+    if (!f) return kFopen;
+    const long long length = bytes_left(f.get());
+    if (length < 0 || length > kMaxImageFileBytes) return kFread;
+    bytes->size = static_cast<std::size_t>(length);
+    bytes->data = make_io_buffer<std::uint8_t>(bytes->size);
+    if (!bytes->data) return kNoBuffer;
+    return std::fread(bytes->data.get(), 1, bytes->size, f.get()) == bytes->size ? kOk : kFread;
+}
+
+int save_bytes(const char* path, const std::vector<std::uint8_t>& bytes) {
+    std::FILE* f = path[0] == '\0' ? nullptr : std::fopen(path, "wb");
     if (!f) return kFopen;
     const bool ok = std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
     return (std::fclose(f) == 0 && ok) ? kOk : kFwrite;
 }
 
-std::string single_file_name(const char* base, const char* ext) {
-    return std::string(base) + "." + ext;
+PathName single_file_name(const char* base, const char* ext) {
+    PathName name;
+    const int n = std::snprintf(name.text, sizeof name.text, "%s.%s", base, ext);
+    if (n < 0 || n >= static_cast<int>(sizeof name.text)) name.text[0] = '\0';
+    return name;
 }
 
 unsigned sample_of(const Volume* v, int c, int z, int y, int x, unsigned maxval) {
@@ -152,8 +164,10 @@ int write_frame_sequence(const FrameFormatOps& f, Volume* vol, const char* base,
     V3D_CHECK(CheckVolume(vol, f.write_types, kAnyColor));
     V3D_CHECK(check_sequence_args(base, first, digits, ext, vol->Z));
     if (!image_size_ok(vol->X, vol->Y)) return kInvalidParams;
-    for (int z = 0; z < vol->Z; ++z)
-        V3D_CHECK(f.write_frame(vol, z, frame_file_name(base, first + z, digits, ext), option));
+    for (int z = 0; z < vol->Z; ++z) {
+        const PathName path = frame_file_name(base, first + z, digits, ext);
+        V3D_CHECK(without_throwing([&] { return f.write_frame(vol, z, path.c_str(), option); }));
+    }
     return kOk;
 }
 

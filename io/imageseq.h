@@ -14,6 +14,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -70,15 +72,41 @@ private:
 using FrameDecoder = int (*)(const std::uint8_t* data, std::size_t size, ImageHeader* header,
                              RowSink* sink);
 
-// The whole file in memory: -600 when it cannot be opened, -601 when it cannot be read or is
-// larger than kMaxImageFileBytes.
-int load_file(const std::string& path, std::vector<std::uint8_t>& bytes);
+// A file name built in a fixed buffer, so that naming a file allocates nothing; empty when the
+// name does not fit.
+struct PathName {
+    char text[4096] = "";
+    const char* c_str() const { return text; }
+    bool empty() const { return text[0] == '\0'; }
+};
 
-// "%s%d.%s" without padding, "%s%0*d.%s" with digits characters (io/raw.cpp); "" when the name
-// does not fit a path buffer.
-std::string frame_file_name(const char* base, int number, int digits, const char* ext);
+// "%s%d.%s" without padding, "%s%0*d.%s" with digits characters (io/raw.cpp).
+PathName frame_file_name(const char* base, int number, int digits, const char* ext);
 // "%s.%s": the one file of a single-file format.
-std::string single_file_name(const char* base, const char* ext);
+PathName single_file_name(const char* base, const char* ext);
+
+// The bytes from the position of an open file to its end (the position is kept), -1 when they
+// cannot be told (a pipe).
+long long bytes_left(std::FILE* f);
+
+// The bytes of a whole file.
+struct FileBytes {
+    std::unique_ptr<std::uint8_t[]> data;
+    std::size_t size = 0;
+};
+// Reads a whole file: -600 when it cannot be opened, -601 when it cannot be read or is larger
+// than kMaxImageFileBytes, -9 when its bytes cannot be held.
+int load_file(const PathName& path, FileBytes* bytes);
+
+// Runs a step that may allocate through the standard library (the writers build their files
+// in std::vector): a failed allocation becomes -9 instead of an exception.
+template <class F> int without_throwing(F&& step) noexcept {
+    try {
+        return step();
+    } catch (const std::bad_alloc&) {
+        return kNoBuffer;
+    }
+}
 
 // Little-endian and big-endian fields of a byte buffer (the caller has checked the bounds).
 inline unsigned le16(const std::uint8_t* p) { return p[0] | (p[1] << 8u); }
@@ -95,7 +123,7 @@ inline void put_le32(std::vector<std::uint8_t>& out, std::uint32_t v) {
 }
 
 // Writes bytes to a new file: -600 when it cannot be created, -602 on a short write.
-int save_bytes(const std::string& path, const std::vector<std::uint8_t>& bytes);
+int save_bytes(const char* path, const std::vector<std::uint8_t>& bytes);
 
 // A sample of a UC or I volume for writing: UC as it is, I clamped to 0..maxval.
 unsigned sample_of(const Volume* v, int c, int z, int y, int x, unsigned maxval);
@@ -111,9 +139,9 @@ int check_sequence_args(const char* base, int first, int digits, const char* ext
 // frame with the given decoder (or, for writers, frame writer).
 struct FrameFormatOps {
     FrameDecoder decode;  // null for formats that open their files themselves (TIFF)
-    int (*decode_file)(const std::string& path, ImageHeader* header, RowSink* sink);
+    int (*decode_file)(const char* path, ImageHeader* header, RowSink* sink);
     int inconsistency;    // status when a later frame differs from the first
-    int (*write_frame)(Volume* vol, int z, const std::string& path, int option);
+    int (*write_frame)(Volume* vol, int z, const char* path, int option);
     int write_types;      // data types the writer accepts (kUC, or kUC | kI)
 };
 int check_frame_sequence(const FrameFormatOps& f, const char* base, int first, int digits,
@@ -132,10 +160,17 @@ int decode_pnm(const std::uint8_t* data, std::size_t size, ImageHeader* header, 
 int decode_tiff(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink);
 
 // TIFF pages (io/tiff.cpp), shared with the multi-page stack (io/tiff_stack.cpp).
-struct TiffFile;  // an open TIFF file or memory image; closes itself
-TiffFile* tiff_open_file(const char* path, const char* mode);
-TiffFile* tiff_open_memory(const std::uint8_t* data, std::size_t size);
+struct TiffFile;  // an open TIFF file or memory image
 void tiff_close(TiffFile* t);
+struct TiffCloser {
+    void operator()(TiffFile* t) const { tiff_close(t); }
+};
+// The owner of an open TIFF: it closes the handle and its file on every path.
+using TiffOwner = std::unique_ptr<TiffFile, TiffCloser>;
+// Open a file ("" cannot be opened) or a memory image into *t: 0, -1000 when libtiff cannot open
+// it, -9 when there is no memory for the record.
+int tiff_open_file(const char* path, const char* mode, TiffOwner* t);
+int tiff_open_memory(const std::uint8_t* data, std::size_t size, TiffOwner* t);
 int tiff_page_count(TiffFile* t, int limit);   // directories, counted up to limit
 bool tiff_select_page(TiffFile* t, int page);
 bool tiff_next_page(TiffFile* t);

@@ -151,8 +151,8 @@ int jpeg_encode_c(Volume* v, int z, std::FILE* f, int quality) {
     return kOk;
 }
 
-int write_jpeg_frame(Volume* v, int z, const std::string& path, int quality) {
-    std::FILE* f = path.empty() ? nullptr : std::fopen(path.c_str(), "wb");
+int write_jpeg_frame(Volume* v, int z, const char* path, int quality) {
+    std::FILE* f = path[0] == '\0' ? nullptr : std::fopen(path, "wb");
     if (!f) return kFopen;
     const int status = jpeg_encode_c(v, z, f, quality);
     const bool closed = std::fclose(f) == 0;
@@ -166,13 +166,14 @@ const FrameFormatOps kJpegFrames = {decode_jpeg, nullptr, kBadInputDims, write_j
 
 int decode_jpeg(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink) {
     if (size == 0 || size > 0xffffffffu) return kJpegRead;
-    std::vector<std::uint16_t> row;
+    std::unique_ptr<std::uint16_t[]> row;
     DecodeTarget t{ImageHeader{}, sink, nullptr};
     if (sink) {
         ImageHeader h;  // the row buffer is sized from a header-only pass first
         V3D_CHECK(decode_jpeg(data, size, &h, nullptr));
-        row.resize(static_cast<std::size_t>(h.width) * 3);
-        t.row = row.data();
+        row = make_io_buffer<std::uint16_t>(static_cast<std::size_t>(h.width) * 3);
+        if (!row) return kNoBuffer;
+        t.row = row.get();
     }
     const int status = jpeg_decode_c(data, static_cast<unsigned long>(size), &t, begin_sink);
     if (header && status == kOk) *header = t.header;

@@ -47,7 +47,7 @@ int parse_header(const std::uint8_t* d, std::size_t n, ImageHeader& h, std::size
     return kOk;
 }
 
-int write_pnm_frame(Volume* v, int z, const std::string& path, int) {
+int write_pnm_frame(Volume* v, int z, const char* path, int) {
     const bool grey = v->colortype == kGrey;
     const unsigned maxval = v->type == kUC ? 255 : 65535;
     const std::string head = std::string(grey ? "P5" : "P6") + "\n" + std::to_string(v->X) + " " +
@@ -78,11 +78,12 @@ int decode_pnm(const std::uint8_t* data, std::size_t size, ImageHeader* header, 
     const std::size_t row_samples = static_cast<std::size_t>(h.width) * n;
     if ((size - p) / (row_samples * bytes) < static_cast<std::size_t>(h.height)) return kBad;
     V3D_CHECK(sink->begin(h));
-    std::vector<std::uint16_t> row(row_samples);
+    const auto row = make_io_buffer<std::uint16_t>(row_samples);
+    if (!row) return kNoBuffer;
     for (int y = 0; y < h.height; ++y) {
         for (std::size_t i = 0; i < row_samples; ++i, p += bytes)
             row[i] = bytes == 1 ? data[p] : static_cast<std::uint16_t>((data[p] << 8) | data[p + 1]);
-        sink->row(y, row.data());
+        sink->row(y, row.get());
     }
     return kOk;
 }

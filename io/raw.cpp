@@ -1,12 +1,15 @@
 // Raw volume files: bare voxel arrays without a header, one file per frame and channel or one
 // file for the whole volume (planar by channel), and the text dump of a VOI.
 //
-// Beyond the volume and dimension checks, a null name, negative dimensions, frame numbers or
-// skip counts are refused with -90 before any file is opened.
+// Beyond the volume and dimension checks, a null name, negative dimensions or skip counts, and
+// frame numbers beyond the int range are refused with -90 before any file is opened. Rows are
+// read into and written from the volume's own rows: no row buffer is needed.
+#include <algorithm>
+#include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <string>
 
 #include "core/common.h"
 #include "io/imageseq.h"
@@ -35,6 +38,25 @@ bool extensions_present(const char* const* exts, int n) {
 // Closing reports the write errors that buffering held back.
 int close_written(std::FILE* f) { return std::fclose(f) == 0 ? kOk : kFwrite; }
 
+// Reads `rows` rows of each of `frames` frames of channel c, from frame z on, straight into the
+// volume's rows. Only whole rows are stored: a file found to hold fewer (its length is looked at
+// first, when it can be told) gives the whole rows it has and false.
+bool read_rows(std::FILE* f, Volume* vol, int c, int z, int frames, int rows, std::size_t row_bytes) {
+    const long long wanted = static_cast<long long>(frames) * rows;
+    const long long left = row_bytes > 0 ? bytes_left(f) : -1;
+    const long long whole = left < 0 ? wanted : std::min(wanted, left / static_cast<long long>(row_bytes));
+    for (long long i = 0; i < whole; ++i)
+        if (std::fread(row_of(vol, c, z + static_cast<int>(i / rows), static_cast<int>(i % rows)), 1,
+                       row_bytes, f) != row_bytes)
+            return false;
+    return whole == wanted;
+}
+
+// Frame numbers first .. first + count - 1 all within the int range.
+bool numbers_fit(int first, int count) {
+    return count < 1 || static_cast<long long>(first) + count - 1 <= INT_MAX;
+}
+
 bool seek_from_start(std::FILE* f, long long offset) {
 #if defined(_WIN32)
     return _fseeki64(f, offset, SEEK_SET) == 0;
@@ -47,11 +69,13 @@ bool seek_from_start(std::FILE* f, long long offset) {
 
 // "%s%d.%s" without padding, "%s%0*d.%s" with digits characters (shared with the image
 // sequences, io/imageseq.h).
-std::string frame_file_name(const char* base, int number, int digits, const char* ext) {
-    char buf[4096];
-    const int n = digits > 0 ? std::snprintf(buf, sizeof buf, "%s%0*d.%s", base, digits, number, ext)
-                             : std::snprintf(buf, sizeof buf, "%s%d.%s", base, number, ext);
-    return (n < 0 || n >= static_cast<int>(sizeof buf)) ? std::string() : std::string(buf);
+PathName frame_file_name(const char* base, int number, int digits, const char* ext) {
+    PathName name;
+    char* buf = name.text;
+    const int n = digits > 0 ? std::snprintf(buf, sizeof name.text, "%s%0*d.%s", base, digits, number, ext)
+                             : std::snprintf(buf, sizeof name.text, "%s%d.%s", base, number, ext);
+    if (n < 0 || n >= static_cast<int>(sizeof name.text)) buf[0] = '\0';
+    return name;
 }
 
 }  // namespace v3d
@@ -64,46 +88,35 @@ int fromdiskUCFI3D(Volume* vol, const char* base, int first, int digits, const c
                    int Z, int Y, int X) {
     V3D_CHECK(CheckVolume(vol, kAnyType, kAnyColor));
     if (Z > vol->Z || Y > vol->Y || X > vol->X) return kBadInputDims;
-    if (!base || Z < 0 || Y < 0 || X < 0 || !extensions_present(exts, channels(vol)))
+    if (!base || Z < 0 || Y < 0 || X < 0 || !extensions_present(exts, channels(vol)) ||
+        !numbers_fit(first, Z))
         return kInvalidParams;
     const std::size_t row_bytes = element_size(vol) * static_cast<std::size_t>(X);
-    for (int c = 0, n = channels(vol); c < n; ++c) {
-        auto row = make_buffer<char>(row_bytes);
-        if (!row) return kNoBuffer;
+    for (int c = 0, n = channels(vol); c < n; ++c)
         for (int z = 0; z < Z; ++z) {
-            const std::string name = frame_file_name(base, first + z, digits, exts[c]);
+            const PathName name = frame_file_name(base, first + z, digits, exts[c]);
             File f(name.empty() ? nullptr : std::fopen(name.c_str(), "rb"));
             if (!f) return kFopen;
-            for (int y = 0; y < Y; ++y) {
-                if (std::fread(row.get(), 1, row_bytes, f.get()) != row_bytes) return kFread;
-                std::memcpy(row_of(vol, c, z, y), row.get(), row_bytes);
-            }
+            if (!read_rows(f.get(), vol, c, z, 1, Y, row_bytes)) return kFread;
         }
-    }
     return kOk;
 }
 
 int todiskUCFI3D(Volume* vol, const char* base, int first, int digits, const char* const* exts) {
     V3D_CHECK(CheckVolume(vol, kAnyType, kAnyColor));
-    if (!base || !extensions_present(exts, channels(vol))) return kInvalidParams;
+    if (!base || !extensions_present(exts, channels(vol)) || !numbers_fit(first, vol->Z))
+        return kInvalidParams;
     const std::size_t row_bytes = element_size(vol) * static_cast<std::size_t>(vol->X);
-    for (int c = 0, n = channels(vol); c < n; ++c) {
-        auto row = make_buffer<char>(row_bytes);
-        if (!row) return kNoBuffer;
+    for (int c = 0, n = channels(vol); c < n; ++c)
         for (int z = 0; z < vol->Z; ++z) {
-            const std::string name = frame_file_name(base, first + z, digits, exts[c]);
-            std::FILE* f = name.empty() ? nullptr : std::fopen(name.c_str(), "wb");
+            const PathName name = frame_file_name(base, first + z, digits, exts[c]);
+            File f(name.empty() ? nullptr : std::fopen(name.c_str(), "wb"));
             if (!f) return kFopen;
-            for (int y = 0; y < vol->Y; ++y) {
-                std::memcpy(row.get(), row_of(vol, c, z, y), row_bytes);
-                if (std::fwrite(row.get(), 1, row_bytes, f) != row_bytes) {
-                    std::fclose(f);
+            for (int y = 0; y < vol->Y; ++y)
+                if (std::fwrite(row_of(vol, c, z, y), 1, row_bytes, f.get()) != row_bytes)
                     return kFwrite;
-                }
-            }
-            V3D_CHECK(close_written(f));
+            V3D_CHECK(close_written(f.release()));
         }
-    }
     return kOk;
 }
 
@@ -114,16 +127,13 @@ int ReadVolume(Volume* vol, const char* filename, int skip, int Z, int Y, int X)
     const std::size_t row_bytes = element_size(vol) * static_cast<std::size_t>(X);
     File f(std::fopen(filename, "rb"));
     if (!f) return kFopen;
-    if (!seek_from_start(f.get(), static_cast<long long>(skip) * Y * static_cast<long long>(row_bytes)))
+    std::uint64_t offset = 0;  // no file holds more than 2^63 bytes
+    if (!checked_product(&offset, {skip, Y, static_cast<long long>(row_bytes)}) ||
+        offset > static_cast<std::uint64_t>(LLONG_MAX) ||
+        !seek_from_start(f.get(), static_cast<long long>(offset)))
         return kFread;
-    auto row = make_buffer<char>(row_bytes);
-    if (!row) return kNoBuffer;
     for (int c = 0, n = channels(vol); c < n; ++c)
-        for (int z = 0; z < Z; ++z)
-            for (int y = 0; y < Y; ++y) {
-                if (std::fread(row.get(), 1, row_bytes, f.get()) != row_bytes) return kFread;
-                std::memcpy(row_of(vol, c, z, y), row.get(), row_bytes);
-            }
+        if (!read_rows(f.get(), vol, c, 0, Z, Y, row_bytes)) return kFread;
     return kOk;
 }
 
@@ -132,24 +142,15 @@ int WriteVolume(Volume* vol, const char* filename, int first, int count) {
     if (static_cast<long long>(first) + count > vol->Z || first < 0 || count < 0)
         return kInvalidParams;
     if (!filename) return kInvalidParams;
-    std::FILE* f = std::fopen(filename, "wb");
+    File f(std::fopen(filename, "wb"));
     if (!f) return kFopen;
     const std::size_t row_bytes = element_size(vol) * static_cast<std::size_t>(vol->X);
-    auto row = make_buffer<char>(row_bytes);
-    if (!row) {
-        std::fclose(f);
-        return kNoBuffer;
-    }
     for (int c = 0, n = channels(vol); c < n; ++c)
         for (int z = first; z < first + count; ++z)
-            for (int y = 0; y < vol->Y; ++y) {
-                std::memcpy(row.get(), row_of(vol, c, z, y), row_bytes);
-                if (std::fwrite(row.get(), 1, row_bytes, f) != row_bytes) {
-                    std::fclose(f);
+            for (int y = 0; y < vol->Y; ++y)
+                if (std::fwrite(row_of(vol, c, z, y), 1, row_bytes, f.get()) != row_bytes)
                     return kFwrite;
-                }
-            }
-    return close_written(f);
+    return close_written(f.release());
 }
 
 int dumpUCFI3D(Volume* vol, const char* filename) {

@@ -13,7 +13,7 @@ namespace {
 const char* const kRgbExts[3] = {"r", "g", "b"};
 
 // Size of a file in bytes, -1 when it cannot be opened.
-long long file_size(const std::string& path) {
+long long file_size(const PathName& path) {
     std::FILE* f = path.empty() ? nullptr : std::fopen(path.c_str(), "rb");
     if (!f) return -1;
     long long n = -1;

@@ -44,15 +44,15 @@ int parse_header(const std::uint8_t* d, std::size_t n, TgaInfo& t) {
 // Collects pixels in file order and hands over each row when it is complete.
 class RowAssembler {
 public:
-    RowAssembler(const TgaInfo& t, RowSink& sink)
-        : t_(t), sink_(sink), n_(t.h.colour == kGrey ? 1 : 3),
-          row_(static_cast<std::size_t>(t.h.width) * n_) {}
+    // row holds width * samples values
+    RowAssembler(const TgaInfo& t, RowSink& sink, std::uint16_t* row)
+        : t_(t), sink_(sink), n_(t.h.colour == kGrey ? 1 : 3), row_(row) {}
     bool done() const { return line_ >= t_.h.height; }
     void put(const std::uint8_t* px) {  // grey, or blue green red [alpha]
         const int x = t_.right_to_left ? t_.h.width - 1 - x_ : x_;
         for (int c = 0; c < n_; ++c) row_[x * n_ + c] = px[n_ == 1 ? 0 : 2 - c];
         if (++x_ == t_.h.width) {
-            sink_.row(t_.top_down ? line_ : t_.h.height - 1 - line_, row_.data());
+            sink_.row(t_.top_down ? line_ : t_.h.height - 1 - line_, row_);
             x_ = 0;
             ++line_;
         }
@@ -62,12 +62,14 @@ private:
     const TgaInfo& t_;
     RowSink& sink_;
     int n_;
-    std::vector<std::uint16_t> row_;
+    std::uint16_t* row_;
     int x_ = 0, line_ = 0;
 };
 
 int decode_pixels(const std::uint8_t* d, std::size_t n, const TgaInfo& t, RowSink& sink) {
-    RowAssembler rows(t, sink);
+    const auto row = make_io_buffer<std::uint16_t>(static_cast<std::size_t>(t.h.width) * 3);
+    if (!row) return kNoBuffer;
+    RowAssembler rows(t, sink, row.get());
     std::size_t p = t.data;
     const std::size_t b = static_cast<std::size_t>(t.bytes);
     if (t.type < 8) {
@@ -121,7 +123,7 @@ void encode_row(const std::vector<std::uint8_t>& px, int w, int b, bool rle,
     }
 }
 
-int write_tga_frame(Volume* v, int z, const std::string& path, int rle) {
+int write_tga_frame(Volume* v, int z, const char* path, int rle) {
     const bool grey = v->colortype == kGrey;
     const int b = grey ? 1 : 3;
     std::vector<std::uint8_t> out(18, 0);

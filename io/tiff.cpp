@@ -120,13 +120,14 @@ int decode_page(TIFF* tif, const PageInfo& p, RowSink& sink) {
     const std::size_t pixel_bytes = static_cast<std::size_t>(p.samples) * (p.bits / 8);
     const tmsize_t line = TIFFScanlineSize(tif);
     if (line <= 0 || static_cast<std::size_t>(line) < pixel_bytes * p.h.width) return kTiff;
-    std::vector<std::uint8_t> buf(static_cast<std::size_t>(line));
     const int n = p.h.colour == kGrey ? 1 : 3;
-    std::vector<std::uint16_t> row(static_cast<std::size_t>(p.h.width) * n);
+    auto buf = make_io_buffer<std::uint8_t>(static_cast<std::size_t>(line));
+    auto row = make_io_buffer<std::uint16_t>(static_cast<std::size_t>(p.h.width) * n);
+    if (!buf || !row) return kNoBuffer;
     for (int y = 0; y < p.h.height; ++y) {
-        if (TIFFReadScanline(tif, buf.data(), static_cast<std::uint32_t>(y), 0) < 0) return kTiff;
+        if (TIFFReadScanline(tif, buf.get(), static_cast<std::uint32_t>(y), 0) < 0) return kTiff;
         for (int x = 0; x < p.h.width; ++x) {
-            const std::uint8_t* px = buf.data() + pixel_bytes * x;
+            const std::uint8_t* px = buf.get() + pixel_bytes * x;
             for (int c = 0; c < n; ++c) {
                 unsigned v;
                 if (p.palette) v = p.map[3 * px[0] + c];
@@ -140,25 +141,22 @@ int decode_page(TIFF* tif, const PageInfo& p, RowSink& sink) {
                 row[x * n + c] = static_cast<std::uint16_t>(p.white_zero ? p.h.maxval - v : v);
             }
         }
-        sink.row(y, row.data());
+        sink.row(y, row.get());
     }
     return kOk;
 }
 
-int decode_tiff_file(const std::string& path, ImageHeader* header, RowSink* sink) {
-    TiffFile* t = path.empty() ? nullptr : tiff_open_file(path.c_str(), "r");
-    if (!t) return kTiff;
-    const int status = tiff_decode_page(t, header, sink);
-    tiff_close(t);
-    return status;
+int decode_tiff_file(const char* path, ImageHeader* header, RowSink* sink) {
+    TiffOwner t;
+    V3D_CHECK(tiff_open_file(path, "r", &t));
+    return tiff_decode_page(t.get(), header, sink);
 }
 
-int write_tiff_frame(Volume* v, int z, const std::string& path, int compression) {
-    TiffFile* t = path.empty() ? nullptr : tiff_open_file(path.c_str(), "w");
-    if (!t) return kFopen;
-    const int status = tiff_write_page(t, v, z, compression, -1, 0);
-    tiff_close(t);
-    return status;
+int write_tiff_frame(Volume* v, int z, const char* path, int compression) {
+    TiffOwner t;
+    const int status = tiff_open_file(path, "w", &t);
+    if (status != kOk) return status == kTiff ? kFopen : status;
+    return tiff_write_page(t.get(), v, z, compression, -1, 0);
 }
 
 
@@ -167,35 +165,28 @@ int write_tiff_frame(Volume* v, int z, const std::string& path, int compression)
 const FrameFormatOps kTiffFrames = {nullptr, decode_tiff_file, kTiffSequence, write_tiff_frame,
                                     kUC | kI};
 
-TiffFile* tiff_open_file(const char* path, const char* mode) {
+int tiff_open_file(const char* path, const char* mode, TiffOwner* t) {
+    t->reset(new (std::nothrow) TiffFile);
+    if (!*t) return kNoBuffer;
     TIFFOpenOptions* o = quiet_options();
-    TIFF* tif = o ? TIFFOpenExt(path, mode, o) : nullptr;
+    (*t)->tif = o && path[0] != '\0' ? TIFFOpenExt(path, mode, o) : nullptr;
     if (o) TIFFOpenOptionsFree(o);
-    if (!tif) return nullptr;
-    TiffFile* t = new (std::nothrow) TiffFile;
-    if (!t) {
-        TIFFClose(tif);
-        return nullptr;
-    }
-    t->tif = tif;
-    return t;
+    if (!(*t)->tif) t->reset();
+    return *t ? kOk : kTiff;
 }
 
-TiffFile* tiff_open_memory(const std::uint8_t* data, std::size_t size) {
-    TiffFile* t = new (std::nothrow) TiffFile;
-    if (!t) return nullptr;
-    t->data = data;
-    t->size = size;
+int tiff_open_memory(const std::uint8_t* data, std::size_t size, TiffOwner* t) {
+    t->reset(new (std::nothrow) TiffFile);
+    if (!*t) return kNoBuffer;
+    (*t)->data = data;
+    (*t)->size = size;
     TIFFOpenOptions* o = quiet_options();
-    t->tif = o ? TIFFClientOpenExt("memory", "rm", t, mem_read, mem_write, mem_seek, mem_close,
-                                   mem_size, mem_map, mem_unmap, o)
-               : nullptr;
+    (*t)->tif = o ? TIFFClientOpenExt("memory", "rm", t->get(), mem_read, mem_write, mem_seek,
+                                      mem_close, mem_size, mem_map, mem_unmap, o)
+                  : nullptr;
     if (o) TIFFOpenOptionsFree(o);
-    if (!t->tif) {
-        delete t;
-        return nullptr;
-    }
-    return t;
+    if (!(*t)->tif) t->reset();
+    return *t ? kOk : kTiff;
 }
 
 void tiff_close(TiffFile* t) {
@@ -246,7 +237,8 @@ int tiff_write_page(TiffFile* t, Volume* v, int z, int compression, int page, in
         TIFFSetField(tif, TIFFTAG_SUBFILETYPE, FILETYPE_PAGE);
         TIFFSetField(tif, TIFFTAG_PAGENUMBER, page, pages);
     }
-    std::vector<std::uint8_t> row(static_cast<std::size_t>(v->X) * n * (bits / 8));
+    auto row = make_io_buffer<std::uint8_t>(static_cast<std::size_t>(v->X) * n * (bits / 8));
+    if (!row) return kNoBuffer;
     for (int y = 0; y < v->Y; ++y) {
         for (int x = 0; x < v->X; ++x)
             for (int c = 0; c < n; ++c) {
@@ -258,17 +250,16 @@ int tiff_write_page(TiffFile* t, Volume* v, int z, int compression, int page, in
                     std::memcpy(&row[2 * (x * n + c)], &s16, 2);
                 }
             }
-        if (TIFFWriteScanline(tif, row.data(), static_cast<std::uint32_t>(y), 0) < 0) return kFwrite;
+        if (TIFFWriteScanline(tif, row.get(), static_cast<std::uint32_t>(y), 0) < 0) return kFwrite;
     }
-    return page >= 0 ? (TIFFWriteDirectory(tif) ? kOk : kFwrite) : kOk;
+    // the last strip and the directory go out here; a full disk shows now, not at the close
+    return (page >= 0 ? TIFFWriteDirectory(tif) : TIFFFlush(tif)) == 1 ? kOk : kFwrite;
 }
 
 int decode_tiff(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink) {
-    TiffFile* t = tiff_open_memory(data, size);
-    if (!t) return kTiff;
-    const int status = tiff_decode_page(t, header, sink);
-    tiff_close(t);
-    return status;
+    TiffOwner t;
+    V3D_CHECK(tiff_open_memory(data, size, &t));
+    return tiff_decode_page(t.get(), header, sink);
 }
 
 int write_tiff(Volume* vol, const char* base, int first, int digits, const char* ext) {

@@ -43,11 +43,9 @@ int stack_args(const char* base, int first, const char* ext, int count) {
 
 int walk_file(const char* base, int first, const char* ext, int count, ImageSequenceInfo* info,
               Volume* vol) {
-    TiffFile* t = tiff_open_file(single_file_name(base, ext).c_str(), "r");
-    if (!t) return kTiff;
-    const int status = walk_tiff_pages(t, first, count, info, vol);
-    tiff_close(t);
-    return status;
+    TiffOwner t;
+    V3D_CHECK(tiff_open_file(single_file_name(base, ext).c_str(), "r", &t));
+    return walk_tiff_pages(t.get(), first, count, info, vol);
 }
 
 }  // namespace
@@ -79,11 +77,9 @@ extern "C" int SaveTiffStack(Volume* vol, const char* base, const char* ext, int
     if (!base || !ext || !tiff_compression_ok(compression) || !image_size_ok(vol->X, vol->Y) ||
         vol->Z > kMaxImageFrames)
         return kInvalidParams;
-    TiffFile* t = tiff_open_file(single_file_name(base, ext).c_str(), "w");
-    if (!t) return kFopen;
-    int status = kOk;
-    for (int z = 0; z < vol->Z && status == kOk; ++z)
-        status = tiff_write_page(t, vol, z, compression, z, vol->Z);
-    tiff_close(t);
-    return status;
+    TiffOwner t;
+    const int status = tiff_open_file(single_file_name(base, ext).c_str(), "w", &t);
+    if (status != kOk) return status == kTiff ? kFopen : status;
+    for (int z = 0; z < vol->Z; ++z) V3D_CHECK(tiff_write_page(t.get(), vol, z, compression, z, vol->Z));
+    return kOk;
 }

@@ -357,10 +357,11 @@ struct HoughSpace {
     }
 };
 
-// angle_i = (i / (n - 1) * 180 - 90) * 0.017453 for i = 0..n-1; false for n < 2.
-bool fill_angle_table(float* cosines, float* sines, int n) {
+// angle_i = (i / (n - 1) * 180 - 90) * 0.017453 for the n entries i = 0..n-1, so the table runs
+// from -90 to +90 degrees inclusive; false for n < 2 (left unfilled).
+bool fill_angle_table(float* cosines, float* sines, long long n) {
     if (n < 2) return false;
-    for (int i = 0; i < n; ++i) {
+    for (long long i = 0; i < n; ++i) {
         const float angle = (static_cast<float>(i) / static_cast<float>(n - 1) * 180.0f - 90.0f) *
                             0.017453f;
         cosines[i] = std::cos(angle);
@@ -625,14 +626,18 @@ int Hough_3D(Volume* in, Volume* out, Volume* acc, int threshold) {
     if (CheckIfUCBinary(in) != 1) return kNotBinary;
     if (smaller_than(out, in)) return kBadOutputDims;
     if (threshold < 0) return kInvalidParams;
+    // tables of accY + 1 azimuths and accZ + 1 elevations, each spaced by its entry count less
+    // one: azimuth j is j * 180 / accY - 90 degrees, elevation k is k * 180 / accZ - 90; the
+    // votes use the first accY and accZ entries
+    const long long n_az = static_cast<long long>(acc->Y) + 1, n_el = static_cast<long long>(acc->Z) + 1;
     HoughSpace s;
-    s.cos_az = make_buffer<float>(static_cast<size_t>(acc->Y) + 1);
-    s.sin_az = make_buffer<float>(static_cast<size_t>(acc->Y) + 1);
-    s.cos_el = make_buffer<float>(static_cast<size_t>(acc->Z) + 1);
-    s.sin_el = make_buffer<float>(static_cast<size_t>(acc->Z) + 1);
+    s.cos_az = make_buffer<float>(static_cast<size_t>(n_az));
+    s.sin_az = make_buffer<float>(static_cast<size_t>(n_az));
+    s.cos_el = make_buffer<float>(static_cast<size_t>(n_el));
+    s.sin_el = make_buffer<float>(static_cast<size_t>(n_el));
     if (!s.cos_az || !s.sin_az || !s.cos_el || !s.sin_el) return kNoBuffer;
-    if (!fill_angle_table(s.cos_az.get(), s.sin_az.get(), acc->Y) ||
-        !fill_angle_table(s.cos_el.get(), s.sin_el.get(), acc->Z))
+    if (!fill_angle_table(s.cos_az.get(), s.sin_az.get(), n_az) ||
+        !fill_angle_table(s.cos_el.get(), s.sin_el.get(), n_el))
         return kInvalidParams;
     s.d = std::sqrt(static_cast<double>(in->Z) * in->Z + static_cast<double>(in->X) * in->X +
                     static_cast<double>(in->Y) * in->Y);

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <vector>
 
 #include "core/common.h"
 #include "core/parallel.h"
@@ -398,12 +397,22 @@ private:
     std::unique_ptr<float[]> re_, im_;
 };
 
-// Work objects for up to `tasks` tasks (at most `items`), each prepared by prepare(object).
+// The work objects of the tasks of a transform, one each.
+template <class T> struct Workers {
+    std::unique_ptr<T[]> items;
+    int count = 0;
+    T& operator[](int i) { return items[i]; }
+};
+
+// Work objects for up to `tasks` tasks (at most `items`), each prepared by prepare(object):
+// 0, or -9 when memory is short.
 template <class T, class Prepare>
-int make_workers(std::vector<T>& workers, int tasks, int items, Prepare prepare) {
-    workers.clear();
-    workers.resize(static_cast<std::size_t>(std::max(1, std::min(tasks, items))));
-    for (T& w : workers) V3D_CHECK(prepare(w));
+int make_workers(Workers<T>& workers, int tasks, int items, Prepare prepare) {
+    const int n = std::max(1, std::min(tasks, items));
+    workers.items.reset(new (std::nothrow) T[n]);
+    workers.count = workers.items ? n : 0;
+    if (!workers.items) return kNoBuffer;
+    for (int i = 0; i < n; ++i) V3D_CHECK(prepare(workers[i]));
     return kOk;
 }
 
@@ -612,11 +621,17 @@ int lrcfft3d(Volume* inRe, Volume* inIm, Volume* outRe, Volume* outIm, int direc
     const Voi r = voi_of(inRe);
     // frames, then rows of the Z pass, in consecutive shares per task; in place: one task
     const int tasks = sharing_storage(inRe, inIm, outRe, outIm) ? 1 : thread_count();
-    std::vector<FrameTransform> frames;
+    // the work memory of both passes is had before anything is written
+    Workers<FrameTransform> frames;
+    Workers<ZLines> lines;
     V3D_CHECK(make_workers(frames, tasks, r.nz(), [&](FrameTransform& f) {
         return f.prepare(r.ny(), r.nx(), direction);
     }));
-    const int nf = static_cast<int>(frames.size());
+    if (r.nz() >= 2)
+        V3D_CHECK(make_workers(lines, tasks, r.ny(), [&](ZLines& l) {
+            return l.prepare(r.nz(), r.nx(), direction);
+        }));
+    const int nf = frames.count;
     parallel_for(0, nf, [&](int t) {
         for (int z = r.z1 + share_begin(t, nf, r.nz()); z < r.z1 + share_begin(t + 1, nf, r.nz()); ++z) {
             const int oz = z0 + z - r.z1;
@@ -624,13 +639,8 @@ int lrcfft3d(Volume* inRe, Volume* inIm, Volume* outRe, Volume* outIm, int direc
                           outRe->data[0].f[oz], outIm->data[0].f[oz], y0, x0);
         }
     });
-    frames.clear();
     if (r.nz() < 2) return kOk;
-    std::vector<ZLines> lines;
-    V3D_CHECK(make_workers(lines, tasks, r.ny(), [&](ZLines& l) {
-        return l.prepare(r.nz(), r.nx(), direction);
-    }));
-    const int nl = static_cast<int>(lines.size());
+    const int nl = lines.count;
     parallel_for(0, nl, [&](int t) {
         for (int y = y0 + share_begin(t, nl, r.ny()); y < y0 + share_begin(t + 1, nl, r.ny()); ++y)
             lines[t].run(outRe->data[0].f, outIm->data[0].f, y, z0, x0);

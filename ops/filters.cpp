@@ -550,8 +550,9 @@ int l_filter3(Volume* in, Volume* out, const float* coef, int wz, int wy, int wx
     if (out->colortype != in->colortype) return kBadOutputColor;
     if (!odd_window_fits(in, wz, wy, wx)) return kInvalidWindow;
     const Window w{wz, wy, wx};
-    const Centres k = centres_of(in, w);
     const int n = static_cast<int>(w.size());
+    if (!all_finite(coef, static_cast<std::size_t>(n))) return kInvalidParams;
+    const Centres k = centres_of(in, w);
     return for_each_centre_row(in, out, w, n, 0, [&](int c, int z, int y, Scratch s) {
         UC* dst = voxels<UC>(out, c)[z][y];
         for (int x = k.x1; x < k.x2; ++x) {
@@ -566,7 +567,7 @@ int l_filter3(Volume* in, Volume* out, const float* coef, int wz, int wy, int wx
 
 int local_adapt_filt3(Volume* in, Volume* out, float noise, int wz, int wy, int wx) {
     V3D_CHECK(check_pair(in, out, kUC, kAnyColor));
-    if (noise < 0.0f) return kInvalidParams;
+    if (!finite_real(noise) || noise < 0.0f) return kInvalidParams;
     if (!odd_window_fits(in, wz, wy, wx)) return kInvalidWindow;
     const Window w{wz, wy, wx};
     const Centres k = centres_of(in, w);
@@ -606,7 +607,7 @@ int wienerfrequency3(Volume* hre, Volume* him, Volume* psd, Volume* dre, Volume*
     if (smaller_than(him, hre)) return kBadOutputDims;
     if (smaller_than(psd, hre) || smaller_than(dre, hre) || smaller_than(dim, hre))
         return kBadInputDims;
-    if (noise < 0.0f) return kInvalidParams;
+    if (!finite_real(noise) || noise < 0.0f) return kInvalidParams;
     const Voi r = voi_of(hre);
     float*** fr = voxels<float>(hre, 0);
     float*** fi = voxels<float>(him, 0);

@@ -213,9 +213,11 @@ template <Op first, Op second> int compose(Volume* in, Volume* se, Volume* out) 
     auto step = [](Op op, Volume* a, Volume* e, Volume* b) {
         return op == Op::Dilate ? bdilate3d(a, e, b) : berode3d(a, e, b);
     };
-    step(first, in, se, between.get());  // the inner statuses are not examined
-    step(second, between.get(), reflected.get(), out);
-    return kOk;
+    // The inner steps allocate work buffers (the described ones could not fail), so their
+    // statuses are passed on: a failed step must not end in success with a wrong result.
+    // Either fails before writing its own output, so out is untouched on failure.
+    V3D_CHECK(step(first, in, se, between.get()));
+    return step(second, between.get(), reflected.get(), out);
 }
 
 }  // namespace

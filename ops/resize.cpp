@@ -108,7 +108,7 @@ int resampling_axes(Volume* in, Volume* out, int mode, const float factor[3], co
         return kOk;
     }
     for (int a = 0; a < 3; ++a)
-        if (!(factor[a] > 0.0f) || origin[a] < 0) return kInvalidParams;
+        if (!finite_real(factor[a]) || !(factor[a] > 0.0f) || origin[a] < 0) return kInvalidParams;
     for (int a = 0; a < 3; ++a) {
         const float target = static_cast<float>(extent[a]) * factor[a];  // single precision
         if (!(target < 2147483647.0f)) return kBadOutputDims;
@@ -515,7 +515,7 @@ int InterpolationFrameLinear3d(Volume* in, Volume* out, int mode, float fz, int 
     if (r.nz() == 1) return kBadInputDims;
     long long target;
     if (mode == 0) {
-        if (!(fz > 0.0f) || !origins_ok(dz, dy, dx)) return kInvalidParams;
+        if (!finite_real(fz) || !(fz > 0.0f) || !origins_ok(dz, dy, dx)) return kInvalidParams;
         const double frames = fz == std::floor(fz) ? (r.nz() - 1) * static_cast<double>(fz) + 1
                                                    : static_cast<float>(r.nz()) * fz;
         if (!(frames < 2147483647.0)) return kBadOutputDims;

@@ -90,13 +90,13 @@ extern "C" {
 
 int RotateVol2d(Volume* in, Volume* out, float angle) {
     V3D_CHECK(check_rotation(in, out));
-    if (!std::isfinite(angle)) return kInvalidParams;
+    if (!finite_real(angle)) return kInvalidParams;
     return rotate(in, out, about_z(angle));
 }
 
 int RotateVol3d(Volume* in, Volume* out, float az, float ay, float ax) {
     V3D_CHECK(check_rotation(in, out));
-    if (!std::isfinite(az) || !std::isfinite(ay) || !std::isfinite(ax)) return kInvalidParams;
+    if (!finite_real(az) || !finite_real(ay) || !finite_real(ax)) return kInvalidParams;
     return rotate(in, out, multiply(about_x(ax), multiply(about_y(ay), about_z(az))));
 }
 

@@ -298,15 +298,16 @@ int overlap_add3(Volume* in, Volume* kernel, Volume* out, int block, int z0, int
     const int bz = std::min(block, a.nz()), by = std::min(block, a.ny()), bx = std::min(block, a.nx());
     const int pz = next_power_of_two(bz + k.nz() - 1LL), py = next_power_of_two(by + k.ny() - 1LL),
               px = next_power_of_two(bx + k.nx() - 1LL);
+    // every block's contribution is collected in a zeroed sum that goes to out only at the
+    // end: the transforms of later blocks may still fail for want of memory
+    const int nz = a.nz() + k.nz() - 1, ny = a.ny() + k.ny() - 1, nx = a.nx() + k.nx() - 1;
     ComplexTemp spectrum, part;
+    OwnedVolume sum;
     V3D_CHECK(spectrum.create(pz, py, px));
     V3D_CHECK(part.create(pz, py, px));
+    V3D_CHECK(sum.create(nz, ny, nx, kF, kGrey));
     load_block(kernel, k.z1, k.y1, k.x1, k.nz(), k.ny(), k.nx(), false, spectrum);
     V3D_CHECK(spectrum.transform(0));
-    // the result region starts at zero and collects every block's contribution
-    const int nz = a.nz() + k.nz() - 1, ny = a.ny() + k.ny() - 1, nx = a.nx() + k.nx() - 1;
-    for (int z = 0; z < nz; ++z)
-        for (int y = 0; y < ny; ++y) std::fill_n(out->data[0].f[z0 + z][y0 + y] + x0, nx, 0.0f);
     for (int oz = 0; oz < a.nz(); oz += bz)
         for (int oy = 0; oy < a.ny(); oy += by)
             for (int ox = 0; ox < a.nx(); ox += bx) {
@@ -319,11 +320,14 @@ int overlap_add3(Volume* in, Volume* kernel, Volume* out, int block, int z0, int
                 V3D_CHECK(part.transform(1));
                 for (int z = 0; z < sz + k.nz() - 1; ++z)
                     for (int y = 0; y < sy + k.ny() - 1; ++y) {
-                        float* dst = out->data[0].f[z0 + oz + z][y0 + oy + y] + x0 + ox;
+                        float* dst = sum->data[0].f[oz + z][oy + y] + ox;
                         const float* src = part.re->data[0].f[z][y];
                         for (int x = 0; x < sx + k.nx() - 1; ++x) dst[x] += src[x];
                     }
             }
+    for (int z = 0; z < nz; ++z)
+        for (int y = 0; y < ny; ++y)
+            std::copy_n(sum->data[0].f[z][y], nx, out->data[0].f[z0 + z][y0 + y] + x0);
     return kOk;
 }
 
@@ -333,7 +337,7 @@ int blackman_tukey_psd3d(Volume* in, Volume* out, float ax, float ay, float az, 
     V3D_CHECK(CheckVolume(out, kF, kGrey));
     if (!voi_power_of_two(in)) return kVoiNotPowerOf2;
     for (float a : {ax, ay, az})
-        if (!(a >= 0.0f) || !std::isfinite(a)) return kInvalidParams;
+        if (!finite_real(a) || !(a >= 0.0f)) return kInvalidParams;
     if (negative(z0, y0, x0)) return kInvalidParams;
     if (!fits_at(in, out, z0, y0, x0)) return kBadOutputDims;
     const Voi r = voi_of(in);

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "core/alloc.h"
 #include "vexilo3d.h"
 
 namespace {
@@ -13,11 +14,11 @@ std::atomic<int> g_next_type{0};  // projection type numbers only grow
 unsigned char** channel_image(int width, int height) {
     const size_t w = static_cast<size_t>(width), h = static_cast<size_t>(height);
     if (w > SIZE_MAX / h) return nullptr;
-    auto** rows = static_cast<unsigned char**>(std::malloc(h * sizeof(unsigned char*)));
+    auto** rows = static_cast<unsigned char**>(v3d::mem_malloc(h * sizeof(unsigned char*)));
     if (!rows) return nullptr;
-    auto* pixels = static_cast<unsigned char*>(std::calloc(w * h, 1));
+    auto* pixels = static_cast<unsigned char*>(v3d::mem_calloc(w * h, 1));
     if (!pixels) {
-        std::free(rows);
+        v3d::mem_free(rows);
         return nullptr;
     }
     for (size_t i = 0; i < h; ++i) rows[i] = pixels + i * w;
@@ -26,8 +27,8 @@ unsigned char** channel_image(int width, int height) {
 
 void free_channel_image(unsigned char** rows) {
     if (!rows) return;
-    std::free(rows[0]);
-    std::free(rows);
+    v3d::mem_free(rows[0]);
+    v3d::mem_free(rows);
 }
 
 }  // namespace
@@ -38,7 +39,7 @@ int RegisterProjectionType(void) { return g_next_type.fetch_add(1); }
 
 Projection* CreateProjection(int type, void* source, int usersize) {
     if (usersize < 0) return nullptr;
-    auto* p = static_cast<Projection*>(std::calloc(1, sizeof(Projection) + static_cast<size_t>(usersize)));
+    auto* p = static_cast<Projection*>(v3d::mem_calloc(1, sizeof(Projection) + static_cast<size_t>(usersize)));
     if (!p) return nullptr;
     p->type = type;
     p->source = source;
@@ -46,17 +47,17 @@ Projection* CreateProjection(int type, void* source, int usersize) {
     return p;
 }
 
-void DestroyProjection(Projection* proj) { std::free(proj); }
+void DestroyProjection(Projection* proj) { v3d::mem_free(proj); }
 
 Buffer* CreateBuffer(int colortype, int width, int height) {
-    auto* buf = static_cast<Buffer*>(std::calloc(1, sizeof(Buffer)));
+    auto* buf = static_cast<Buffer*>(v3d::mem_calloc(1, sizeof(Buffer)));
     if (!buf) return nullptr;
     buf->colortype = colortype;
     buf->width = width;
     buf->height = height;
     if (colortype != 1 && colortype != 2) return buf;
-    if (width < 1 || height < 1) {
-        std::free(buf);
+    if (width < 1 || height < 1 || width > V3D_PICTURE_MAX_WIDTH || height > V3D_PICTURE_MAX_HEIGHT) {
+        v3d::mem_free(buf);
         return nullptr;
     }
     for (int c = 0, n = colortype == 1 ? 1 : 3; c < n; ++c) {
@@ -76,7 +77,7 @@ void DestroyBuffer(Buffer* buf) {
         free_channel_image(buf->image[1]);
         free_channel_image(buf->image[2]);
     }
-    std::free(buf);
+    v3d::mem_free(buf);
 }
 
 }  // extern "C"

@@ -1,5 +1,7 @@
 // The volume record, its storage, the volume table and the status texts.
 #include <cstring>
+#include <filesystem>
+#include <iterator>
 #include <vector>
 
 #include "core/parallel.h"
@@ -193,4 +195,23 @@ TEST(Parallel, ThreadCountCanBeOverriddenAndRestored) {
     std::vector<int> hits(1000, 0);
     v3d::parallel_for(0, 1000, [&](int i) { hits[i] += 1; });
     for (int h : hits) EXPECT_EQ(h, 1);
+}
+
+// The worker threads exist once the volume table does: an allocation failure while the OpenMP
+// runtime builds its team ends the process, so no operator may be the first to need them.
+TEST(Parallel, TheVolumeTableStartsTheWorkerThreads) {
+#if defined(__linux__) && defined(_OPENMP)
+    auto threads = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/task"),
+                             std::filesystem::directory_iterator());
+    };
+    v3d::set_thread_count(3);
+    ReleaseVolumeTable();
+    ASSERT_EQ(AllocateVolumeTable(), 1);
+    EXPECT_GE(threads(), 3);
+    ReleaseVolumeTable();
+    v3d::set_thread_count(0);
+#else
+    GTEST_SKIP() << "counts the threads of /proc/self/task";
+#endif
 }

@@ -99,6 +99,24 @@ TEST_F(CoefficientFiles, MalformedFiles) {
     EXPECT_EQ(v, (std::vector<float>{1.5f, -1.0f}));
 }
 
+// Sizes whose product wraps to 0 (2^21 * 2^21 * 2^22) or past the int range: no capacity can
+// hold them, and nothing may be reported as read.
+TEST_F(CoefficientFiles, SizesWhoseProductOverflowsFitNoVector) {
+    float v[4] = {7, 7, 7, 7};
+    int Z = 0, Y = 0, X = 0;
+    for (const char* sizes : {"2097152\n2097152\n4194304\n", "65536\n65536\n1\n",
+                              "2147483647\n2147483647\n2147483647\n"}) {
+        write(V3D_COEFFICIENTS_FILE, std::string(sizes) + "1\n2\n3\n4\n");
+        EXPECT_EQ(ReadCoefficientsFile3d(nullptr, 0, v, 4, &Z, &Y, &X), -4) << sizes;
+        EXPECT_EQ(ReadCoefficientsFile3d(nullptr, 1, nullptr, 0, &Z, &Y, &X), 0) << sizes;
+    }
+    EXPECT_EQ(v[0], 7.0f);
+    write(V3D_COEFFICIENTS_FILE, "1\n1\n1\n5\n");
+    EXPECT_EQ(ReadCoefficientsFile3d(nullptr, 0, v, -1, &Z, &Y, &X), -4);  // a negative capacity
+    SetStartDirectory(std::string(5000, 'd').c_str());  // longer than any path
+    EXPECT_EQ(ReadCoefficientsFile3d(nullptr, 1, nullptr, 0, &Z, &Y, &X), -2);
+}
+
 TEST_F(CoefficientFiles, NamesResolveAgainstTheStartDirectory) {
     write("mine.par", "1\n1\n1\n42\n");
     Volume vol{};

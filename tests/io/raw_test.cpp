@@ -1,4 +1,5 @@
 // Raw volume files and the text dump: byte layout, names, codes, truncated files.
+#include <cstdio>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -87,6 +88,21 @@ TEST(FrameSeries, NamesFramesWithAndWithoutPadding) {
     EXPECT_EQ(back.uc(1, 1, 1), 2);
     EXPECT_EQ(fromdiskUCFI3D(back.get(), base.c_str(), 7, 0, exts, 4, 2, 2), -521);
     EXPECT_EQ(fromdiskUCFI3D(back.get(), base.c_str(), 7, 0, exts, 3, 2, 2), -600);  // no 9.raw
+}
+
+// Frame numbers first .. first + Z - 1 must exist as ints: near INT_MAX the series is refused
+// before any file is touched (first + z would overflow).
+TEST(FrameSeries, RefusesFrameNumbersBeyondTheIntRange) {
+    const std::string base = t3d::temp_path("edge");
+    Vol v(3, 1, 2), back(3, 1, 2);
+    const char* exts[] = {"raw"};
+    for (const char* n : {"2147483645", "2147483646", "2147483647"}) std::remove((base + n + ".raw").c_str());
+    EXPECT_EQ(todiskUCFI3D(v.get(), base.c_str(), 2147483646, 0, exts), -90);
+    EXPECT_EQ(read_file(base + "2147483646.raw"), "");
+    EXPECT_EQ(fromdiskUCFI3D(back.get(), base.c_str(), 2147483646, 0, exts, 3, 1, 2), -90);
+    ASSERT_EQ(todiskUCFI3D(v.get(), base.c_str(), 2147483645, 0, exts), 0);  // ends at INT_MAX
+    EXPECT_EQ(read_file(base + "2147483647.raw").size(), 2u);
+    EXPECT_EQ(fromdiskUCFI3D(back.get(), base.c_str(), 2147483645, 0, exts, 3, 1, 2), 0);
 }
 
 TEST(FrameSeries, ChannelsUseTheirOwnExtensionsAndShortFramesStopTheRead) {

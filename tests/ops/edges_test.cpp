@@ -336,13 +336,14 @@ TEST(EdgeFollow, ChecksInOrder) {
 
 // ---- Hough ----------------------------------------------------------------------------------
 
-// Cell of a voxel for elevation k of nk and azimuth j of nj, written from the description.
+// Cell of a voxel for elevation k of nk and azimuth j of nj, written from the description: the
+// angle tables have nk + 1 and nj + 1 entries, each spaced by its entry count less one.
 int hough_cell_ref(int k, int nk, int j, int nj, int cells, double d, int z, int y, int x) {
-    auto angle = [](int i, int n) {
-        return (static_cast<float>(i) / static_cast<float>(n - 1) * 180.0f - 90.0f) * 0.017453f;
+    auto angle = [](int i, int entries) {
+        return (static_cast<float>(i) / static_cast<float>(entries - 1) * 180.0f - 90.0f) * 0.017453f;
     };
-    const double ce = std::cos(angle(k, nk)), se = std::sin(angle(k, nk));
-    const double ca = std::cos(angle(j, nj)), sa = std::sin(angle(j, nj));
+    const double ce = std::cos(angle(k, nk + 1)), se = std::sin(angle(k, nk + 1));
+    const double ca = std::cos(angle(j, nj + 1)), sa = std::sin(angle(j, nj + 1));
     const double r = (ce * z + (ca * y + sa * x) * se + d) / (2 * d);
     return static_cast<int>(std::floor(r * (cells - 1) + 0.5));
 }
@@ -399,8 +400,28 @@ TEST(Hough, BackProjectionMarksExactlyTheVotersOfSurvivingCells) {
     }
 }
 
+// With four elevations, elevation 2 is 0 degrees: the distance is the frame alone, so a plane of
+// voxels in one frame votes for a single cell at every azimuth there (and at no other elevation).
+TEST(Hough, ElevationsRunFromMinus90InStepsOf180OverTheirCount) {
+    Vol in(9, 8, 8), out(9, 8, 8), acc(4, 3, 64, 4);
+    for (int y = 0; y < 8; ++y)
+        for (int x = 0; x < 8; ++x) in.uc(5, y, x) = 255;
+    ASSERT_EQ(Hough_3D(in.get(), out.get(), acc.get(), 1), 0);
+    for (int k = 0; k < 4; ++k)
+        for (int j = 0; j < 3; ++j) {
+            int cells = 0;
+            for (int c = 0; c < 64; ++c) cells += acc.i(k, j, c);
+            if (k == 2) EXPECT_EQ(cells, 1) << "azimuth " << j;
+            else EXPECT_GT(cells, 1) << "elevation " << k << " azimuth " << j;
+        }
+    EXPECT_EQ(out.uc(5, 3, 4), 255);
+    // one elevation is a table of two entries: -90 and +90, the first of them used
+    Vol thin(1, 3, 8, 4);
+    EXPECT_EQ(Hough_3D(in.get(), out.get(), thin.get(), 1), 0);
+}
+
 TEST(Hough, ChecksInOrder) {
-    Vol in(4, 4, 4), out(4, 4, 4), small(4, 4, 3), acc(3, 3, 8, 4), acc_uc(3, 3, 8), thin(1, 3, 8, 4);
+    Vol in(4, 4, 4), out(4, 4, 4), small(4, 4, 3), acc(3, 3, 8, 4), acc_uc(3, 3, 8);
     in.uc(1, 1, 1) = 255;
     out.uc(0, 0, 0) = 7;
     EXPECT_EQ(Hough_3D(in.get(), out.get(), acc_uc.get(), 1), -502);
@@ -409,7 +430,6 @@ TEST(Hough, ChecksInOrder) {
     in.uc(0, 0, 0) = 0;
     EXPECT_EQ(Hough_3D(in.get(), small.get(), acc.get(), -1), -520);
     EXPECT_EQ(Hough_3D(in.get(), out.get(), acc.get(), -1), -90);
-    EXPECT_EQ(Hough_3D(in.get(), out.get(), thin.get(), 1), -90);  // one elevation only
     EXPECT_EQ(out.uc(0, 0, 0), 7);
     EXPECT_EQ(t3d::snapshot(acc.get()), std::vector<double>(72, 0.0));
 }

@@ -5,6 +5,7 @@
 #include <array>
 #include <cmath>
 #include <functional>
+#include <limits>
 #include <tuple>
 #include <vector>
 
@@ -252,6 +253,24 @@ TEST(BoxFilters, CheckOrderAndNothingWrittenOnFailure) {
     EXPECT_EQ(local_adapt_filt3(&t.in, &grey, -1.0f, 3, 3, 3), -523);
     EXPECT_EQ(multistage_median3(&t.in, &small_out, 3), -520);
     EXPECT_EQ(t3d::snapshot(&t.out), before);
+}
+
+// NaN and the infinities pass "< 0" tests: every real parameter is refused unless finite, and
+// nothing is written.
+TEST(BoxFilters, RealParametersMustBeFinite) {
+    Case t(19);
+    const auto before = t3d::snapshot(&t.out);
+    const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
+    for (float bad : {nan, inf, -inf}) {
+        EXPECT_EQ(local_adapt_filt3(&t.in, &t.out, bad, 3, 3, 3), -90) << bad;
+        std::vector<float> coef(27, 1.0f / 27);
+        coef[13] = bad;
+        EXPECT_EQ(l_filter3(&t.in, &t.out, coef.data(), 3, 3, 3), -90) << bad;
+    }
+    EXPECT_EQ(t3d::snapshot(&t.out), before);
+    Vol f(2, 3, 4, 2);
+    EXPECT_EQ(wienerfrequency3(&f, &f, &f, &f, &f, nan), -90);
+    EXPECT_EQ(wienerfrequency3(&f, &f, &f, &f, &f, inf), -90);
 }
 
 TEST(Wiener, FilterAndChecks) {

@@ -370,11 +370,13 @@ TEST(Resize, ChecksComeInOrderAndWriteNothing) {
         EXPECT_EQ(op(in.get(), out.get(), 0, 1, 1, 1, 0, 0, -1), -90);
         EXPECT_EQ(op(in.get(), out.get(), 0, 1, 1, 4.3f, 0, 0, 0), -520);
         EXPECT_EQ(op(in.get(), out.get(), 0, 1, 1, 1e30f, 0, 0, 0), -520);
+        EXPECT_EQ(op(in.get(), out.get(), 0, 1, 1, INFINITY, 0, 0, 0), -90);  // finite reals only
         EXPECT_EQ(op(in.get(), out.get(), 0, 1, 1, 1, 0, 0, 13), -520);
     }
     EXPECT_EQ(InterpolationFrameLinear3d(in.get(), rgb.get(), 0, 0, 0, 0, 0), -523);
     EXPECT_EQ(InterpolationFrameLinear3d(one.get(), out.get(), 0, 0, 0, 0, 0), -521);
     EXPECT_EQ(InterpolationFrameLinear3d(in.get(), out.get(), 0, 0, 0, 0, 0), -90);
+    EXPECT_EQ(InterpolationFrameLinear3d(in.get(), out.get(), 0, INFINITY, 0, 0, 0), -90);
     EXPECT_EQ(InterpolationFrameLinear3d(in.get(), out.get(), 0, 6.0f, 0, 0, 0), -520);
     EXPECT_EQ(InterpolationFrameLinear3d(in.get(), out.get(), 0, 5.0f, 2, 0, 0), -520);
     EXPECT_EQ(InterpolationFrameLinear3d(in.get(), out.get(), 0, 2.0f, 0, 0, 13), -520);

@@ -38,6 +38,13 @@ TEST(Buffer, OtherColourTypesAndFailures) {
     EXPECT_EQ(CreateBuffer(2, 5, -1), nullptr);
     EXPECT_EQ(CreateBuffer(2, INT32_MAX, INT32_MAX), nullptr);  // the heap cannot hold it
     DestroyBuffer(nullptr);
+    // pictures are capped as frames are; 40000 x 40000 would be 1.6 GB a channel
+    EXPECT_EQ(CreateBuffer(1, 40000, 40000), nullptr);
+    EXPECT_EQ(CreateBuffer(1, V3D_PICTURE_MAX_WIDTH + 1, 1), nullptr);
+    EXPECT_EQ(CreateBuffer(1, 1, V3D_PICTURE_MAX_HEIGHT + 1), nullptr);
+    Buffer* widest = CreateBuffer(1, V3D_PICTURE_MAX_WIDTH, 1);
+    EXPECT_NE(widest, nullptr);
+    DestroyBuffer(widest);
 }
 
 TEST(Buffer, ProjectionRecordsAndTypes) {
