@@ -535,7 +535,7 @@ TEST(AllocationFailureCoverage, EveryExportedFunctionIsExercised) {
         "InitializeVolume", "fill_in_VOI", "CheckVolume", "GetVolumeByIndex", "GetVolumeIndex",
         "GetStatusText", "SetDefaultImageSize", "GetDefaultImageSize", "SetMessageHook",
         "RegisterProjectionType", "GetStartDirectory", "FindImageSequenceFormat",
-        "CoefficientFileMessage"};
+        "CoefficientFileMessage", "ColorLabelledVolume3d", "SetDefaultLabelColors3d"};
     std::set<std::string> exercised;
     for (const Config& c : configs()) {
         const std::string names = c.name.substr(0, c.name.find(' '));
