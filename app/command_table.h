@@ -142,6 +142,9 @@ using v3d::OwnedVolume;
 // output is -525). 0 with out set, kReported when cancelled or declined, or a status to show.
 int further_output(CommandContext& c, int caption, int type, int Z, int Y, int X, Volume*& out);
 
+// "Select Volume to Display" for a UC volume of colormask; null when cancelled.
+Volume* select_to_display(int colormask);
+
 // The slots chosen as the command's input and output so far.
 std::vector<int> chosen_slots(const CommandContext& c);
 

@@ -111,24 +111,19 @@ std::string gallery_title(int index) { return res::format(res::kGalleryTitle, in
 // Volume, options, then the picture under the wait cursor; a picture that cannot be made is
 // "Cannot allocate internal buffer" and leaves no window.
 void frame_gallery(const CommandSpec&) {
-    SelectRequest r;
-    r.kind = SelectKind::Other;
-    r.typemask = V3D_TYPE_UC;
-    r.colormask = V3D_COLOR_ANY;
-    r.caption = res::text(res::kSelectToDisplay);
-    Selection s;
-    if (!ui().select(r, s) || !s.vol) return;
+    Volume* vol = select_to_display(V3D_COLOR_ANY);
+    if (!vol) return;
     GalleryLayout layout;
     if (!ask_layout(layout)) return;
     WaitCursor wait;
     Buffer* buffer = nullptr;
-    Projection* p = make_gallery(s.vol, layout, buffer);
+    Projection* p = make_gallery(vol, layout, buffer);
     if (!p) {
         error_handler(res::kCannotAllocateBuffer);
         return;
     }
     // DisplayProjection has reported its failure; the records are still ours then
-    if (!DisplayProjection(p, buffer, gallery_title(GetVolumeIndex(s.vol)).c_str())) {
+    if (!DisplayProjection(p, buffer, gallery_title(GetVolumeIndex(vol)).c_str())) {
         DestroyBuffer(buffer);
         DestroyProjection(p);
     }

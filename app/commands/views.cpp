@@ -9,9 +9,7 @@
 #include "res/strings.h"
 
 namespace app {
-namespace {
 
-// "Select Volume to Display" for a UC volume of colormask; null when cancelled.
 Volume* select_to_display(int colormask) {
     SelectRequest r;
     r.kind = SelectKind::Other;
@@ -21,6 +19,8 @@ Volume* select_to_display(int colormask) {
     Selection s;
     return ui().select(r, s) ? s.vol : nullptr;
 }
+
+namespace {
 
 // "Select Volume to Display", the levels dialog, then a display window of the range.
 void open_display(int mode, int colormask) {
