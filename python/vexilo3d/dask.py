@@ -1,0 +1,271 @@
+"""The library's operators on Dask arrays: volumes larger than memory, chunk by chunk.
+
+    import dask.array as da
+    import vexilo3d, vexilo3d.dask
+    volume = da.from_zarr(...)                       # any (Z, Y, X) uint8 dask array
+    smooth = vexilo3d.dask.apply(vexilo3d.median3, volume, size=3)
+    labels, n = vexilo3d.dask.label(vexilo3d.dask.apply(vexilo3d.threshold_3d, smooth, 128))
+
+apply() runs a local operator on every chunk with its neighbours' voxels around it (map_overlap,
+the overlap taken from the operator's window), so the result equals the whole-volume call voxel
+for voxel, the untouched border band of the volume included (0, as in a new output). label()
+labels every chunk with grass3d_label and merges the labels that meet across chunk faces, which
+equals the whole-volume labelling up to the numbering. Both return lazy arrays that compute on
+Dask's default scheduler (threads) or, unchanged, on a distributed.Client's cluster.
+"""
+import functools
+
+import dask
+import dask.array as da
+import numpy as np
+
+from . import _core
+
+__all__ = ["apply", "label", "LOCAL_OPERATORS"]
+
+
+def _halves(size):
+    sizes = (size,) * 3 if np.ndim(size) == 0 else tuple(size)
+    return tuple(int(s) // 2 for s in sizes)
+
+
+def _window(size=3, *args, **kwargs):
+    return _halves(size)
+
+
+def _footprint(footprint, *args, **kwargs):
+    return _halves(np.shape(footprint))
+
+
+def _coefficients(coefficients, size=None, *args, **kwargs):
+    return _halves(np.shape(coefficients) if size is None else size)
+
+
+def _one(*args, **kwargs):
+    return (1, 1, 1)
+
+
+def _none(*args, **kwargs):
+    return (0, 0, 0)
+
+
+def _twice(reach):
+    # Scatter operators stamp from every voxel of their working region, and opening and closing
+    # are two passes: an output voxel depends on input voxels up to two half-elements away.
+    return lambda *args, **kwargs: tuple(2 * h for h in reach(*args, **kwargs))
+
+
+# How far, along (z, y, x), an output voxel's value reaches into the input: the overlap that
+# makes a chunk's interior come out as in the whole-volume call.
+LOCAL_OPERATORS = {
+    "mov_ave3": _window, "median3": _window, "run_median3": _window, "run_max3": _window,
+    "run_min3": _window, "range_3d": _window, "local_adapt_filt3": _window,
+    "multistage_median3": _window, "wei_median3": _footprint, "l_filter3": _coefficients,
+    "Sobel_3D": _one, "laplace_3d": _one, "compas3d": _one, "threshold_3d": _none,
+    "bdilate3d": _footprint, "berode3d": _footprint,
+    "MinkowskiAddition3d": _twice(_footprint), "MinkowskiSubtraction3d": _twice(_footprint),
+    "bopening3d": _twice(_footprint), "bclosing3d": _twice(_footprint),
+}
+_RESIZING = ("zoom3d", "decim3")
+
+
+def _name(operator):
+    return operator if isinstance(operator, str) else operator.__name__
+
+
+def _merge_small(chunks, least):
+    """Chunks along one axis with runs shorter than least merged into their neighbours."""
+    merged, run = [], 0
+    for c in chunks:
+        run += c
+        if run >= least:
+            merged.append(run)
+            run = 0
+    if run:
+        if merged:
+            merged[-1] += run
+        else:
+            merged.append(run)
+    return tuple(merged)
+
+
+def _whole_channels(array):
+    """An RGB (Z, Y, X, 3) array keeps its three channels in one chunk."""
+    return array.rechunk({3: 3}) if array.ndim == 4 else array
+
+
+def _run(name, args, kwargs, block):
+    return getattr(_core, name)(np.asarray(block), *args, **kwargs)
+
+
+def apply(operator, array, *args, **kwargs):
+    """operator(array, *args, **kwargs) on a dask array, chunk by chunk.
+
+    operator: a local operator of vexilo3d (or its name): the window filters, the edge
+    operators, threshold_3d, binary morphology (see LOCAL_OPERATORS), or zoom3d and decim3.
+    Every chunk is read with depth voxels of its neighbours around it, depth being the
+    operator's reach; chunks shorter than 2 * depth + 1 along an axis are merged with the next
+    one first. The result is bit-identical to the call on the whole volume.
+    """
+    name = _name(operator)
+    for key in ("output", "voi", "offset"):
+        if key in kwargs:
+            raise TypeError(f"vexilo3d.dask.apply works on whole arrays: {key}= is not taken")
+    array = _whole_channels(da.asarray(array))
+    if name in _RESIZING:
+        return _resize(name, array, *args, **kwargs)
+    if name not in LOCAL_OPERATORS:
+        raise ValueError(f"{name} is not a local operator; the local ones are "
+                         f"{', '.join(sorted(LOCAL_OPERATORS) + list(_RESIZING))}")
+    depth = dict(enumerate(LOCAL_OPERATORS[name](*args, **kwargs)))
+    if array.ndim == 4:
+        depth[3] = 0
+    chunks = tuple(_merge_small(array.chunks[axis], 2 * depth[axis] + 1) if axis < 3 else c
+                   for axis, c in enumerate(array.chunks))
+    array = array.rechunk(chunks)
+    block = functools.partial(_run, name, args, kwargs)
+    if not any(depth.values()):
+        return array.map_blocks(block, dtype=array.dtype)
+    return array.map_overlap(block, depth=depth, boundary="none", trim=True, dtype=array.dtype)
+
+
+def _resize(name, array, factor):
+    """zoom3d and decim3 act on every voxel by itself: chunk by chunk, without overlap."""
+    factor = int(factor)
+    if factor < 1:
+        raise _core_error(-90)
+    block = functools.partial(_run, name, (factor,), {})
+    channels = array.chunks[3:] if array.ndim == 4 else ()
+    if name == "zoom3d":
+        chunks = tuple(tuple(c * factor for c in axis) for axis in array.chunks[:3]) + channels
+        return array.map_blocks(block, chunks=chunks, dtype=array.dtype)
+    # decim3 takes voxels 0, f, 2f ...: chunk borders on multiples of f keep the sampling.
+    aligned = tuple(_aligned(axis, factor) for axis in array.chunks[:3]) + channels
+    array = array.rechunk(aligned)
+    chunks = tuple(tuple(-(-c // factor) for c in axis) for axis in array.chunks[:3]) + channels
+    return array.map_blocks(block, chunks=chunks, dtype=array.dtype)
+
+
+def _aligned(chunks, factor):
+    """Chunks along one axis whose borders lie on multiples of factor."""
+    ends = np.cumsum(chunks)
+    total = int(ends[-1])
+    borders = sorted({min(total, -(-int(e) // factor) * factor) for e in ends})
+    return tuple(int(b - a) for a, b in zip([0] + borders[:-1], borders))
+
+
+def _core_error(code):
+    from ._errors import Error
+    return Error(code)
+
+
+# ---- labelling --------------------------------------------------------------------------------
+
+def _label_faces(block, maxlabels):
+    """First pass on one chunk: its label count and its six boundary planes (labels, values)."""
+    block = np.asarray(block)
+    labels, counts = _core.grass3d_label(block, maxlabels)
+    faces = {}
+    for axis in range(3):
+        first = (slice(None),) * axis + (0,)
+        last = (slice(None),) * axis + (-1,)
+        faces[axis] = (labels[first], block[first], labels[last], block[last])
+    return len(counts), faces
+
+
+def _relabel(block, lut, offsets, maxlabels, block_info=None):
+    """Second pass on one chunk: its labels again, as global merged labels."""
+    where = block_info[0]["chunk-location"]
+    local, _ = _core.grass3d_label(np.asarray(block), maxlabels)
+    labels = local.astype(np.int64)
+    labels[local > 0] += offsets[where]
+    return lut[labels]
+
+
+def _pairs_across(lower_labels, lower_values, upper_labels, upper_values):
+    """Label pairs that touch (26-connected, equal non-zero value) across one plane."""
+    pairs = []
+    h, w = lower_labels.shape
+    for dy in (-1, 0, 1):
+        for dx in (-1, 0, 1):
+            a = (slice(max(0, -dy), h - max(0, dy)), slice(max(0, -dx), w - max(0, dx)))
+            b = (slice(max(0, dy), h - max(0, -dy)), slice(max(0, dx), w - max(0, -dx)))
+            la, lb = lower_labels[a], upper_labels[b]
+            touch = (la > 0) & (lb > 0) & (lower_values[a] == upper_values[b])
+            pairs.append(np.stack([la[touch], lb[touch]], axis=1))
+    return np.concatenate(pairs)
+
+
+def _roots(count, pairs):
+    """The smallest label of every label's connected set (union-find over the pairs)."""
+    parent = np.arange(count + 1)
+
+    def find(a):
+        while parent[a] != a:
+            parent[a] = parent[parent[a]]
+            a = parent[a]
+        return a
+
+    for a, b in np.unique(pairs, axis=0) if len(pairs) else ():
+        ra, rb = find(a), find(b)
+        if ra != rb:
+            parent[max(ra, rb)] = min(ra, rb)
+    return np.array([find(a) for a in range(count + 1)])
+
+
+def label(array, maxlabels=255):
+    """Labels of the 26-connected components of equal non-zero value of a uint8 dask array.
+
+    Returns (labels, n): a lazy int32 dask array with labels 1 .. n, equal to grass3d_label on
+    the whole volume up to the numbering (which is not limited to 255), and the number of
+    components. Each chunk is labelled by grass3d_label (at most maxlabels components a chunk);
+    the labels that meet across chunk faces are merged. The first pass (the labels at the chunk
+    faces) runs at once, reading the input once; the labels are computed again, chunk by chunk,
+    when the result is computed, so memory stays bounded by a few chunks.
+    """
+    array = da.asarray(array)
+    if array.ndim != 3:
+        raise _core_error(-503)
+    grid = array.numblocks
+    blocks = array.to_delayed()
+    summaries = dask.compute(*[dask.delayed(_label_faces)(blocks[index], maxlabels)
+                               for index in np.ndindex(*grid)])
+    counts = np.array([s[0] for s in summaries], dtype=np.int64)
+    offsets = np.concatenate([[0], np.cumsum(counts)[:-1]]).reshape(grid)
+    total = int(counts.sum())
+    faces = np.empty(grid, dtype=object)
+    for index, summary in zip(np.ndindex(*grid), summaries):
+        faces[index] = summary[1]
+
+    def plane(axis, at, which):
+        """The global labels (which 0) or values (1) on the first (side 0) or last (side 2) plane
+        of the blocks at index `at` along axis, put together into one plane."""
+        def piece(index):
+            labels, values = faces[index][axis][which:which + 2]
+            labels = labels.astype(np.int64)
+            return np.where(labels > 0, labels + offsets[index], 0), values
+        others = [range(n) for a, n in enumerate(grid) if a != axis]
+        rows = []
+        for i in others[0]:
+            row = []
+            for j in others[1]:
+                index = [i, j]
+                index.insert(axis, at)
+                row.append(piece(tuple(index)))
+            rows.append(row)
+        return (np.block([[p[0] for p in row] for row in rows]),
+                np.block([[p[1] for p in row] for row in rows]))
+
+    pairs = [np.empty((0, 2), dtype=np.int64)]
+    for axis in range(3):
+        for at in range(grid[axis] - 1):
+            lower = plane(axis, at, 2)
+            upper = plane(axis, at + 1, 0)
+            pairs.append(_pairs_across(*lower, *upper))
+    roots = _roots(total, np.concatenate(pairs))
+    # Consecutive numbers 1 .. n for the merged components, 0 stays 0.
+    kept, lut = np.unique(roots, return_inverse=True)
+    lut = lut.astype(np.int32)
+    result = array.map_blocks(_relabel, lut=lut, offsets=offsets, maxlabels=maxlabels,
+                              dtype=np.int32)
+    return result, int(len(kept) - 1)
