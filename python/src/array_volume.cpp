@@ -104,8 +104,10 @@ ArrayVolume::ArrayVolume(py::array array, Role role, bool private_copy)
         copy_to_planar();
     } else {
         store_ = array_;
-        point_rows(static_cast<char*>(array_.mutable_data()), array_.strides(0), array_.strides(1),
-                   ndim == 4 ? array_.strides(3) : 0);
+        // Read-only arrays (memory maps) are fine as inputs: the library writes only outputs,
+        // and the inputs it consumes are given copies.
+        char* data = const_cast<char*>(static_cast<const char*>(array_.data()));
+        point_rows(data, array_.strides(0), array_.strides(1), ndim == 4 ? array_.strides(3) : 0);
     }
 }
 

@@ -25,6 +25,11 @@ def test_layouts_give_the_same_result(rng, a):
     wide = np.repeat(a, 2, axis=2)
     np.testing.assert_array_equal(v.mov_ave3(wide[:, :, ::2], 3), v.mov_ave3(a, 3))
     np.testing.assert_array_equal(v.mov_ave3(a[::-1, 1:], 3), v.mov_ave3(a[::-1, 1:].copy(), 3))
+    blobs = (a > 200).astype(np.uint8) * 255
+    frozen = blobs.copy()                              # read-only inputs, as memory maps are
+    frozen.flags.writeable = False
+    np.testing.assert_array_equal(v.grass3d_label(frozen)[0], v.grass3d_label(blobs)[0])
+    np.testing.assert_array_equal(v.mov_ave3(frozen, 3), v.mov_ave3(blobs, 3))
 
 
 def test_outputs_are_written_where_they_live(rng, a):

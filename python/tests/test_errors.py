@@ -42,9 +42,10 @@ def test_statuses_raise_with_their_code_and_text(case):
     assert str(error) == f"{v.GetStatusText(code)} (status {code})"
 
 
-def test_errors_cross_process_boundaries():
+def test_errors_and_operators_cross_process_boundaries():
     error = pickle.loads(pickle.dumps(v.Error(-510)))
     assert (error.code, error.text) == (-510, "Invalid VOI definitions")
+    assert pickle.loads(pickle.dumps(v.median3)) is v.median3
 
 
 def test_coefficient_files_report_the_readers_messages(tmp_path):
