@@ -160,26 +160,49 @@ def _core_error(code):
 
 
 # ---- labelling --------------------------------------------------------------------------------
+#
+# First pass, one task per chunk: grass3d_label, the chunk's label count, the value of each label
+# and the labels on the chunk's six faces. One task per plane between two layers of chunks then
+# lists the labels that touch across it, naming each as (chunk, local label). The driver merges
+# those (union-find) into a table from global to final labels. Second pass, one task per chunk:
+# grass3d_label again, through the table. Memory holds a few chunks and their faces at a time.
 
-def _label_faces(block, maxlabels):
-    """First pass on one chunk: its label count and its six boundary planes (labels, values)."""
-    block = np.asarray(block)
-    labels, counts = _core.grass3d_label(block, maxlabels)
-    faces = {}
-    for axis in range(3):
-        first = (slice(None),) * axis + (0,)
-        last = (slice(None),) * axis + (-1,)
-        faces[axis] = (labels[first], block[first], labels[last], block[last])
-    return len(counts), faces
+LABELS_PER_CHUNK = 256   # local labels fit a byte: a label's code is chunk * 256 + label
 
 
-def _relabel(block, lut, offsets, maxlabels, block_info=None):
-    """Second pass on one chunk: its labels again, as global merged labels."""
-    where = block_info[0]["chunk-location"]
-    local, _ = _core.grass3d_label(np.asarray(block), maxlabels)
-    labels = local.astype(np.int64)
-    labels[local > 0] += offsets[where]
-    return lut[labels]
+class _Faces:
+    """A chunk's label count, the value of each label and the labels on its faces (copies, so
+    that the chunk's voxels can go)."""
+
+    def __init__(self, block, maxlabels):
+        block = np.asarray(block)
+        labels, counts = _core.grass3d_label(block, maxlabels)
+        self.count = len(counts)
+        self.values = np.zeros(self.count + 1, block.dtype)
+        self.values[labels.ravel()] = block.ravel()
+        self.values[0] = 0
+        self.first = [np.array(labels[(slice(None),) * axis + (0,)]) for axis in range(3)]
+        self.last = [np.array(labels[(slice(None),) * axis + (-1,)]) for axis in range(3)]
+
+
+def _count(faces):
+    return faces.count
+
+
+def _plane(faces, chunk_ids, axis, side):
+    """One side of a plane between two layers of chunks: label codes and label values."""
+    def piece(f, chunk):
+        labels = (f.first if side == "first" else f.last)[axis]
+        codes = np.where(labels > 0, chunk * LABELS_PER_CHUNK + labels.astype(np.int64), 0)
+        return codes, f.values[labels]
+    pieces = [[piece(f, c) for f, c in zip(row, ids)] for row, ids in zip(faces, chunk_ids)]
+    return (np.block([[p[0] for p in row] for row in pieces]),
+            np.block([[p[1] for p in row] for row in pieces]))
+
+
+def _plane_pairs(axis, lower, lower_ids, upper, upper_ids):
+    """The label codes that touch across the plane between two layers of chunks."""
+    return _pairs_across(*_plane(lower, lower_ids, axis, "last"), *_plane(upper, upper_ids, axis, "first"))
 
 
 def _pairs_across(lower_labels, lower_values, upper_labels, upper_values):
@@ -193,7 +216,7 @@ def _pairs_across(lower_labels, lower_values, upper_labels, upper_values):
             la, lb = lower_labels[a], upper_labels[b]
             touch = (la > 0) & (lb > 0) & (lower_values[a] == upper_values[b])
             pairs.append(np.stack([la[touch], lb[touch]], axis=1))
-    return np.concatenate(pairs)
+    return np.unique(np.concatenate(pairs), axis=0)
 
 
 def _roots(count, pairs):
@@ -206,11 +229,20 @@ def _roots(count, pairs):
             a = parent[a]
         return a
 
-    for a, b in np.unique(pairs, axis=0) if len(pairs) else ():
+    for a, b in pairs:
         ra, rb = find(a), find(b)
         if ra != rb:
             parent[max(ra, rb)] = min(ra, rb)
     return np.array([find(a) for a in range(count + 1)])
+
+
+def _relabel(block, final, offsets, maxlabels, block_info=None):
+    """Second pass on one chunk: its labels again, as final labels."""
+    first = offsets[block_info[0]["chunk-location"]]
+    local, _ = _core.grass3d_label(np.asarray(block), maxlabels)
+    table = np.zeros(LABELS_PER_CHUNK, np.int32)
+    table[1:] = final[np.minimum(first + np.arange(1, LABELS_PER_CHUNK), len(final) - 1)]
+    return table[local]
 
 
 def label(array, maxlabels=255):
@@ -228,44 +260,32 @@ def label(array, maxlabels=255):
         raise _core_error(-503)
     grid = array.numblocks
     blocks = array.to_delayed()
-    summaries = dask.compute(*[dask.delayed(_label_faces)(blocks[index], maxlabels)
-                               for index in np.ndindex(*grid)])
-    counts = np.array([s[0] for s in summaries], dtype=np.int64)
-    offsets = np.concatenate([[0], np.cumsum(counts)[:-1]]).reshape(grid)
-    total = int(counts.sum())
     faces = np.empty(grid, dtype=object)
-    for index, summary in zip(np.ndindex(*grid), summaries):
-        faces[index] = summary[1]
-
-    def plane(axis, at, which):
-        """The global labels (which 0) or values (1) on the first (side 0) or last (side 2) plane
-        of the blocks at index `at` along axis, put together into one plane."""
-        def piece(index):
-            labels, values = faces[index][axis][which:which + 2]
-            labels = labels.astype(np.int64)
-            return np.where(labels > 0, labels + offsets[index], 0), values
-        others = [range(n) for a, n in enumerate(grid) if a != axis]
-        rows = []
-        for i in others[0]:
-            row = []
-            for j in others[1]:
-                index = [i, j]
-                index.insert(axis, at)
-                row.append(piece(tuple(index)))
-            rows.append(row)
-        return (np.block([[p[0] for p in row] for row in rows]),
-                np.block([[p[1] for p in row] for row in rows]))
-
-    pairs = [np.empty((0, 2), dtype=np.int64)]
+    for index in np.ndindex(*grid):
+        faces[index] = dask.delayed(_Faces)(blocks[index], maxlabels)
+    chunk_ids = np.arange(faces.size).reshape(grid)
+    plane_tasks = []
     for axis in range(3):
-        for at in range(grid[axis] - 1):
-            lower = plane(axis, at, 2)
-            upper = plane(axis, at + 1, 0)
-            pairs.append(_pairs_across(*lower, *upper))
-    roots = _roots(total, np.concatenate(pairs))
-    # Consecutive numbers 1 .. n for the merged components, 0 stays 0.
-    kept, lut = np.unique(roots, return_inverse=True)
-    lut = lut.astype(np.int32)
-    result = array.map_blocks(_relabel, lut=lut, offsets=offsets, maxlabels=maxlabels,
+        for t in range(grid[axis] - 1):
+            lower, upper = np.take(faces, t, axis), np.take(faces, t + 1, axis)
+            lower_ids, upper_ids = np.take(chunk_ids, t, axis), np.take(chunk_ids, t + 1, axis)
+            # Planes across Y and X are cut at the layers of chunks along Z (their first axis),
+            # so that each task needs chunks of one layer and the work moves through the volume
+            # layer by layer; what touches across a layer's edge also crosses a plane across Z.
+            cuts = [slice(None)] if axis == 0 else [slice(k, k + 1) for k in range(grid[0])]
+            plane_tasks += [dask.delayed(_plane_pairs)(axis, lower[c].tolist(), lower_ids[c].tolist(),
+                                                       upper[c].tolist(), upper_ids[c].tolist())
+                            for c in cuts]
+    counts, planes = dask.compute([dask.delayed(_count)(f) for f in faces.ravel()], plane_tasks)
+    counts = np.array(counts, dtype=np.int64)
+    first_label = np.concatenate([[0], np.cumsum(counts)[:-1]])
+    pairs = np.concatenate([np.empty((0, 2), np.int64)] + planes)
+    # codes (chunk * 256 + local label) to global labels: the chunk's first label + local label
+    pairs = first_label[pairs // LABELS_PER_CHUNK] + pairs % LABELS_PER_CHUNK
+    roots = _roots(int(counts.sum()), np.unique(pairs, axis=0))
+    # consecutive numbers 1 .. n for the merged components, 0 stays 0
+    kept, final = np.unique(roots, return_inverse=True)
+    result = array.map_blocks(_relabel, final=final.astype(np.int32),
+                              offsets=first_label.reshape(grid), maxlabels=maxlabels,
                               dtype=np.int32)
     return result, int(len(kept) - 1)
