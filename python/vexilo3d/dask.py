@@ -1,8 +1,8 @@
 """The library's operators on Dask arrays: volumes larger than memory, chunk by chunk.
 
-    import dask.array as da
-    import vexilo3d, vexilo3d.dask
-    volume = da.from_zarr(...)                       # any (Z, Y, X) uint8 dask array
+    import numpy as np, dask.array as da, vexilo3d, vexilo3d.dask
+    raw = np.memmap("big.raw", np.uint8, "r", shape=(4096, 1024, 1024))
+    volume = da.from_array(raw, chunks=(64, 512, 512))     # any (Z, Y, X) dask array
     smooth = vexilo3d.dask.apply(vexilo3d.median3, volume, size=3)
     labels, n = vexilo3d.dask.label(vexilo3d.dask.apply(vexilo3d.threshold_3d, smooth, 128))
 
