@@ -53,25 +53,26 @@ def main():
         print(f"{name:40s} {times[name] * 1e3:10.1f} ms  {voxels / times[name] / 1e6:8.1f} M voxels/s")
     print(f"speed-up over scipy: {times['scipy.ndimage.median_filter'] / times['vexilo3d.median3']:.1f}x")
 
-    # What the wrapping costs: a call on a tiny volume is all overhead (on one library thread:
-    # waking the library's threads for a 27-voxel volume would be measured otherwise); an
-    # interleaved RGB volume is copied into planar storage and its result back, a planar one
-    # is not.
-    tiny, out = volume[:3, :3, :3].copy(), np.zeros((3, 3, 3), np.uint8)
+    # What the wrapping costs, on one library thread (waking the library's threads for small
+    # volumes on a busy machine would be measured otherwise): a call on a tiny volume is all
+    # overhead; an interleaved RGB volume is copied into planar storage and, as an output, back.
     threads = vexilo3d.get_threads()
     vexilo3d.set_threads(1)
+    tiny, out = volume[:3, :3, :3].copy(), np.zeros((3, 3, 3), np.uint8)
     for name, call in (("new output", lambda: vexilo3d.median3(tiny, 1)),
                        ("output= given", lambda: vexilo3d.median3(tiny, 1, output=out))):
         overhead = median_time(lambda: [call() for _ in range(1000)], repeat) / 1000
         print(f"call overhead, 3^3 volume, {name:14s} {overhead * 1e6:6.1f} us")
-    vexilo3d.set_threads(threads)
     m = max(32, n // 2)
     interleaved = rng.integers(0, 256, (m, m, m, 3), dtype=np.uint8)
     planar = vexilo3d.Symmetric3d(vexilo3d.Symmetric3d(interleaved))   # planar storage behind
-    for name, array in (("RGB interleaved (copied in and out)", interleaved),
-                        ("RGB planar (no copy)", planar)):
-        t = median_time(lambda: vexilo3d.mov_ave3(array, 3), repeat)
-        print(f"mov_ave3 {m}^3 {name:36s} {t * 1e3:8.1f} ms")
+    for name, array, output in (("planar in, new planar out", planar, None),
+                                ("interleaved in (copied)", interleaved, None),
+                                ("interleaved in and out (copied both ways)", interleaved,
+                                 np.zeros_like(interleaved))):
+        t = median_time(lambda: vexilo3d.mov_ave3(array, 3, output=output), repeat)
+        print(f"mov_ave3 {m}^3 RGB, 1 thread, {name:42s} {t * 1e3:7.1f} ms")
+    vexilo3d.set_threads(threads)
 
 
 if __name__ == "__main__":
