@@ -34,8 +34,11 @@ std::pair<std::uintptr_t, std::uintptr_t> bounds(const py::array& a) {
 [[noreturn]] void raise_status(int code) { raise_status(code, GetStatusText(code)); }
 
 [[noreturn]] void raise_status(int code, const std::string& text) {
-    static py::object error = py::module_::import("vexilo3d._errors").attr("Error");
-    PyErr_SetObject(error.ptr(), py::make_tuple(code, text).ptr());
+    // Kept for the life of the process: a static py::object would be released after the
+    // interpreter has gone.
+    static PyObject* const error =
+        py::object(py::module_::import("vexilo3d._errors").attr("Error")).release().ptr();
+    PyErr_SetObject(error, py::make_tuple(code, text).ptr());
     throw py::error_already_set();
 }
 
