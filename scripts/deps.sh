@@ -9,6 +9,7 @@ packages=(
   libfftw3-dev
   clang libclang-rt-14-dev
   imagemagick python3-pil
+  python3-dev pybind11-dev python3-numpy python3-pytest python3-dask python3-distributed
   xvfb xauth
 )
 missing=()
