@@ -6,6 +6,11 @@
 #include "core/common.h"
 #include "core/parallel.h"
 
+#if defined(__GNUC__) && defined(__x86_64__)
+#include <immintrin.h>
+#define V3D_BYTE_PERMUTE 1
+#endif
+
 namespace v3d {
 namespace {
 
@@ -46,6 +51,37 @@ void count_channel(Volume* in, int c, uint64_t* block_counts, int blocks, uint64
 // d[x] = level[s[x]]; d may be s (equalization in place).
 void map_row(unsigned char* d, const unsigned char* s, int n, const unsigned char* level) {
     for (int x = 0; x < n; ++x) d[x] = level[s[x]];
+}
+
+#if defined(V3D_BYTE_PERMUTE)
+// The same 64 bytes at a time where the processor permutes bytes across a whole vector
+// (AVX-512 VBMI): two 128-entry lookups, chosen by each byte's top bit.
+__attribute__((target("avx512f,avx512bw,avx512vbmi"))) void map_row_permute(
+    unsigned char* d, const unsigned char* s, int n, const unsigned char* level) {
+    const __m512i t0 = _mm512_loadu_si512(level), t1 = _mm512_loadu_si512(level + 64);
+    const __m512i t2 = _mm512_loadu_si512(level + 128), t3 = _mm512_loadu_si512(level + 192);
+    for (int x = 0; x < n; x += 64) {
+        const __mmask64 m = n - x >= 64 ? ~__mmask64{0} : (__mmask64{1} << (n - x)) - 1;
+        const __m512i v = _mm512_maskz_loadu_epi8(m, s + x);
+        const __m512i low = _mm512_permutex2var_epi8(t0, v, t1);
+        const __m512i high = _mm512_permutex2var_epi8(t2, v, t3);
+        _mm512_mask_storeu_epi8(d + x, m, _mm512_mask_blend_epi8(_mm512_movepi8_mask(v), low, high));
+    }
+}
+
+bool can_permute_bytes() {
+    static const bool can = __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi");
+    return can;
+}
+#endif
+
+// The row mapping this processor runs fastest; every one gives the same bytes.
+using RowMap = void (*)(unsigned char*, const unsigned char*, int, const unsigned char*);
+RowMap fastest_row_map() {
+#if defined(V3D_BYTE_PERMUTE)
+    if (can_permute_bytes()) return map_row_permute;
+#endif
+    return map_row;
 }
 
 bool vectors_present(float* const* set, int n) {
@@ -105,6 +141,7 @@ int histeq3(Volume* in, Volume* out, float** cdf) {
     if (!lut) return kNoBuffer;
     const Voi r = voi_of(in);
     const int blocks = block_count(r.z1, r.z2, in != out);
+    const RowMap map = fastest_row_map();
     for (int c = 0; c < n; ++c) {
         unsigned char level[256];
         for (int v = 0; v < 256; ++v) {
@@ -116,7 +153,7 @@ int histeq3(Volume* in, Volume* out, float** cdf) {
         parallel_blocks(r.z1, r.z2, blocks, [&](int, int z_begin, int z_end) {
             for (int z = z_begin; z < z_end; ++z)
                 for (int y = r.y1; y < r.y2; ++y)
-                    map_row(dst[z][y] + r.x1, src[z][y] + r.x1, r.nx(), level);
+                    map(dst[z][y] + r.x1, src[z][y] + r.x1, r.nx(), level);
         });
     }
     return kOk;

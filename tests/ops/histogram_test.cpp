@@ -68,6 +68,43 @@ TEST(Histogram, RgbChannelsEqualizeWithTheirOwnCounts) {
     v3d::set_thread_count(0);
 }
 
+// Rows longer than the 64-byte steps of the vectorised mapping, with a tail, every level
+// present (both halves of the lookup table), in place and into another volume.
+TEST(Histogram, LongRowsMapEveryLevel) {
+    Vol in(3, 5, 150), out(3, 5, 150);
+    t3d::fill_random(&in, 4);
+    for (int v = 0; v < 256; ++v) in.uc(1 + v % 2, 1 + v % 3, 5 + v % 141) = static_cast<unsigned char>(v);
+    in.voi(1, 3, 1, 4, 5, 146);  // 141 columns: two whole steps and a tail
+    std::vector<int> n(256, 0);
+    for (int z = 1; z < 3; ++z)
+        for (int y = 1; y < 4; ++y)
+            for (int x = 5; x < 146; ++x) ++n[in.uc(z, y, x)];
+    std::vector<float> cdf(256);
+    float run = 0;
+    for (int i = 0; i < 256; ++i) cdf[i] = run += n[i] / (141.0f * 3.0f * 2.0f);
+    auto expected = t3d::snapshot(&in);
+    for (int z = 1; z < 3; ++z)
+        for (int y = 1; y < 4; ++y)
+            for (int x = 5; x < 146; ++x)
+                expected[(z * 5 + y) * 150 + x] = static_cast<int>(cdf[in.uc(z, y, x)] * 255.0f + 0.5);
+    auto copy_of_in = [&] {
+        in.voi(0, 3, 0, 5, 0, 150);
+        ASSERT_EQ(CopyVolume(&in, &out, 0, 0, 0), 0);
+        in.voi(1, 3, 1, 4, 5, 146);
+        out.voi(1, 3, 1, 4, 5, 146);
+    };
+    for (int threads : {1, 2}) {
+        v3d::set_thread_count(threads);
+        copy_of_in();
+        ASSERT_EQ(HistogramEqual3d(&out, &out), 0);
+        EXPECT_EQ(t3d::snapshot(&out), expected);
+        copy_of_in();
+        ASSERT_EQ(HistogramEqual3d(&in, &out), 0);
+        EXPECT_EQ(t3d::snapshot(&out), expected);
+    }
+    v3d::set_thread_count(0);
+}
+
 TEST(Histogram, DarkestLevelIsNotStretchedToBlack) {
     Vol v(1, 1, 4), out(1, 1, 4);
     v.uc(0, 0, 0) = 10, v.uc(0, 0, 1) = 20, v.uc(0, 0, 2) = 20, v.uc(0, 0, 3) = 30;
