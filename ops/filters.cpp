@@ -15,11 +15,17 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "core/common.h"
 #include "core/parallel.h"
+#include "ops/simd.h"
 #include "ops/sort.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace v3d {
 namespace {
@@ -138,23 +144,32 @@ struct Exchange {
     uint16_t lo, hi;
 };
 
-// Batcher's odd-even merge sort of p wires (a power of two), reduced to the exchanges that can
-// change wire `target` when wires n..p-1 start with the largest value: an exchange whose upper
-// wire still holds that padding changes nothing, and one that feeds no later exchange of the
-// target's wire is not needed.
-std::vector<Exchange> median_network(int n, int p, int target) {
-    std::vector<Exchange> all;
-    std::vector<bool> padding(p, false);
-    for (int i = n; i < p; ++i) padding[i] = true;
+// Batcher's odd-even merge sort of p wires (a power of two): calls emit(step, a, b) for every
+// exchange of merge step `step` (1, 2, 4 ...) that can move a value, wires marked in padding
+// holding the largest value (an exchange whose upper wire holds it changes nothing, one whose
+// lower wire holds it moves it up).
+template <class Padding, class Emit> constexpr void batcher_exchanges(int p, Padding& padding, Emit&& emit) {
     for (int step = 1; step < p; step *= 2)
         for (int k = step; k >= 1; k /= 2)
             for (int j = k % step; j + k < p; j += 2 * k)
                 for (int i = 0; i < k && i + j + k < p; ++i) {
                     const int a = i + j, b = i + j + k;
                     if (a / (2 * step) != b / (2 * step) || padding[b]) continue;
-                    all.push_back({static_cast<uint16_t>(a), static_cast<uint16_t>(b)});
                     if (padding[a]) padding[a] = false, padding[b] = true;
+                    emit(step, a, b);
                 }
+}
+
+// The network of Batcher's sort of p wires, wires n..p-1 padding, reduced to the exchanges
+// that can change wire `target`: one that feeds no later exchange of the target's wire is not
+// needed.
+std::vector<Exchange> median_network(int n, int p, int target) {
+    std::vector<Exchange> all;
+    std::vector<bool> padding(p, false);
+    for (int i = n; i < p; ++i) padding[i] = true;
+    batcher_exchanges(p, padding, [&](int, int a, int b) {
+        all.push_back({static_cast<uint16_t>(a), static_cast<uint16_t>(b)});
+    });
     std::vector<bool> needed(p, false);
     needed[target] = true;
     std::vector<Exchange> kept;
@@ -175,7 +190,7 @@ int next_power_of_two(int n) {
 
 // Median of a row of centres by the network; lanes holds p * kLanes bytes, the padding wires
 // already set to 255.
-void median_row_network(UC* dst, const Centres& k, const Window& w, const UC* const* rows,
+V3D_ROW_CLONES void median_row_network(UC* dst, const Centres& k, const Window& w, const UC* const* rows,
                         const std::vector<Exchange>& net, UC* lanes) {
     const int nrows = w.wz * w.wy, n = static_cast<int>(w.size());
     for (int x0 = k.x1; x0 < k.x2; x0 += kLanes) {
@@ -196,6 +211,109 @@ void median_row_network(UC* dst, const Centres& k, const Window& w, const UC* co
         std::memcpy(dst + x0, lanes + (n / 2) * kLanes, count);
     }
 }
+
+#if defined(V3D_VECTORS)
+// ---- Median of windows of 27 by merging sorted columns ------------------------------------
+//
+// A window of 3 columns (wx = 3) of nine values (wz x wy = 9) has 27 values, the median being
+// the 14th smallest. Every column of the row is sorted once; every two neighbouring sorted
+// columns are merged once, keeping the positions 5..14 (1-based) of the 18 that the median can
+// be; a centre's median is then the 14th smallest of a merged pair A and its third column B:
+// the least over j = 0..9 of max(A[14 - j], B[j]), B[0] standing below everything (the 14
+// smallest lie in some first i of A and first j of B, i + j = 14). Each pair serves the
+// centres on both of its sides. 64 centres at a time, one byte lane each, every wire of a
+// network in a vector register.
+
+using simd::u8x64;
+
+// A comparator network known at compile time.
+template <int kMax> struct FixedNetwork {
+    Exchange e[kMax] = {};
+    int size = 0;
+};
+
+// Batcher's network of p <= 64 wires whose wires in padding_mask hold the largest value, from
+// merge step from_step on (the earlier steps only sort runs that come sorted), reduced to the
+// exchanges that reach wires [t1, t2).
+template <int kMax>
+constexpr FixedNetwork<kMax> fixed_network(int p, uint64_t padding_mask, int from_step, int t1, int t2) {
+    bool padding[64] = {};
+    for (int i = 0; i < p; ++i) padding[i] = (padding_mask >> i) & 1;
+    Exchange all[512] = {};
+    int n = 0;
+    batcher_exchanges(p, padding, [&](int step, int a, int b) {
+        if (step >= from_step) all[n++] = {static_cast<uint16_t>(a), static_cast<uint16_t>(b)};
+    });
+    bool needed[64] = {};
+    for (int t = t1; t < t2; ++t) needed[t] = true;
+    Exchange kept[512] = {};
+    int m = 0;
+    for (int i = n - 1; i >= 0; --i)
+        if (needed[all[i].lo] || needed[all[i].hi]) {
+            needed[all[i].lo] = needed[all[i].hi] = true;
+            kept[m++] = all[i];
+        }
+    FixedNetwork<kMax> net;
+    for (int i = 0; i < m; ++i) net.e[i] = kept[m - 1 - i];
+    net.size = m;
+    return net;
+}
+
+// Sorts nine wires (9..15 padding).
+constexpr auto kSortNine = fixed_network<32>(16, 0xfe00, 1, 0, 9);
+// Merges sorted wires 0..8 with sorted wires 16..24 into positions 4..13 (0-based).
+constexpr auto kMergeNines = fixed_network<48>(32, 0xfe00fe00u, 16, 4, 14);
+
+V3D_ALWAYS_INLINE void exchange(u8x64& a, u8x64& b) {
+    const u8x64 low = simd::vmin(a, b);
+    b = simd::vmax(a, b);
+    a = low;
+}
+template <const auto& kNet, std::size_t... I>
+V3D_ALWAYS_INLINE void run_network(u8x64* w, std::index_sequence<I...>) {
+    (exchange(w[kNet.e[I].lo], w[kNet.e[I].hi]), ...);
+}
+template <const auto& kNet> V3D_ALWAYS_INLINE void run_network(u8x64* w) {
+    run_network<kNet>(w, std::make_index_sequence<kNet.size>());
+}
+
+constexpr int kMedian27MinWidth = 66;  // whole vectors of columns, pairs and centres
+
+// One row of centres: rows are the window's nine input rows, the VOI's columns x1 .. x1+nx-1
+// (nx >= kMedian27MinWidth), work holds 19 * nx bytes.
+V3D_ROW_CLONES void median27_row(UC* dst, const UC* const* rows, int x1, int nx, UC* work) {
+    using simd::load64;
+    using simd::store64;
+    UC* column = work;         // [k * nx + j]: the (k+1)-th smallest of column x1 + j
+    UC* pair = work + 9 * nx;  // [k * nx + j]: the (k+5)-th smallest of columns j and j + 1
+    for (int j0 = 0; j0 < nx; j0 += 64) {  // the last vector overlaps the one before
+        const int j = std::min(j0, nx - 64);
+        u8x64 w[9];
+        for (int k = 0; k < 9; ++k) w[k] = load64(rows[k] + x1 + j);
+        run_network<kSortNine>(w);
+        for (int k = 0; k < 9; ++k) store64(column + k * nx + j, w[k]);
+    }
+    for (int j0 = 0; j0 < nx - 1; j0 += 64) {
+        const int j = std::min(j0, nx - 65);
+        u8x64 w[32];
+        for (int k = 0; k < 32; ++k) w[k] = u8x64{} + 255;
+        for (int k = 0; k < 9; ++k) {
+            w[k] = load64(column + k * nx + j);
+            w[16 + k] = load64(column + k * nx + j + 1);
+        }
+        run_network<kMergeNines>(w);
+        for (int k = 0; k < 10; ++k) store64(pair + k * nx + j, w[4 + k]);
+    }
+    for (int j0 = 1; j0 < nx - 1; j0 += 64) {  // centres j..j+63: pair j, j+1 and column j-1
+        const int j = std::min(j0, nx - 65);
+        u8x64 m = load64(pair + 9 * nx + j);
+        for (int b = 1; b <= 9; ++b)
+            m = simd::vmin(m, simd::vmax(load64(pair + (9 - b) * nx + j), load64(column + (b - 1) * nx + j - 1)));
+        store64(dst + x1 + j, m);
+    }
+}
+
+#endif
 
 // ---- Running median ----------------------------------------------------------------------
 
@@ -241,39 +359,173 @@ void running_median_row(UC* dst, const Centres& k, const Window& w, Scratch s) {
     }
 }
 
+#if defined(V3D_VECTORS)
+// ---- Running median by column histograms ------------------------------------------------------
+//
+// For a row of centres every VOI column keeps the histogram of its wz x wy values (frames
+// z-hz..z+hz, rows y-hy..y+hy); the next row takes wz values out of each column and puts wz
+// in. The window's histogram then slides along X a column at a time, in 16 coarse bins of 16
+// levels always, and in the 16 fine bins of a coarse bin only when the median falls in it:
+// each coarse bin remembers the window start its fine counts were last brought to and catches
+// up column by column, or sums its columns afresh when far behind. The median is found from
+// prefix sums without branches. Counts are 16-bit: windows of up to 65535 values.
+
+using simd::u16x16;
+
+constexpr long long kMaxColumnHistogramWindow = 65535;
+
+// The running sums of the 16 counts of v.
+V3D_ALWAYS_INLINE u16x16 prefix_sums(u16x16 v) {
+    const u16x16 zero = {};
+    v += __builtin_shuffle(zero, v, u16x16{0, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30});
+    v += __builtin_shuffle(zero, v, u16x16{0, 1, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29});
+    v += __builtin_shuffle(zero, v, u16x16{0, 1, 2, 3, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27});
+    v += __builtin_shuffle(zero, v, u16x16{0, 1, 2, 3, 4, 5, 6, 7, 16, 17, 18, 19, 20, 21, 22, 23});
+    return v;
+}
+
+// How many of the ascending sums are at most t (0 <= t < 65536): the first bin whose sum
+// passes t.
+V3D_ALWAYS_INLINE int count_at_most(u16x16 sums, int t) {
+    const auto at_most = sums <= static_cast<uint16_t>(t);  // -1 or 0 per lane
+#if defined(__SSE2__)
+    typedef int8_t i8x16 __attribute__((vector_size(16)));
+    return __builtin_popcount(_mm_movemask_epi8(reinterpret_cast<__m128i>(__builtin_convertvector(at_most, i8x16))));
+#else
+    int n = 0;
+    for (int i = 0; i < 16; ++i) n -= at_most[i];
+    return n;
+#endif
+}
+
+// Work memory of one block of frames.
+struct ColumnHistograms {
+    uint16_t* fine;    // 256 counts per VOI column
+    uint16_t* coarse;  // 16 counts per VOI column
+    uint16_t* window;  // the window's fine counts
+    static std::size_t shorts(int nx) { return static_cast<std::size_t>(nx) * 272 + 256; }
+    explicit ColumnHistograms(uint16_t* p, int nx)
+        : fine(p), coarse(p + static_cast<std::size_t>(nx) * 256), window(coarse + static_cast<std::size_t>(nx) * 16) {}
+};
+
+// Adds (+1) or removes (-1) the values of row (VOI columns) to and from the columns.
+V3D_ALWAYS_INLINE void count_row(ColumnHistograms& h, const UC* row, int nx, int sign) {
+    for (int j = 0; j < nx; ++j) {
+        h.fine[j * 256 + row[j]] += sign;
+        h.coarse[j * 16 + (row[j] >> 4)] += sign;
+    }
+}
+
+// The medians of the centres of frame z of one channel.
+V3D_ROW_CLONES void column_histogram_frame(UC*** src, UC*** dst, const Voi& r, const Window& w,
+                                           const Centres& k, int z, ColumnHistograms h) {
+    const int nx = r.nx(), hx = w.hx(), hy = w.hy(), hz = w.hz(), wx = w.wx;
+    const int half = static_cast<int>(w.size() / 2);
+    std::memset(h.fine, 0, sizeof(uint16_t) * 272 * static_cast<std::size_t>(nx));
+    for (int dz = -hz; dz <= hz; ++dz)
+        for (int dy = -hy; dy <= hy; ++dy) count_row(h, src[z + dz][k.y1 + dy] + r.x1, nx, 1);
+    for (int y = k.y1; y < k.y2; ++y) {
+        if (y > k.y1)
+            for (int dz = -hz; dz <= hz; ++dz) {
+                count_row(h, src[z + dz][y - hy - 1] + r.x1, nx, -1);
+                count_row(h, src[z + dz][y + hy] + r.x1, nx, 1);
+            }
+        u16x16 coarse = {};
+        for (int j = 0; j < wx; ++j) coarse += simd::load16(h.coarse + j * 16);
+        int brought_to[16];  // window start of each coarse bin's fine counts
+        for (int& b : brought_to) b = -wx;
+        UC* out = dst[z][y];
+        for (int start = 0; start + wx <= nx; ++start) {  // window columns start .. start+wx-1
+            if (start > 0)
+                coarse += simd::load16(h.coarse + (start + wx - 1) * 16) - simd::load16(h.coarse + (start - 1) * 16);
+            const u16x16 sums = prefix_sums(coarse);
+            const int bin = count_at_most(sums, half);
+            uint16_t below[17] = {0};
+            simd::store16(below + 1, sums);
+            const int under = below[bin];
+            const uint16_t* column = h.fine + bin * 16;
+            u16x16 fine;
+            if (2 * (start - brought_to[bin]) > wx) {
+                fine = u16x16{};
+                for (int j = start; j < start + wx; ++j) fine += simd::load16(column + j * 256);
+            } else {
+                fine = simd::load16(h.window + bin * 16);
+                for (int j = brought_to[bin] + 1; j <= start; ++j)
+                    fine += simd::load16(column + (j + wx - 1) * 256) - simd::load16(column + (j - 1) * 256);
+            }
+            simd::store16(h.window + bin * 16, fine);
+            brought_to[bin] = start;
+            out[r.x1 + start + hx] = static_cast<UC>(bin * 16 + count_at_most(prefix_sums(fine), half - under));
+        }
+    }
+}
+
+// run_median3 for in != out and windows of at most kMaxColumnHistogramWindow values.
+int column_histogram_median(Volume* in, Volume* out, const Window& w) {
+    const Voi r = voi_of(in);
+    const Centres k = centres_of(in, w);
+    const int blocks = block_count(k.z1, k.z2, true);
+    const std::size_t per_block = ColumnHistograms::shorts(r.nx());
+    auto work = make_buffer<uint16_t>(per_block * blocks);
+    if (!work) return kNoBuffer;
+    for_each_channel(in, [&](int c) {
+        UC*** src = voxels<UC>(in, c);
+        UC*** dst = voxels<UC>(out, c);
+        parallel_blocks(k.z1, k.z2, blocks, [&](int b, int z_begin, int z_end) {
+            for (int z = z_begin; z < z_end; ++z)
+                column_histogram_frame(src, dst, r, w, k, z, ColumnHistograms(work.get() + per_block * b, r.nx()));
+        });
+    });
+    return kOk;
+}
+
+#endif
+
 // ---- Moving average ------------------------------------------------------------------------
 
-// Row kernels of the moving average (plain pointers and counts, so that they vectorise).
-void add_bytes(int* __restrict p, const UC* __restrict a, int n) {
-    for (int x = 0; x < n; ++x) p[x] += a[x];
+// Row kernels of the moving average over sums of type S (16-bit where 255 * N fits, else
+// int): plain pointers and counts, so that they vectorise. The sums only grow and shrink by
+// whole values, so 16-bit wrap-around in between cannot change them.
+template <class S> V3D_ROW_CLONES void add_bytes(S* __restrict p, const UC* __restrict a, int n) {
+    for (int x = 0; x < n; ++x) p[x] = static_cast<S>(p[x] + a[x]);
 }
-void slide_bytes(int* __restrict p, const UC* __restrict add, const UC* __restrict sub, int n) {
-    for (int x = 0; x < n; ++x) p[x] += add[x] - sub[x];
+template <class S>
+V3D_ROW_CLONES void slide_bytes(S* __restrict p, const UC* __restrict add, const UC* __restrict sub, int n) {
+    for (int x = 0; x < n; ++x) p[x] = static_cast<S>(p[x] + add[x] - sub[x]);
 }
-void add_ints(int* __restrict p, const int* __restrict a, int n) {
-    for (int x = 0; x < n; ++x) p[x] += a[x];
+template <class S> V3D_ROW_CLONES void add_sums(S* __restrict p, const S* __restrict a, int n) {
+    for (int x = 0; x < n; ++x) p[x] = static_cast<S>(p[x] + a[x]);
 }
-void slide_ints(int* __restrict p, const int* __restrict add, const int* __restrict sub, int n) {
-    for (int x = 0; x < n; ++x) p[x] += add[x] - sub[x];
+template <class S>
+V3D_ROW_CLONES void slide_sums(S* __restrict p, const S* __restrict add, const S* __restrict sub, int n) {
+    for (int x = 0; x < n; ++x) p[x] = static_cast<S>(p[x] + add[x] - sub[x]);
 }
 
-// sums[i] = q[i] + ... + q[i+w-1] for i < count: shifted adds for short windows, a running
-// sum for long ones.
-void window_sums(int* __restrict sums, const int* __restrict q, int count, int w) {
-    if (w <= 9) {
-        std::memcpy(sums, q, count * sizeof(int));
-        for (int j = 1; j < w; ++j) add_ints(sums, q + j, count);
+// The rounded mean of a window sum s of n (odd) values: the integer part of (s / n + 0.5), the
+// quotient in single precision. s / n is never a half-integer for odd n and lies at least
+// 1 / (2n) from one, while the single-precision quotient is within 2^-17 of it, so the result
+// is s / n rounded to the nearest integer, which is also (2s + n) / (2n) rounded down. For n
+// below 16384, (2s + n) times a single-precision 1 / (2n) stays within 2^-15 of that quotient
+// (which lies at least 1 / (2n) from an integer), so its integer part is the same: a multiply
+// in place of a division.
+struct MeanRounding {
+    int n;
+    float half_reciprocal;  // 1 / (2n)
+    bool by_multiply;
+    explicit MeanRounding(long long count)
+        : n(static_cast<int>(count)), half_reciprocal(1.0f / (2.0f * static_cast<float>(count))),
+          by_multiply(count < 16384) {}
+};
+
+// d[i] = the rounded mean of sums[i].
+template <class S>
+V3D_ROW_CLONES void write_means(UC* __restrict d, const S* __restrict sums, int count, MeanRounding m) {
+    if (m.by_multiply) {
+        for (int i = 0; i < count; ++i)
+            d[i] = static_cast<UC>(static_cast<int>(static_cast<float>(2 * static_cast<int>(sums[i]) + m.n) * m.half_reciprocal));
         return;
     }
-    int s = 0;
-    for (int j = 0; j < w; ++j) s += q[j];
-    sums[0] = s;
-    for (int i = 1; i < count; ++i) sums[i] = s += q[i + w - 1] - q[i - 1];
-}
-
-// d[i] = the integer part of (sums[i] / n + 0.5), the quotient in single precision and the
-// half added exactly (as C adds it in double precision).
-void write_means(UC* __restrict d, const int* __restrict sums, int count, float n) {
+    const float n = static_cast<float>(m.n);
     for (int i = 0; i < count; ++i) {
         const float q = static_cast<float>(sums[i]) / n;
         const int t = static_cast<int>(q);
@@ -281,31 +533,65 @@ void write_means(UC* __restrict d, const int* __restrict sums, int count, float 
     }
 }
 
-// Window sums by running sums along Z and Y and shifted sums along X, then the rounded means.
-// Requires in != out and sums that fit an int.
-int moving_average_separable(Volume* in, Volume* out, const Window& w) {
+// The same for the sums of kW neighbouring entries: d[i] = mean of q[i] + ... + q[i+kW-1].
+template <int kW, class S>
+V3D_ROW_CLONES void write_window_means(UC* __restrict d, const S* __restrict q, int count, MeanRounding m) {
+    for (int i = 0; i < count; ++i) {
+        int s = 0;
+        for (int j = 0; j < kW; ++j) s += q[i + j];
+        d[i] = static_cast<UC>(static_cast<int>(static_cast<float>(2 * s + m.n) * m.half_reciprocal));
+    }
+}
+
+// sums[i] = q[i] + ... + q[i+w-1] for i < count, as a running sum.
+template <class S> void window_sums(S* sums, const S* q, int count, int w) {
+    int s = 0;
+    for (int j = 0; j < w; ++j) s += q[j];
+    sums[0] = static_cast<S>(s);
+    for (int i = 1; i < count; ++i) sums[i] = static_cast<S>(s += q[i + w - 1] - q[i - 1]);
+}
+
+// One row of means from the row of sums along Z and Y (row, count + wx - 1 entries).
+template <class S> void row_means(UC* d, const S* row, S* sums, int count, int wx, MeanRounding m) {
+    if (m.by_multiply) {
+        switch (wx) {
+            case 1: return write_means(d, row, count, m);
+            case 3: return write_window_means<3>(d, row, count, m);
+            case 5: return write_window_means<5>(d, row, count, m);
+            case 7: return write_window_means<7>(d, row, count, m);
+            case 9: return write_window_means<9>(d, row, count, m);
+            default: break;
+        }
+    }
+    window_sums(sums, row, count, wx);
+    write_means(d, sums, count, m);
+}
+
+// Window sums by running sums along Z and Y and sums along X, then the rounded means.
+// Requires in != out and window sums that fit S.
+template <class S> int moving_average_separable(Volume* in, Volume* out, const Window& w) {
     const Voi r = voi_of(in);
     const Centres k = centres_of(in, w);
     const int nx = r.nx(), ny = r.ny(), hz = w.hz(), hy = w.hy(), wy = w.wy, wx = w.wx;
     const int count = k.x2 - k.x1;
-    const float n = static_cast<float>(w.size());
+    const MeanRounding rounding(w.size());
     const int blocks = block_count(k.z1, k.z2, true);
     const std::size_t per_block = static_cast<std::size_t>(ny + 2) * nx;
-    auto scratch = make_buffer<int>(per_block * blocks);
+    auto scratch = make_buffer<S>(per_block * blocks);
     if (!scratch) return kNoBuffer;
     for_each_channel(in, [&](int c) {
         UC*** src = voxels<UC>(in, c);
         UC*** dst = voxels<UC>(out, c);
         parallel_blocks(k.z1, k.z2, blocks, [&, src, dst](int b, int z_begin, int z_end) {
-            int* plane = scratch.get() + per_block * b;  // sums along Z: ny rows of nx
-            int* row = plane + static_cast<std::size_t>(ny) * nx;  // sums along Z and Y
-            int* sums = row + nx;                                  // whole-window sums
+            S* plane = scratch.get() + per_block * b;             // sums along Z: ny rows of nx
+            S* row = plane + static_cast<std::size_t>(ny) * nx;  // sums along Z and Y
+            S* sums = row + nx;                                   // whole-window sums
             auto plane_row = [&](int y) { return plane + static_cast<std::size_t>(y) * nx; };
             for (int z = z_begin; z < z_end; ++z) {
                 for (int y = 0; y < ny; ++y) {
                     const int vy = r.y1 + y;
                     if (z == z_begin) {
-                        std::fill(plane_row(y), plane_row(y) + nx, 0);
+                        std::fill(plane_row(y), plane_row(y) + nx, S{0});
                         for (int dz = -hz; dz <= hz; ++dz) add_bytes(plane_row(y), src[z + dz][vy] + r.x1, nx);
                     } else {
                         slide_bytes(plane_row(y), src[z + hz][vy] + r.x1, src[z - hz - 1][vy] + r.x1, nx);
@@ -314,13 +600,12 @@ int moving_average_separable(Volume* in, Volume* out, const Window& w) {
                 for (int y = k.y1; y < k.y2; ++y) {
                     const int top = y - r.y1 - hy;
                     if (y == k.y1) {
-                        std::fill(row, row + nx, 0);
-                        for (int dy = 0; dy < wy; ++dy) add_ints(row, plane_row(top + dy), nx);
+                        std::fill(row, row + nx, S{0});
+                        for (int dy = 0; dy < wy; ++dy) add_sums(row, plane_row(top + dy), nx);
                     } else {
-                        slide_ints(row, plane_row(top + wy - 1), plane_row(top - 1), nx);
+                        slide_sums(row, plane_row(top + wy - 1), plane_row(top - 1), nx);
                     }
-                    window_sums(sums, row, count, wx);
-                    write_means(dst[z][y] + k.x1, sums, count, n);
+                    row_means(dst[z][y] + k.x1, row, sums, count, wx, rounding);
                 }
             }
         });
@@ -356,11 +641,9 @@ template <bool kMax, class Line> void slide_lines(Line line, int len, int width,
         for (int i = 0; i + w <= len; ++i) combine<kMax>(line(i), line(i + w - span), width);
 }
 
-// Separable running extreme: X and Y within each frame into the temporary t, then Z. Every
-// input voxel is read before the first output voxel is written.
-template <bool kMax> int running_extreme(Volume* in, Volume* out, int wz, int wy, int wx) {
-    V3D_CHECK(check_pair(in, out, kUC, kAnyColor));
-    if (!odd_window_fits(in, wz, wy, wx)) return kInvalidWindow;
+// Separable running extreme for long windows: X and Y within each frame into the whole-VOI
+// temporary t, then Z. Every input voxel is read before the first output voxel is written.
+template <bool kMax> int running_extreme_whole(Volume* in, Volume* out, int wz, int wy, int wx) {
     const Voi r = voi_of(in);
     const int nz = r.nz(), ny = r.ny(), nx = r.nx();
     const int width = nx - wx + 1, rows = ny - wy + 1, frames = nz - wz + 1;
@@ -395,6 +678,108 @@ template <bool kMax> int running_extreme(Volume* in, Volume* out, int wz, int wy
     return kOk;
 }
 
+// Lines of bytes: rows of a volume frame (a row table and a first column) or lines at a stride
+// in a buffer.
+struct Lines {
+    UC* const* table;
+    UC* base;
+    std::size_t stride;
+    int column;
+    static Lines rows(UC* const* table, int column) { return {table, nullptr, 0, column}; }
+    static Lines buffer(UC* base, std::size_t stride) { return {nullptr, base, stride, 0}; }
+    UC* at(int line) const { return table ? table[line] + column : base + stride * static_cast<std::size_t>(line); }
+};
+
+// For each line l < lines: d(l)[i] = the extreme of s(l)[i + k * step], k < count, i < n.
+// The destinations are none of the sources.
+template <bool kMax>
+V3D_ROW_CLONES void fold_lines(Lines d, Lines s, int lines, std::size_t step, int count, int n) {
+    for (int l = 0; l < lines; ++l) {
+        UC* __restrict out = d.at(l);
+        const UC* src = s.at(l);
+        int i = 0;
+#if defined(V3D_VECTORS)
+        for (int i0 = 0; n >= 64 && i0 < n; i0 += 64) {  // the last vector overlaps the one before
+            i = std::min(i0, n - 64);
+            simd::u8x64 v = simd::load64(src + i);
+            for (int k = 1; k < count; ++k) {
+                const simd::u8x64 e = simd::load64(src + k * step + i);
+                v = kMax ? simd::vmax(v, e) : simd::vmin(v, e);
+            }
+            simd::store64(out + i, v);
+        }
+        if (n >= 64) continue;
+#endif
+        for (; i < n; ++i) {
+            UC v = src[i];
+            for (int k = 1; k < count; ++k) v = pick<kMax>(v, src[k * step + i]);
+            out[i] = v;
+        }
+    }
+}
+
+// Windows up to this long on every axis fold their values directly.
+constexpr int kFoldedWindow = 16;
+
+// The running extreme of short windows, frames [z_begin, z_end) of centres (VOI-relative) of
+// one channel: each input frame folded along X and along Y into a plane of a ring that holds
+// the wz latest planes; each output frame folds the ring. An input frame is read before the
+// output frame of the same index is written, so in == out is served in one run.
+template <bool kMax> class FoldedExtreme {
+public:
+    FoldedExtreme(const Voi& r, int wz, int wy, int wx)
+        : r_(r), wz_(wz), wy_(wy), wx_(wx), width_(r.nx() - wx + 1), rows_(r.ny() - wy + 1) {}
+
+    std::size_t bytes() const {
+        return (static_cast<std::size_t>(wz_) * rows_ + r_.ny()) * static_cast<std::size_t>(width_);
+    }
+
+    void run(UC*** src, UC*** dst, int z_begin, int z_end, UC* work) const {
+        const std::size_t plane = static_cast<std::size_t>(rows_) * width_;
+        const Lines folded_rows = Lines::buffer(work + wz_ * plane, width_);
+        for (int f = z_begin; f < z_end + wz_ - 1; ++f) {  // input frame r.z1 + f
+            const Lines ring_plane = Lines::buffer(work + static_cast<std::size_t>(f % wz_) * plane, width_);
+            fold_lines<kMax>(folded_rows, Lines::rows(src[r_.z1 + f] + r_.y1, r_.x1), r_.ny(), 1, wx_, width_);
+            fold_lines<kMax>(ring_plane, folded_rows, rows_, width_, wy_, width_);
+            const int centre = f - wz_ + 1;  // the output frame whose window ends at f
+            if (centre < z_begin) continue;
+            fold_lines<kMax>(Lines::rows(dst[r_.z1 + centre + wz_ / 2] + r_.y1 + wy_ / 2, r_.x1 + wx_ / 2),
+                             Lines::buffer(work, width_), rows_, plane, wz_, width_);
+        }
+    }
+
+private:
+    Voi r_;
+    int wz_, wy_, wx_, width_, rows_;
+};
+
+// Short windows through the ring, frames split over the threads when in != out. -530 when the
+// rings cannot be had, as for the whole-VOI temporary.
+template <bool kMax> int running_extreme_folded(Volume* in, Volume* out, int wz, int wy, int wx) {
+    const Voi r = voi_of(in);
+    FoldedExtreme<kMax> fold(r, wz, wy, wx);
+    const int frames = r.nz() - wz + 1;
+    const int blocks = block_count(0, frames, in != out);
+    auto work = make_io_buffer<UC>(fold.bytes() * blocks);
+    if (!work) return kNoVolume;
+    for_each_channel(in, [&](int c) {
+        UC*** src = voxels<UC>(in, c);
+        UC*** dst = voxels<UC>(out, c);
+        parallel_blocks(0, frames, blocks, [&](int b, int z_begin, int z_end) {
+            fold.run(src, dst, z_begin, z_end, work.get() + fold.bytes() * b);
+        });
+    });
+    return kOk;
+}
+
+template <bool kMax> int running_extreme(Volume* in, Volume* out, int wz, int wy, int wx) {
+    V3D_CHECK(check_pair(in, out, kUC, kAnyColor));
+    if (!odd_window_fits(in, wz, wy, wx)) return kInvalidWindow;
+    if (wz <= kFoldedWindow && wy <= kFoldedWindow && wx <= kFoldedWindow)
+        return running_extreme_folded<kMax>(in, out, wz, wy, wx);
+    return running_extreme_whole<kMax>(in, out, wz, wy, wx);
+}
+
 // ---- Wiener filter -------------------------------------------------------------------------
 
 int check_f_grey(Volume* v) { return CheckVolume(v, kF, kGrey); }
@@ -410,7 +795,8 @@ int mov_ave3(Volume* in, Volume* out, int wz, int wy, int wx) {
     V3D_CHECK(check_pair(in, out, kUC, kAnyColor));
     if (!odd_window_fits(in, wz, wy, wx)) return kInvalidWindow;
     const Window w{wz, wy, wx};
-    if (in != out && 255 * w.size() <= INT_MAX) return moving_average_separable(in, out, w);
+    if (in != out && 255 * w.size() <= UINT16_MAX) return moving_average_separable<uint16_t>(in, out, w);
+    if (in != out && 255 * w.size() <= INT_MAX) return moving_average_separable<int>(in, out, w);
     const float n = static_cast<float>(w.size());
     const Centres k = centres_of(in, w);
     return for_each_centre_row(in, out, w, 0, 0, [&](int c, int z, int y, Scratch s) {
@@ -429,6 +815,15 @@ int median3(Volume* in, Volume* out, int wz, int wy, int wx) {
     if (!odd_window_fits(in, wz, wy, wx)) return kInvalidWindow;
     const Window w{wz, wy, wx};
     const Centres k = centres_of(in, w);
+#if defined(V3D_VECTORS)
+    const Voi r = voi_of(in);
+    if (in != out && w.wx == 3 && w.wz * w.wy == 9 && r.nx() >= kMedian27MinWidth) {
+        return for_each_centre_row(in, out, w, 0, 19 * static_cast<std::size_t>(r.nx()),
+                                   [&](int c, int z, int y, Scratch s) {
+            median27_row(voxels<UC>(out, c)[z][y], s.rows, r.x1, r.nx(), s.bytes);
+        });
+    }
+#endif
     if (in != out && w.size() <= kMaxNetworkWires) {
         const int n = static_cast<int>(w.size()), p = next_power_of_two(n);
         std::vector<Exchange> net;
@@ -453,6 +848,9 @@ int run_median3(Volume* in, Volume* out, int wz, int wy, int wx) {
     V3D_CHECK(check_pair(in, out, kUC, kAnyColor));
     if (!odd_window_fits(in, wz, wy, wx)) return kInvalidWindow;
     const Window w{wz, wy, wx};
+#if defined(V3D_VECTORS)
+    if (in != out && w.size() <= kMaxColumnHistogramWindow) return column_histogram_median(in, out, w);
+#endif
     const Centres k = centres_of(in, w);
     return for_each_centre_row(in, out, w, 256 + w.size(), 0, [&](int c, int z, int y, Scratch s) {
         UC* dst = voxels<UC>(out, c)[z][y];

@@ -128,6 +128,64 @@ TEST(BoxFilters, InPlaceReadsReplacedValues) {
     EXPECT_EQ(run_median3(&r.in, &r.in, 5, 7, 9), 0);
 }
 
+// Rows long enough for the vectorised formulations (64 centres at a time, the last step
+// overlapping the one before): an RGB volume with a VOI away from the origin, windows that take
+// every formulation (27 values by sorted columns, column histograms, folded extremes up to 16
+// long and the whole-VOI pass beyond), one thread and three.
+TEST(BoxFilters, WideVolumesMatchBruteForce) {
+    const std::array<int, 3> shapes[] = {{3, 3, 3}, {9, 1, 3}, {1, 3, 3}, {5, 5, 5}, {3, 7, 15}, {1, 3, 17}};
+    const std::pair<BoxFilter, const Rule*> filters[] = {
+        {median3, &kMedian}, {run_median3, &kMedian}, {run_max3, &kMax}, {run_min3, &kMin}, {mov_ave3, &kMean}};
+    for (int range : {256, 5}) {  // spread values, and many ties
+        Vol in(11, 9, 150, 1, 2), out(12, 9, 151, 1, 2);
+        t3d::fill_random(&in, 21, range);
+        in.voi(1, 10, 1, 9, 4, 147);  // 143 columns
+        for (int threads : {1, 3}) {
+            v3d::set_thread_count(threads);
+            for (const auto& w : shapes)
+                for (const auto& [filter, rule] : filters) {
+                    t3d::fill_random(&out, 22);
+                    const auto expected = reference(&in, &out, w[0], w[1], w[2], *rule);
+                    ASSERT_EQ(filter(&in, &out, w[0], w[1], w[2]), 0);
+                    ASSERT_EQ(t3d::snapshot(&out), expected)
+                        << "window " << w[0] << "x" << w[1] << "x" << w[2] << ", range " << range;
+                }
+        }
+    }
+    v3d::set_thread_count(0);
+}
+
+// Every window sum a mean can have, against the described rounding of the single-precision
+// quotient: the means are computed by a multiply where that gives the same bytes.
+TEST(BoxFilters, MeanRoundsEveryWindowSum) {
+    auto described = [](long long s, long long n) {
+        const float q = static_cast<float>(s) / static_cast<float>(n);
+        const int t = static_cast<int>(q);
+        return t + (q - static_cast<float>(t) >= 0.5f ? 1 : 0);
+    };
+    // One row, window 1 x 1 x n: value j / n at column j, so the window from column j sums to j.
+    for (int n : {27, 125, 729, 16385}) {
+        const int length = 256 * n - 1;
+        Vol in(1, 1, length), out(1, 1, length);
+        for (int j = 0; j < length; ++j) in.uc(0, 0, j) = static_cast<unsigned char>(std::min(255, j / n));
+        ASSERT_EQ(mov_ave3(&in, &out, 1, 1, n), 0);
+        for (int j = 0; j + n <= length; ++j)
+            ASSERT_EQ(out.uc(0, 0, j + n / 2), described(j, n)) << "n " << n << ", sum " << j;
+    }
+    // Three rows, window 1 x 3 x 9 (27 values): row r holds (j + [r < c]) / 9, so the window
+    // from column j sums to 3j + c; c = 0, 1, 2 reaches every sum.
+    for (int c = 0; c < 3; ++c) {
+        const int length = 2303;
+        Vol in(1, 3, length), out(1, 3, length);
+        for (int r = 0; r < 3; ++r)
+            for (int j = 0; j < length; ++j)
+                in.uc(0, r, j) = static_cast<unsigned char>(std::min(255, (j + (r < c)) / 9));
+        ASSERT_EQ(mov_ave3(&in, &out, 1, 3, 9), 0);
+        for (int j = 0; j + 9 <= length; ++j)
+            ASSERT_EQ(out.uc(0, 1, j + 4), described(3LL * j + c, 27)) << "sum " << 3 * j + c;
+    }
+}
+
 TEST(WeightedMedian, EvenTotalsAverageTheMiddlePair) {
     // weights 0..3 with an odd and an even total: the two middle values averaged, truncated
     Vol weights(3, 3, 5);
