@@ -20,6 +20,7 @@
 
 #include "core/common.h"
 #include "core/parallel.h"
+#include "ops/box_extreme.h"
 #include "ops/simd.h"
 #include "ops/sort.h"
 
@@ -718,55 +719,102 @@ V3D_ROW_CLONES void fold_lines(Lines d, Lines s, int lines, std::size_t step, in
     }
 }
 
-// Windows up to this long on every axis fold their values directly.
-constexpr int kFoldedWindow = 16;
-
-// The running extreme of short windows, frames [z_begin, z_end) of centres (VOI-relative) of
-// one channel: each input frame folded along X and along Y into a plane of a ring that holds
-// the wz latest planes; each output frame folds the ring. An input frame is read before the
-// output frame of the same index is written, so in == out is served in one run.
-template <bool kMax> class FoldedExtreme {
+// A ring of the planes of the wz latest frames of a VOI (ny x nx), each frame folded along X
+// and along Y: a plane holds one frame's extremes over wy x wx for every centre row and column
+// (rows x width). Folding the ring along Z gives a frame of window extremes.
+class BoxRing {
 public:
-    FoldedExtreme(const Voi& r, int wz, int wy, int wx)
-        : r_(r), wz_(wz), wy_(wy), wx_(wx), width_(r.nx() - wx + 1), rows_(r.ny() - wy + 1) {}
+    BoxRing(int ny, int nx, int wz, int wy, int wx)
+        : ny_(ny), wz_(wz), wy_(wy), wx_(wx), width_(nx - wx + 1), rows_(ny - wy + 1) {}
 
-    std::size_t bytes() const {
-        return (static_cast<std::size_t>(wz_) * rows_ + r_.ny()) * static_cast<std::size_t>(width_);
+    std::size_t bytes() const { return (static_cast<std::size_t>(wz_) * rows_ + ny_) * width_; }
+    void place(UC* work) { work_ = work; }
+
+    // Folds the ny rows of frame f (frames are numbered from any origin) into its plane.
+    template <bool kMax> void add(int f, Lines frame_rows) {
+        const Lines folded = Lines::buffer(work_ + wz_ * plane(), width_);
+        fold_lines<kMax>(folded, frame_rows, ny_, 1, wx_, width_);
+        fold_lines<kMax>(Lines::buffer(work_ + static_cast<std::size_t>(f % wz_) * plane(), width_), folded,
+                         rows_, width_, wy_, width_);
     }
-
-    void run(UC*** src, UC*** dst, int z_begin, int z_end, UC* work) const {
-        const std::size_t plane = static_cast<std::size_t>(rows_) * width_;
-        const Lines folded_rows = Lines::buffer(work + wz_ * plane, width_);
-        for (int f = z_begin; f < z_end + wz_ - 1; ++f) {  // input frame r.z1 + f
-            const Lines ring_plane = Lines::buffer(work + static_cast<std::size_t>(f % wz_) * plane, width_);
-            fold_lines<kMax>(folded_rows, Lines::rows(src[r_.z1 + f] + r_.y1, r_.x1), r_.ny(), 1, wx_, width_);
-            fold_lines<kMax>(ring_plane, folded_rows, rows_, width_, wy_, width_);
-            const int centre = f - wz_ + 1;  // the output frame whose window ends at f
-            if (centre < z_begin) continue;
-            fold_lines<kMax>(Lines::rows(dst[r_.z1 + centre + wz_ / 2] + r_.y1 + wy_ / 2, r_.x1 + wx_ / 2),
-                             Lines::buffer(work, width_), rows_, plane, wz_, width_);
-        }
+    // Sets the plane of frame f to 0 (the planes of a frame of zeros).
+    void add_zeros(int f) { std::memset(work_ + static_cast<std::size_t>(f % wz_) * plane(), 0, plane()); }
+    // Writes the extremes of the wz frames in the ring to the centre rows.
+    template <bool kMax> void fold_into(Lines centre_rows) const {
+        fold_lines<kMax>(centre_rows, Lines::buffer(work_, width_), rows_, plane(), wz_, width_);
     }
 
 private:
-    Voi r_;
-    int wz_, wy_, wx_, width_, rows_;
+    std::size_t plane() const { return static_cast<std::size_t>(rows_) * width_; }
+    int ny_, wz_, wy_, wx_, width_, rows_;
+    UC* work_ = nullptr;
 };
 
-// Short windows through the ring, frames split over the threads when in != out. -530 when the
-// rings cannot be had, as for the whole-VOI temporary.
-template <bool kMax> int running_extreme_folded(Volume* in, Volume* out, int wz, int wy, int wx) {
+// The rows of the centres of frame z of a volume: the VOI's rows and columns shrunk by the
+// half window.
+Lines centre_rows(UC*** v, const Voi& r, int z, const Window& w) {
+    return Lines::rows(v[z] + r.y1 + w.hy(), r.x1 + w.hx());
+}
+
+// The running extreme of short windows over the frames [z_begin, z_end) of centres
+// (VOI-relative window starts) of one channel. An input frame is read before the output frame
+// of the same index is written, so in == out is served in one run.
+template <bool kMax>
+void folded_extreme(UC*** src, UC*** dst, const Voi& r, const Window& w, int z_begin, int z_end, BoxRing ring) {
+    for (int f = z_begin; f < z_end + w.wz - 1; ++f) {  // input frame r.z1 + f
+        ring.add<kMax>(f, Lines::rows(src[r.z1 + f] + r.y1, r.x1));
+        const int centre = f - w.wz + 1;  // the output frame whose window ends at f
+        if (centre >= z_begin) ring.fold_into<kMax>(centre_rows(dst, r, r.z1 + centre + w.hz(), w));
+    }
+}
+
+// Two such passes in a row, the second with the other extreme, frame by frame: the first
+// pass's frames (its centres' extremes, 0 elsewhere in the VOI) are made one at a time in a
+// frame of ny x nx bytes and folded into a second ring, without a volume between. Centres of
+// the second pass in [z_begin, z_end).
+template <bool kFirstMax>
+void folded_pair(UC*** src, UC*** dst, const Voi& r, const Window& w, int z_begin, int z_end, BoxRing first,
+                 BoxRing second, UC* frame) {
+    const int nz = r.nz(), nx = r.nx(), hz = w.hz();
+    const Lines frame_rows = Lines::buffer(frame, nx);
+    std::memset(frame, 0, static_cast<std::size_t>(r.ny()) * nx);  // its margins stay 0
+    int next_input = -1;                                          // first input frame not in the ring
+    for (int b = z_begin; b < z_end + w.wz - 1; ++b) {            // frame r.z1 + b of the first pass
+        if (b < hz || b >= nz - hz) {
+            second.add_zeros(b);
+        } else {
+            for (int f = std::max(next_input, b - hz); f <= b + hz; ++f) first.add<kFirstMax>(f, Lines::rows(src[r.z1 + f] + r.y1, r.x1));
+            next_input = b + hz + 1;
+            first.fold_into<kFirstMax>(Lines::buffer(frame + w.hy() * nx + w.hx(), nx));
+            second.add<!kFirstMax>(b, frame_rows);
+        }
+        const int centre = b - w.wz + 1;
+        if (centre >= z_begin) second.fold_into<!kFirstMax>(centre_rows(dst, r, r.z1 + centre + hz, w));
+    }
+}
+
+// Short windows through rings, frames split over the threads when in != out. -530 when the
+// rings cannot be had, as for the whole-VOI temporary. pair: two passes (see folded_pair).
+template <bool kMax> int running_extreme_folded(Volume* in, Volume* out, int wz, int wy, int wx, bool pair = false) {
     const Voi r = voi_of(in);
-    FoldedExtreme<kMax> fold(r, wz, wy, wx);
+    const Window w{wz, wy, wx};
+    BoxRing ring(r.ny(), r.nx(), wz, wy, wx);
+    const std::size_t frame = static_cast<std::size_t>(r.ny()) * r.nx();
+    const std::size_t per_block = pair ? 2 * ring.bytes() + frame : ring.bytes();
     const int frames = r.nz() - wz + 1;
     const int blocks = block_count(0, frames, in != out);
-    auto work = make_io_buffer<UC>(fold.bytes() * blocks);
+    auto work = make_io_buffer<UC>(per_block * blocks);
     if (!work) return kNoVolume;
     for_each_channel(in, [&](int c) {
         UC*** src = voxels<UC>(in, c);
         UC*** dst = voxels<UC>(out, c);
         parallel_blocks(0, frames, blocks, [&](int b, int z_begin, int z_end) {
-            fold.run(src, dst, z_begin, z_end, work.get() + fold.bytes() * b);
+            UC* own = work.get() + per_block * b;
+            BoxRing first = ring, second = ring;
+            first.place(own);
+            if (!pair) return folded_extreme<kMax>(src, dst, r, w, z_begin, z_end, first);
+            second.place(own + ring.bytes());
+            folded_pair<kMax>(src, dst, r, w, z_begin, z_end, first, second, own + 2 * ring.bytes());
         });
     });
     return kOk;
@@ -775,8 +823,7 @@ template <bool kMax> int running_extreme_folded(Volume* in, Volume* out, int wz,
 template <bool kMax> int running_extreme(Volume* in, Volume* out, int wz, int wy, int wx) {
     V3D_CHECK(check_pair(in, out, kUC, kAnyColor));
     if (!odd_window_fits(in, wz, wy, wx)) return kInvalidWindow;
-    if (wz <= kFoldedWindow && wy <= kFoldedWindow && wx <= kFoldedWindow)
-        return running_extreme_folded<kMax>(in, out, wz, wy, wx);
+    if (wz <= kShortBox && wy <= kShortBox && wx <= kShortBox) return short_box_extreme(in, out, wz, wy, wx, kMax);
     return running_extreme_whole<kMax>(in, out, wz, wy, wx);
 }
 
@@ -785,6 +832,17 @@ template <bool kMax> int running_extreme(Volume* in, Volume* out, int wz, int wy
 int check_f_grey(Volume* v) { return CheckVolume(v, kF, kGrey); }
 
 }  // namespace
+
+int short_box_extreme(Volume* in, Volume* out, int wz, int wy, int wx, bool maximum) {
+    return maximum ? running_extreme_folded<true>(in, out, wz, wy, wx)
+                   : running_extreme_folded<false>(in, out, wz, wy, wx);
+}
+
+int short_box_pair(Volume* in, Volume* out, int wz, int wy, int wx, bool first_maximum) {
+    return first_maximum ? running_extreme_folded<true>(in, out, wz, wy, wx, true)
+                         : running_extreme_folded<false>(in, out, wz, wy, wx, true);
+}
+
 }  // namespace v3d
 
 using namespace v3d;

@@ -5,13 +5,15 @@
 // voxels under the set element voxels. Both run row by row: the rows of the input shifted by
 // every set element voxel are combined into the output row, which the compiler vectorises. An
 // element with every voxel set (a box) is separable: OR/AND along x, then y, then z, with the
-// planes of the frames in use kept in a ring. Either way every voxel comes out as the plain
-// voxel-by-voxel definition gives it.
+// planes of the frames in use kept in a ring; on 0 and 255 these are the running maximum and
+// minimum, so boxes up to kShortBox long take the rank filters' folded pass. Either way every
+// voxel comes out as the plain voxel-by-voxel definition gives it.
 #include <algorithm>
 #include <cstring>
 
 #include "core/common.h"
 #include "core/parallel.h"
+#include "ops/box_extreme.h"
 
 namespace v3d {
 namespace {
@@ -42,6 +44,9 @@ struct Element {
 };
 Element element_of(Volume* se) { return {se, se->Z, se->Y, se->X, se->Z / 2, se->Y / 2, se->X / 2}; }
 
+// A box that the rank filters' running extremes take.
+bool short_box(const Element& e) { return e.zs <= kShortBox && e.ys <= kShortBox && e.xs <= kShortBox && e.full(); }
+
 // The working region: the VOI shrunk by the element's half sizes.
 Voi working_region(const Volume* in, const Element& e) {
     const Voi r = voi_of(in);
@@ -62,6 +67,23 @@ int check_morphology(Volume* in, Volume* se, Volume* out) {
     return kOk;
 }
 
+// Sets n bytes to 0. The side margins of rows are a few bytes, for which a call of memset per
+// row costs more than the bytes: two overlapping stores of a width up to n instead.
+inline void clear_bytes(unsigned char* p, int n) {
+    static const unsigned char zeros[16] = {};
+    if (n > 16) {
+        std::memset(p, 0, n);
+    } else if (n >= 8) {
+        std::memcpy(p, zeros, 8), std::memcpy(p + n - 8, zeros, 8);
+    } else if (n >= 4) {
+        std::memcpy(p, zeros, 4), std::memcpy(p + n - 4, zeros, 4);
+    } else if (n >= 2) {
+        std::memcpy(p, zeros, 2), std::memcpy(p + n - 2, zeros, 2);
+    } else if (n == 1) {
+        *p = 0;
+    }
+}
+
 // Sets to 0 the voxels of in's VOI outside the working region w in out.
 void clear_margins(const Volume* in, const Voi& w, Volume* out) {
     const Voi r = voi_of(in);
@@ -72,8 +94,8 @@ void clear_margins(const Volume* in, const Voi& w, Volume* out) {
             if (z < w.z1 || z >= w.z2 || y < w.y1 || y >= w.y2) {
                 std::memset(row + r.x1, 0, r.nx());
             } else {
-                std::memset(row + r.x1, 0, w.x1 - r.x1);
-                std::memset(row + w.x2, 0, r.x2 - w.x2);
+                clear_bytes(row + r.x1, w.x1 - r.x1);
+                clear_bytes(row + w.x2, r.x2 - w.x2);
             }
         }
 }
@@ -173,7 +195,9 @@ template <Op op> int gather(Volume* in, Volume* se, Volume* out) {
     OwnedVolume copy;
     Volume* source;
     V3D_CHECK(separate_input(in, out, copy, source));
-    if (e.full()) {
+    if (short_box(e)) {
+        V3D_CHECK(short_box_extreme(source, out, e.zs, e.ys, e.xs, op == Op::Dilate));
+    } else if (e.full()) {
         V3D_CHECK(gather_box<op>(source, e, out, w));
     } else {
         gather_rows<op>(source, e, out, w);
@@ -205,13 +229,26 @@ template <Op op> void scatter_rows(Volume* in, const Element& e, Volume* out, co
 // element reflected through its centre.
 template <Op first, Op second> int compose(Volume* in, Volume* se, Volume* out) {
     V3D_CHECK(check_morphology(in, se, out));
+    const Element e = element_of(se);
+    if (short_box(e)) {
+        // A box is its own reflection, and its two steps stream frame by frame through rings of
+        // planes: the volume between is never made (-530 when the rings cannot be had).
+        OwnedVolume copy;
+        Volume* source;
+        V3D_CHECK(separate_input(in, out, copy, source));
+        V3D_CHECK(short_box_pair(source, out, e.zs, e.ys, e.xs, first == Op::Dilate));
+        clear_margins(in, working_region(in, e), out);
+        return kOk;
+    }
     OwnedVolume between, reflected;
     V3D_CHECK(between.create(in->Z, in->Y, in->X, kUC, kGrey));
     fill_in_VOI(between.get(), in->z1, in->z2, in->y1, in->y2, in->x1, in->x2);
     V3D_CHECK(reflected.create(se->Z, se->Y, se->X, kUC, kGrey));
     Symmetric3d(se, reflected.get());
+    // The steps skip the checks: the input and the element have passed them, the volume
+    // between holds 0 and 255 only (0 outside the VOI) and the reflected element is binary.
     auto step = [](Op op, Volume* a, Volume* e, Volume* b) {
-        return op == Op::Dilate ? bdilate3d(a, e, b) : berode3d(a, e, b);
+        return op == Op::Dilate ? gather<Op::Dilate>(a, e, b) : gather<Op::Erode>(a, e, b);
     };
     // The inner steps allocate work buffers (the described ones could not fail), so their
     // statuses are passed on: a failed step must not end in success with a wrong result.

@@ -1,6 +1,7 @@
 // Binary morphology against voxel-by-voxel references written from the definitions: gather
 // dilation and erosion (box elements take the separable path, others the row path), the
 // scatter forms, opening and closing; checks, margins, untouched voxels, in-place calls.
+#include <array>
 #include <functional>
 
 #include "core/parallel.h"
@@ -128,6 +129,38 @@ TEST(Morphology, LargerBoxesAndThreadsGiveTheSameVoxels) {
             EXPECT_EQ(t3d::snapshot(one.get()), expected.v);
             EXPECT_EQ(t3d::snapshot(many.get()), expected.v);
         }
+}
+
+// Rows long enough for whole vectors: boxes up to 16 long stream through rings of planes
+// (opening and closing without a volume between), longer ones take the separable pass; one
+// thread and three, and opening in place.
+TEST(Morphology, WideVolumesMatchTheDefinitionOnEveryBoxPath) {
+    Vol in(20, 14, 150);
+    fill_binary(in.get(), 11, 60);
+    in.voi(1, 19, 2, 13, 3, 148);
+    for (auto [z, y, x] : {std::array<int, 3>{3, 3, 3}, {3, 5, 7}, {1, 3, 17}}) {
+        Vol se(z, y, x);
+        fill_binary(se.get(), 1, 100);
+        for (const Case& c : kCases) {
+            Vol out(20, 14, 150);
+            t3d::fill_random(out.get(), 12);
+            const Grid expected = c.reference(in.get(), se.get(), Grid(out.get()));
+            for (int threads : {1, 3}) {
+                SCOPED_TRACE(::testing::Message() << c.name << " box " << z << "x" << y << "x" << x << ", "
+                                                  << threads << " threads");
+                v3d::set_thread_count(threads);
+                ASSERT_EQ(c.op(in.get(), se.get(), out.get()), 0);
+                EXPECT_EQ(t3d::snapshot(out.get()), expected.v);
+            }
+        }
+        Vol copy(20, 14, 150);
+        ASSERT_EQ(CopyVolume(in.get(), copy.get(), 1, 2, 3), 0);
+        copy.voi(1, 19, 2, 13, 3, 148);
+        const Grid expected = plain_compose(copy.get(), se.get(), Grid(copy.get()), true);
+        ASSERT_EQ(bopening3d(copy.get(), se.get(), copy.get()), 0);
+        EXPECT_EQ(t3d::snapshot(copy.get()), expected.v);
+    }
+    v3d::set_thread_count(0);
 }
 
 TEST(Morphology, OpeningRemovesSmallObjectsAndClosingFillsSmallHoles) {
