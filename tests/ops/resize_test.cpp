@@ -57,6 +57,19 @@ TEST(Resize, ZoomAndDecimationMapEveryVoxelToItsSource) {
             EXPECT_EQ(decim3(in.get(), out.get(), 2, 1, 0, 0), -520);
         }
     }
+    // doubling 40 columns: whole 32-column steps and a tail, on one thread and two
+    Vol in(3, 4, 45, 1, 2), out(8, 10, 90, 1, 2);
+    t3d::fill_random(in.get(), 5);
+    t3d::fill_random(out.get(), 6);
+    in.voi(1, 3, 0, 4, 2, 42);
+    const int d[3] = {1, 1, 5}, n[3] = {4, 8, 80};
+    const auto expected = mapped(in.get(), out.get(), d, n, [](int p) { return p / 2; });
+    for (int threads : {1, 2}) {
+        v3d::set_thread_count(threads);
+        ASSERT_EQ(zoom3d(in.get(), out.get(), 2, 1, 1, 5), 0);
+        EXPECT_EQ(t3d::snapshot(out.get()), expected);
+    }
+    v3d::set_thread_count(0);
 }
 
 // ---- resampling by real factors ------------------------------------------------------------
