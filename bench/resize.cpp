@@ -8,6 +8,7 @@ namespace {
 
 struct Volumes {
     bench::Volume3 small{128, 128, 128, 1}, large{256, 256, 256, 1}, frames{128, 256, 256, 1};
+    bench::Volume3 small2{180, 180, 180, 1}, large2{256, 256, 256, 1};
     Volumes() {
         v3d::set_thread_count(1);
         bench::fill_noise_spheres(small.get(), 1);
@@ -40,6 +41,19 @@ void BM_InterpolationLinear3d_up(benchmark::State& s) {
 void BM_InterpolationLinear3d_down(benchmark::State& s) {
     run(s, [](Volumes& v) { return InterpolationLinear3d(v.large.get(), v.small.get(), 1, 0, 0, 0, 0, 0, 0); });
 }
+// other factors: 128^3 x 1.5 -> 192^3, 256^3 x 0.7 -> 179^3 (mode 0 at the origin)
+void BM_InterpolationLinear3d_x1_5(benchmark::State& s) {
+    run(s, [](Volumes& v) { return InterpolationLinear3d(v.small.get(), v.large.get(), 0, 1.5f, 1.5f, 1.5f, 0, 0, 0); });
+}
+void BM_InterpolationLinear3d_x0_7(benchmark::State& s) {
+    run(s, [](Volumes& v) { return InterpolationLinear3d(v.large.get(), v.small2.get(), 0, 0.7f, 0.7f, 0.7f, 0, 0, 0); });
+}
+void BM_RotateVol3d_z30(benchmark::State& s) {
+    run(s, [](Volumes& v) { return RotateVol3d(v.large.get(), v.large2.get(), 30.0f, 0.0f, 0.0f); });
+}
+void BM_RotateVol3d_30_20_10(benchmark::State& s) {
+    run(s, [](Volumes& v) { return RotateVol3d(v.large.get(), v.large2.get(), 30.0f, 20.0f, 10.0f); });
+}
 void BM_InterpolationFrameLinear3d_x2(benchmark::State& s) {
     // 128 frames of 256 x 256 -> 255 frames
     run(s, [](Volumes& v) { return InterpolationFrameLinear3d(v.frames.get(), v.large.get(), 0, 2.0f, 0, 0, 0); });
@@ -50,6 +64,10 @@ BENCHMARK(BM_decim3_by2)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_InterpolationNearestNeighbor3d_up)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_InterpolationLinear3d_up)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_InterpolationLinear3d_down)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_InterpolationLinear3d_x1_5)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_InterpolationLinear3d_x0_7)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_RotateVol3d_z30)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_RotateVol3d_30_20_10)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_InterpolationFrameLinear3d_x2)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace

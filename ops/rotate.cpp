@@ -5,6 +5,7 @@
 
 #include "core/common.h"
 #include "core/parallel.h"
+#include "ops/simd.h"
 
 namespace v3d {
 namespace {
@@ -37,8 +38,6 @@ Matrix3 about_x(float degrees) {  // Y towards Z
     return {{{1, 0, 0}, {0, c, -s}, {0, s, c}}};
 }
 
-int nearest(double v) { return static_cast<int>(std::floor(v + 0.5)); }
-
 int check_rotation(Volume* in, Volume* out) {
     V3D_CHECK(CheckVolume(in, kAnyType, kAnyColor));
     V3D_CHECK(CheckVolume(out, kAnyType, kAnyColor));
@@ -49,30 +48,51 @@ int check_rotation(Volume* in, Volume* out) {
     return kOk;
 }
 
-// out = in sampled at centre + R^T (p - centre) for every VOI voxel p (R is the forward turn).
+// The source index along one axis of every column of a row: the nearest integer to
+// (along_x[x] + dy_term) + dz_term, that is to c + m0 dx + m1 dy + m2 dz summed left to right as
+// the plain formula does, so that it rounds alike.
+V3D_ROW_CLONES void source_indices(int* __restrict s, const double* __restrict along_x, double dy_term,
+                                   double dz_term, int n) {
+    for (int x = 0; x < n; ++x) s[x] = static_cast<int>(std::floor(along_x[x] + dy_term + dz_term + 0.5));
+}
+
+// out = in sampled at centre + R^T (p - centre) for every VOI voxel p (R is the forward turn):
+// the terms of the columns are computed once, each row adds those of its row and frame, and
+// the sources are read through one table of the VOI's rows (from its first column).
 int rotate(Volume* in, Volume* out, const Matrix3& forward) {
     const Voi r = voi_of(in);
-    const double cz = (r.z1 + r.z2 - 1) / 2.0, cy = (r.y1 + r.y2 - 1) / 2.0,
-                 cx = (r.x1 + r.x2 - 1) / 2.0;
-    const auto& m = forward.m;
+    const double centre[3] = {(r.x1 + r.x2 - 1) / 2.0, (r.y1 + r.y2 - 1) / 2.0, (r.z1 + r.z2 - 1) / 2.0};
+    const auto& m = forward.m;  // its transpose is the inverse turn: axis a takes column a
+    const int nx = r.nx(), ny = r.ny();
+    auto along_x = make_buffer<double>(3 * static_cast<std::size_t>(nx));
+    const int blocks = block_count(r.z1, r.z2, true);
+    auto indices = make_buffer<int>(3 * static_cast<std::size_t>(nx) * blocks);
+    auto rows = make_buffer<const void*>(static_cast<std::size_t>(r.nz()) * ny);
+    if (!along_x || !indices || !rows) return kNoBuffer;
+    for (int a = 0; a < 3; ++a)
+        for (int x = 0; x < nx; ++x) along_x[a * nx + x] = centre[a] + m[0][a] * (r.x1 + x - centre[0]);
     dispatch_type(in->type, [&](auto tag) {
         using T = decltype(tag);
         for_each_channel(in, [&](int c) {
             T*** src = voxels<T>(in, c);
             T*** dst = voxels<T>(out, c);
-            parallel_for(r.z1, r.z2, [&](int z) {
-                const double dz = z - cz;
-                for (int y = r.y1; y < r.y2; ++y) {
-                    const double dy = y - cy;
-                    for (int x = r.x1; x < r.x2; ++x) {
-                        const double dx = x - cx;
-                        // transpose of the forward matrix = the inverse turn
-                        const int sx = nearest(cx + m[0][0] * dx + m[1][0] * dy + m[2][0] * dz);
-                        const int sy = nearest(cy + m[0][1] * dx + m[1][1] * dy + m[2][1] * dz);
-                        const int sz = nearest(cz + m[0][2] * dx + m[1][2] * dy + m[2][2] * dz);
-                        const bool inside = sx >= r.x1 && sx < r.x2 && sy >= r.y1 && sy < r.y2 &&
-                                            sz >= r.z1 && sz < r.z2;
-                        dst[z][y][x] = inside ? src[sz][sy][sx] : T(0);
+            for (int z = 0; z < r.nz(); ++z)
+                for (int y = 0; y < ny; ++y) rows[static_cast<std::size_t>(z) * ny + y] = src[r.z1 + z][r.y1 + y] + r.x1;
+            parallel_blocks(r.z1, r.z2, blocks, [&](int b, int z_begin, int z_end) {
+                int* s = indices.get() + 3 * static_cast<std::size_t>(nx) * b;  // x, y, z indices
+                for (int z = z_begin; z < z_end; ++z) {
+                    const double dz = z - centre[2];
+                    for (int y = r.y1; y < r.y2; ++y) {
+                        const double dy = y - centre[1];
+                        for (int a = 0; a < 3; ++a)
+                            source_indices(s + a * nx, along_x.get() + a * nx, m[1][a] * dy, m[2][a] * dz, nx);
+                        T* d = dst[z][y] + r.x1;
+                        for (int x = 0; x < nx; ++x) {
+                            const unsigned sx = s[x] - r.x1, sy = s[nx + x] - r.y1, sz = s[2 * nx + x] - r.z1;
+                            const bool inside = sx < static_cast<unsigned>(nx) && sy < static_cast<unsigned>(ny) &&
+                                                sz < static_cast<unsigned>(r.nz());
+                            d[x] = inside ? static_cast<const T*>(rows[sz * static_cast<std::size_t>(ny) + sy])[sx] : T(0);
+                        }
                     }
                 }
             });

@@ -1,17 +1,22 @@
 // Vectors for the row kernels of the streaming and rank operators.
 //
-// With GCC or Clang the kernels work on 64-byte vectors of the compilers' vector extension
-// (64 bytes, 32 shorts or 16 ints at once); V3D_ROW_CLONES builds a kernel for AVX-512, for
-// AVX2 and for the baseline, and the loader picks the one the processor runs best. The kernels
-// do integer work only, or the same float operations in the same order on every build, so all
-// builds give the same bytes. Other compilers (Clang and MSVC included) take the plain formulations beside the kernels.
+// With GCC the kernels work on 64-byte vectors of the compiler's vector extension (64 bytes,
+// 32 shorts or 16 ints at once); V3D_ROW_CLONES builds a kernel for AVX-512, for AVX2 and for
+// the baseline, and the loader picks the one the processor runs best. The kernels do integer
+// work, or the same floating-point operations in the same order on every build (never fused
+// into multiply-adds, which only some builds have), so all builds give the same bytes. No
+// kernel looks at floating-point exception flags, so their float-to-integer conversions may
+// be vectorised. Other compilers (Clang and MSVC included) take the plain formulations beside
+// the kernels.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
 #if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__) && defined(__linux__)
-#define V3D_ROW_CLONES __attribute__((target_clones("arch=x86-64-v4", "avx2", "default")))
+#define V3D_ROW_CLONES \
+    __attribute__((target_clones("arch=x86-64-v4", "avx2", "default"),   \
+                   optimize("fp-contract=off", "no-trapping-math")))
 #else
 #define V3D_ROW_CLONES
 #endif

@@ -1,4 +1,5 @@
 // Basic operations: check orders, exact values, writes confined to the VOI or the target box.
+#include <array>
 #include <cmath>
 #include <vector>
 
@@ -284,6 +285,56 @@ TEST(Rotation, QuarterTurnsMoveVoxelsWhereExpected) {
     EXPECT_EQ(turned.uc(2, 1, 1), cube.uc(1, 2, 1));
     ASSERT_EQ(RotateVol3d(cube.get(), turned.get(), 0.0f, 90.0f, 0.0f), 0);  // X towards Z
     EXPECT_EQ(turned.uc(2, 1, 1), cube.uc(1, 1, 2));
+}
+
+// Every VOI voxel takes the source at the nearest integer to centre + R^T (p - centre), summed
+// term by term in double precision, or 0 outside the VOI: the composite turn (about Z, then Y,
+// then X) on every data type, RGB, rows long enough for the vectorised rows, one thread and two.
+TEST(Rotation, EveryVoxelTakesItsNearestSource) {
+    using M = std::array<std::array<double, 3>, 3>;
+    auto turn = [](float degrees, int a, int b, double sign) {  // plane (a, b) of (x, y, z)
+        const double t = degrees * 3.14159265358979323846 / 180.0, c = std::cos(t), s = std::sin(t);
+        M r{};
+        for (int i = 0; i < 3; ++i) r[i][i] = 1;
+        r[a][a] = c, r[a][b] = sign * s, r[b][a] = -sign * s, r[b][b] = c;
+        return r;
+    };
+    auto times = [](const M& p, const M& q) {
+        M r{};
+        for (int i = 0; i < 3; ++i)
+            for (int j = 0; j < 3; ++j)
+                for (int k = 0; k < 3; ++k) r[i][j] += p[i][k] * q[k][j];
+        return r;
+    };
+    const float angles[][3] = {{30, 20, 10}, {90, 0, 0}, {-45, 0, 33}, {0, 0, 0}};
+    for (int type : {1, 2, 4})
+        for (const auto& g : angles) {
+            const M m = times(turn(g[2], 1, 2, -1), times(turn(g[1], 0, 2, -1), turn(g[0], 0, 1, 1)));
+            Vol in(6, 9, 70, type, type == 1 ? 2 : 1), out(6, 9, 70, type, type == 1 ? 2 : 1);
+            t3d::fill_random(in.get(), 14);
+            in.voi(1, 6, 1, 9, 3, 68);
+            const double c[3] = {(3 + 68 - 1) / 2.0, (1 + 9 - 1) / 2.0, (1 + 6 - 1) / 2.0};
+            t3d::fill_random(out.get(), 15);
+            auto expected = t3d::snapshot(out.get());
+            const auto source = t3d::snapshot(in.get());
+            for (int k = 0; k < (type == 1 ? 3 : 1); ++k)
+                for (int z = 1; z < 6; ++z)
+                    for (int y = 1; y < 9; ++y)
+                        for (int x = 3; x < 68; ++x) {
+                            const double d[3] = {x - c[0], y - c[1], z - c[2]};
+                            int s[3];
+                            for (int a = 0; a < 3; ++a)
+                                s[a] = static_cast<int>(std::floor(c[a] + m[0][a] * d[0] + m[1][a] * d[1] + m[2][a] * d[2] + 0.5));
+                            const bool inside = s[0] >= 3 && s[0] < 68 && s[1] >= 1 && s[1] < 9 && s[2] >= 1 && s[2] < 6;
+                            expected[((k * 6 + z) * 9 + y) * 70 + x] = inside ? source[((k * 6 + s[2]) * 9 + s[1]) * 70 + s[0]] : 0;
+                        }
+            for (int threads : {1, 2}) {
+                v3d::set_thread_count(threads);
+                ASSERT_EQ(RotateVol3d(in.get(), out.get(), g[0], g[1], g[2]), 0);
+                ASSERT_EQ(t3d::snapshot(out.get()), expected) << "type " << type << ", " << g[0] << " " << g[1] << " " << g[2];
+            }
+        }
+    v3d::set_thread_count(0);
 }
 
 TEST(Rotation, HalfTurnOfEachFrameIsItsPointReflection) {
