@@ -179,9 +179,27 @@ struct LinearTable {
 // (1 - w) a + w b in single precision, the order every trilinear blend here uses.
 inline float lerp(float a, float b, float w) { return (1.0f - w) * a + w * b; }
 
-void lerp_rows(const float* a, const float* b, float w, float* out, int n) {
+V3D_ROW_CLONES void lerp_rows(const float* __restrict a, const float* __restrict b, float w, float* __restrict out,
+                              int n) {
     const float v = 1.0f - w;
     for (int i = 0; i < n; ++i) out[i] = v * a[i] + w * b[i];
+}
+
+// A source row blended along x: row[i] = lerp(s[lo[i]], s[hi[i]], w[i]).
+V3D_ROW_CLONES void lerp_gathered(float* __restrict row, const unsigned char* __restrict s, const int* __restrict lo,
+                                  const int* __restrict hi, const float* __restrict w, int n) {
+    for (int i = 0; i < n; ++i) row[i] = lerp(s[lo[i]], s[hi[i]], w[i]);
+}
+
+// The blend of the two planes' rows at weight w, converted to UC: the integer part of the
+// value plus 0.5, limited to 0..255.
+V3D_ROW_CLONES void lerp_to_uc(unsigned char* __restrict d, const float* __restrict a, const float* __restrict b,
+                               float w, int n) {
+    const float v = 1.0f - w;
+    for (int i = 0; i < n; ++i) {
+        const float r = (v * a[i] + w * b[i]) + 0.5f;
+        d[i] = static_cast<unsigned char>(static_cast<int>(r > 0.0f ? (r < 255.0f ? r : 255.0f) : 0.0f));
+    }
 }
 
 // Trilinear resampling of one channel over output frames [n1, n2). The blend runs along x,
@@ -195,8 +213,7 @@ public:
         rows_ = make_buffer<float>(static_cast<size_t>(ay.extent) * ax.count);
         planes_[0] = make_buffer<float>(plane);
         planes_[1] = make_buffer<float>(plane);
-        line_ = make_buffer<float>(ax.count);
-        return rows_ && planes_[0] && planes_[1] && line_;
+        return rows_ && planes_[0] && planes_[1];
     }
 
     void run(unsigned char*** src, unsigned char*** dst, const Axis* axes, const LinearTable* t,
@@ -208,31 +225,21 @@ public:
             const float* hi = plane(src, axes, t, t[0].hi[n]);
             for (int m = 0; m < ay.count; ++m) {
                 const size_t at = static_cast<size_t>(m) * ax.count;
-                lerp_rows(lo + at, hi + at, t[0].w[n], line_.get(), ax.count);
-                unsigned char* d = dst[az.origin + n][ay.origin + m] + ax.origin;
-                for (int i = 0; i < ax.count; ++i) d[i] = to_uc(line_[i]);
+                lerp_to_uc(dst[az.origin + n][ay.origin + m] + ax.origin, lo + at, hi + at, t[0].w[n], ax.count);
             }
         }
     }
 
 private:
-    static unsigned char to_uc(float v) {
-        const float r = v + 0.5f;
-        return static_cast<unsigned char>(r >= 255.0f ? 255 : r > 0.0f ? static_cast<int>(r) : 0);
-    }
-
     // The plane of source frame z, computed unless one of the two kept planes holds it.
     const float* plane(unsigned char*** src, const Axis* axes, const LinearTable* t, int z) {
         for (int k = 0; k < 2; ++k)
             if (frame_of_[k] == z) return planes_[k].get();
         const int k = frame_of_[0] == z - 1 ? 1 : 0;  // keep the frame just below
         const Axis &ay = axes[1], &ax = axes[2];
-        for (int y = 0; y < ay.extent; ++y) {
-            const unsigned char* s = src[z][ay.first + y];
-            float* row = rows_.get() + static_cast<size_t>(y) * ax.count;
-            for (int i = 0; i < ax.count; ++i)
-                row[i] = lerp(s[t[2].lo[i]], s[t[2].hi[i]], t[2].w[i]);
-        }
+        for (int y = 0; y < ay.extent; ++y)
+            lerp_gathered(rows_.get() + static_cast<size_t>(y) * ax.count, src[z][ay.first + y], t[2].lo.get(),
+                          t[2].hi.get(), t[2].w.get(), ax.count);
         float* p = planes_[k].get();
         for (int m = 0; m < ay.count; ++m) {
             const float* a = rows_.get() + static_cast<size_t>(t[1].lo[m] - ay.first) * ax.count;
@@ -243,7 +250,7 @@ private:
         return p;
     }
 
-    std::unique_ptr<float[]> rows_, planes_[2], line_;
+    std::unique_ptr<float[]> rows_, planes_[2];
     int frame_of_[2] = {-1, -1};
 };
 
