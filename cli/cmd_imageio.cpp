@@ -1,5 +1,5 @@
 // v3d commands of the image sequences: the format list, the check of a sequence, and conversion
-// between any two formats (raw volumes included).
+// between any two formats (raw volumes and the volume files of the field included).
 #include <cstdio>
 #include <string>
 
@@ -21,6 +21,10 @@ int format_of(const Args& args, const std::string& key) {
     const int f = FindImageSequenceFormat(name.c_str());
     if (f < 0) throw UsageError("--" + key + ": '" + name + "' is not one of " + format_names());
     return f;
+}
+
+bool volume_format(int format) {
+    return format == V3D_FORMAT_NIFTI || format == V3D_FORMAT_NRRD || format == V3D_FORMAT_METAIMAGE;
 }
 
 // Where a sequence lives: base name, extension, first frame number, digits.
@@ -65,18 +69,35 @@ int check_input(const Args& args, int format, const Place& p, ImageSequenceInfo&
         info.colortype = args.integer("channels", 1) == 3 ? 2 : 1;
         count = size.z;
     } else {
-        count = format == V3D_FORMAT_TIFF_STACK ? args.integer("count", 0) : args.integer("count");
+        const bool to_the_end = format == V3D_FORMAT_TIFF_STACK || volume_format(format);
+        count = to_the_end ? args.integer("count", 0) : args.integer("count");
     }
     return fmt->check(p.base.c_str(), p.first, p.digits, p.ext.c_str(), count, &info);
+}
+
+// --timepoint T of a four-dimensional volume file: its frames come after those of the time
+// points before it, so --first counts from the time point's first frame.
+int apply_timepoint(const Args& args, int format, Place& p, VolumeFileInfo* described = nullptr) {
+    VolumeFileInfo info{};
+    if (!volume_format(format)) return 0;
+    const int t = args.integer("timepoint", 0);
+    if (t < 0) throw UsageError("--timepoint: " + std::to_string(t) + " is below 0");
+    if (int s = DescribeVolumeFile(format, (p.base + "." + p.ext).c_str(), &info)) return s;
+    if (t >= info.T) return V3D_ERR_NO_SUCH_FRAMES;
+    p.first = cli::checked_sum({static_cast<long long>(t) * info.Z, p.first}, "--timepoint");
+    if (described) *described = info;
+    return 0;
 }
 
 int read_input(const Args& args, cli::VolumePtr& vol) {
     const int format = format_of(args, "from");
     const ImageSequenceFormat* fmt = GetImageSequenceFormat(format);
-    const Place p = place_of(args, "in", "", fmt);
+    Place p = place_of(args, "in", "", fmt);
+    if (int s = apply_timepoint(args, format, p)) return s;
     ImageSequenceInfo info;
     if (int s = check_input(args, format, p, info)) return s;
-    const int type = fmt->raw ? info.type : cli::type_code(args.text("type", "uc"));
+    // raw and volume files say (or are told) their type; pictures go into UC or, asked, I
+    const int type = fmt->raw || volume_format(format) ? info.type : cli::type_code(args.text("type", "uc"));
     if (int s = cli::make_volume(info.Z, info.Y, info.X, type, info.colortype, vol)) return s;
     return fmt->read(vol->get(), p.base.c_str(), p.first, p.digits, p.ext.c_str(), info.Z);
 }
@@ -101,6 +122,9 @@ int write_output(const Args& args, Volume* vol) {
     case V3D_FORMAT_TGA: option = args.has("rle"); break;
     case V3D_FORMAT_GIF: option = args.has("interlaced"); break;
     case V3D_FORMAT_JPEG: option = args.integer("quality", 95); break;
+    case V3D_FORMAT_NIFTI: option = args.has("nifti2") ? 2 : 0; break;
+    case V3D_FORMAT_NRRD:
+    case V3D_FORMAT_METAIMAGE: option = args.has("gzip"); break;
     default: break;
     }
     args.check_all_used();
@@ -113,6 +137,9 @@ int write_output(const Args& args, Volume* vol) {
     case V3D_FORMAT_TGA: return SaveTgaSequence(vol, base, p.first, p.digits, ext, option);
     case V3D_FORMAT_GIF: return SaveGifSequence(vol, base, p.first, p.digits, ext, option);
     case V3D_FORMAT_JPEG: return SaveJpegSequence(vol, base, p.first, p.digits, ext, option);
+    case V3D_FORMAT_NIFTI: return SaveNiftiVolume(vol, (staged + "." + p.ext).c_str(), option);
+    case V3D_FORMAT_NRRD: return SaveNrrdVolume(vol, (staged + "." + p.ext).c_str(), option);
+    case V3D_FORMAT_METAIMAGE: return SaveMetaImageVolume(vol, (staged + "." + p.ext).c_str(), option);
     default: return fmt->write(vol, base, p.first, p.digits, ext);
     }
 }
@@ -134,20 +161,43 @@ int run_formats(const Args& args) {
     return 0;
 }
 
+const char* sample_word(int sample) {
+    static const char* const kWords[] = {"?", "uint8", "int8", "uint16", "int16", "uint32",
+                                         "int32", "float32", "float64", "rgb24"};
+    return sample >= 1 && sample <= V3D_SAMPLE_RGB24 ? kWords[sample] : kWords[0];
+}
+
+// What a volume file adds: time points, voxels, spacing and the affine.
+void print_volume_file(const VolumeFileInfo& v) {
+    std::printf("T %d sample %s type %s%s\nspacing z %g y %g x %g\n", v.T, sample_word(v.sample),
+                cli::type_word(v.type), v.scaled ? " (scaled)" : "", v.spacing[0], v.spacing[1],
+                v.spacing[2]);
+    if (!v.oriented) {
+        std::printf("orientation none\n");
+        return;
+    }
+    std::printf("orientation qform %d sform %d\n", v.orientation.qform_code, v.orientation.sform_code);
+    for (const auto& row : v.orientation.affine)
+        std::printf("  %g %g %g %g\n", row[0], row[1], row[2], row[3]);
+}
+
 int run_imageinfo(const Args& args) {
     const int format = format_of(args, "from");
-    const Place p = place_of(args, "in", "", GetImageSequenceFormat(format));
+    Place p = place_of(args, "in", "", GetImageSequenceFormat(format));
+    VolumeFileInfo described{};
+    if (int s = apply_timepoint(args, format, p, &described)) return s;
     ImageSequenceInfo info;
     if (int s = check_input(args, format, p, info)) return s;
     args.check_all_used();
     std::printf("X %d Y %d Z %d colortype %d bits %d\n", info.X, info.Y, info.Z, info.colortype,
                 info.bits);
+    if (volume_format(format)) print_volume_file(described);
     return 0;
 }
 
 const char* const kInputUsage =
     "--from FORMAT --in BASE [--ext E] [--first N] [--digits D]\n"
-    "    (--count N | --size ZxYxX [--type uc|f|i] [--channels 1|3])";
+    "    (--count N | --size ZxYxX [--type uc|f|i] [--channels 1|3] | [--timepoint T])";
 
 const char* const kInputHelp =
     "The input sequence is named from BASE, the frame number and the extension: BASE%d.E, or\n"
@@ -158,6 +208,12 @@ const char* const kInputHelp =
     "count, height and width, --type and --channels (rawvol) the voxels. Image formats take\n"
     "--count (tiffstack: every page when it is missing); --type i reads them into an int\n"
     "volume (16-bit samples unscaled), otherwise 16-bit samples are scaled to 0..255.\n"
+    "Volume files (nifti: .nii, .nii.gz, .hdr/.img; nrrd: .nrrd, .nhdr; metaimage: .mha,\n"
+    ".mhd) say their size, voxels, spacing and orientation: 8-bit data comes in as uc,\n"
+    "integers as i, reals (and scaled NIfTI data) as f, RGB as three uc channels, and the\n"
+    "spacing and orientation go with the volume to a volume file written from it. A\n"
+    "four-dimensional file gives its first time point, or --timepoint T (from 0); --first and\n"
+    "--count then count frames from the time point's first (--count: to its end).\n"
     "Formats, in the order of the open/save dialog (v3d formats): ";
 
 std::string convert_help() {
@@ -167,13 +223,17 @@ std::string convert_help() {
            ".\n\nThe output is named the same way from --out, --out-ext, --out-first and\n"
            "--out-digits. Writer options: --compression none|lzw|packbits (tiff, tiffstack),\n"
            "--rle (bmp: RLE8 for grey volumes; tga), --interlaced (gif, grey volumes only),\n"
-           "--quality 1..100 (jpeg, default 95). Colour volumes become RGB files; int volumes can\n"
-           "be written as tiff, tiffstack, pnm (16-bit grey) and the raw formats.";
+           "--quality 1..100 (jpeg, default 95), --nifti2 (nifti: version 2; .nii.gz compresses),\n"
+           "--gzip (nrrd: gzip encoding; metaimage: zlib, .zraw beside a .mhd). Colour volumes\n"
+           "become RGB files; int volumes can be written as tiff, tiffstack, pnm (16-bit grey), the\n"
+           "raw formats and the volume files (as int16, uint16 or int32, the smallest that holds\n"
+           "them).";
 }
 
 std::string imageinfo_help() {
     return std::string("Runs the check routine of a sequence and prints its width X, height Y, frame\n"
-                       "count Z, colour type and bits per sample.\n\n") +
+                       "count Z, colour type and bits per sample; for a volume file also its time\n"
+                       "points T, voxel type, spacing (millimetres) and orientation.\n\n") +
            kInputHelp + format_names() + ".";
 }
 
@@ -191,9 +251,10 @@ const cli::Registrar reg_convert({"convert", "convert between image sequences an
                                   "    [--out-ext E] [--out-first N] [--out-digits D] [writer options]",
                                   convert_help_text().c_str(), run_convert});
 const cli::Registrar reg_formats({"formats", "list the image-sequence formats in dialog order", "",
-                                  "Lists the ten formats of the open/save dialog in their fixed order:\n"
-                                  "position, short name (for --from/--to), usual extension, one file\n"
-                                  "or one file per frame, and title.",
+                                  "Lists the formats of the open/save dialog in their fixed order (the\n"
+                                  "ten image sequences, then the volume files): position, short name\n"
+                                  "(for --from/--to), usual extension, one file or one file per frame,\n"
+                                  "and title.",
                                   run_formats});
 const cli::Registrar reg_imageinfo({"imageinfo", "check an image sequence and print its size",
                                     kInputUsage, imageinfo_help_text().c_str(), run_imageinfo});

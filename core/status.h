@@ -53,6 +53,13 @@ enum Status : int {
     kFwrite = V3D_ERR_FWRITE,
     kTiff = V3D_ERR_TIFF,
     kTiffSequence = V3D_ERR_TIFF_SEQUENCE,
+    kNiftiFile = V3D_ERR_NIFTI,
+    kNrrdFile = V3D_ERR_NRRD,
+    kMetaImageFile = V3D_ERR_METAIMAGE,
+    kFileSampleType = V3D_ERR_FILE_SAMPLE_TYPE,
+    kNoSuchFrames = V3D_ERR_NO_SUCH_FRAMES,
+    kFileGrid = V3D_ERR_FILE_GRID,
+    kFileValues = V3D_ERR_FILE_VALUES,
     kBadSeeds = V3D_ERR_BAD_SEEDS,
 };
 

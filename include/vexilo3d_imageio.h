@@ -69,7 +69,12 @@ enum {
     V3D_FORMAT_JPEG = 7,       /* JPEG through libjpeg, grey or colour */
     V3D_FORMAT_PNM = 8,        /* binary PGM (P5) and PPM (P6) */
     V3D_FORMAT_TIFF_STACK = 9, /* one multi-page TIFF file holding every frame */
-    V3D_FORMAT_COUNT = 10
+    /* volume files with a header that tells the grid, the voxel type, the voxel spacing and
+       the orientation (vexilo3d_volumefile.h) */
+    V3D_FORMAT_NIFTI = 10,     /* NIfTI-1 and NIfTI-2: .nii, .nii.gz, .hdr/.img pairs */
+    V3D_FORMAT_NRRD = 11,      /* NRRD: .nrrd, or a .nhdr header beside its data */
+    V3D_FORMAT_METAIMAGE = 12, /* MetaImage: .mha, or a .mhd header beside .raw/.zraw data */
+    V3D_FORMAT_COUNT = 13
 };
 
 /* TIFF compression codes (the values of the TIFF Compression field). */

@@ -50,6 +50,13 @@ enum {
     V3D_ERR_FWRITE             = -602, /* "fwrite error" */
     V3D_ERR_TIFF               = -1000, /* "Error in TIFF" */
     V3D_ERR_TIFF_SEQUENCE      = -1001, /* "TIFF Image Sequence inconsistency" */
+    V3D_ERR_NIFTI              = -1100, /* "Error in NIfTI file" */
+    V3D_ERR_NRRD               = -1101, /* "Error in NRRD file" */
+    V3D_ERR_METAIMAGE          = -1102, /* "Error in MetaImage file" */
+    V3D_ERR_FILE_SAMPLE_TYPE   = -1103, /* "The voxel type of the file is not supported" */
+    V3D_ERR_NO_SUCH_FRAMES     = -1104, /* "The file has no such frames or time point" */
+    V3D_ERR_FILE_GRID          = -1105, /* "The grid of the file is too large or has more than four dimensions" */
+    V3D_ERR_FILE_VALUES        = -1106, /* "Values of the file do not fit the volume's data type" */
     V3D_ERR_BAD_SEEDS          = -990, /* "Seeds not correctly specified" */
 };
 

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "io/imageseq.h"
+#include "io/volume_files.h"
 
 namespace v3d {
 namespace {
@@ -44,6 +45,13 @@ const ImageSequenceFormat kFormats[V3D_FORMAT_COUNT] = {
      write_pnm},
     {"tiffstack", "Multi-page TIFF stack", "tif", 1, 0, check_tiff_stack, read_tiff_stack,
      write_tiff_stack},
+    // volume files with a header of their own (io/volume_files.h)
+    {"nifti", "NIfTI volume (.nii, .nii.gz, .hdr/.img)", "nii", 1, 0, check_volume<kNiftiOps>,
+     read_volume<kNiftiOps>, write_volume<kNiftiOps>},
+    {"nrrd", "NRRD volume (.nrrd, .nhdr)", "nrrd", 1, 0, check_volume<kNrrdOps>, read_volume<kNrrdOps>,
+     write_volume<kNrrdOps>},
+    {"metaimage", "MetaImage volume (.mha, .mhd)", "mha", 1, 0, check_volume<kMetaImageOps>,
+     read_volume<kMetaImageOps>, write_volume<kMetaImageOps>},
 };
 
 }  // namespace

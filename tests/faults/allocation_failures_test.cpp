@@ -410,6 +410,34 @@ std::vector<Config> file_configs() {
             SaveTgaSequence(v[RGB], rle.c_str(), 0, 0, "tga", 1);
             SaveGifSequence(v[A], rle.c_str(), 0, 0, "gif", 1);
         }});
+    // the volume files with a header: what they tell, and the writers with their options
+    const std::string vf = path("vf");
+    auto volume_files = [vf] {
+        World v;
+        SetVolumeSpacing(v[A], 2.5, 1.0, 0.5);
+        SaveNiftiVolume(v[A], (vf + ".nii").c_str(), 0);
+        SaveNrrdVolume(v[A], (vf + ".nhdr").c_str(), 1);
+        SaveMetaImageVolume(v[A], (vf + ".mha").c_str(), 1);
+    };
+    const std::string vf_nii = vf + ".nii", vf_nhdr = vf + ".nhdr", vf_mha = vf + ".mha";
+    c.push_back({"DescribeVolumeFile", [vf_nii, vf_nhdr, vf_mha](World&) {
+        VolumeFileInfo info;
+        V3D_CHECK(DescribeVolumeFile(V3D_FORMAT_NIFTI, vf_nii.c_str(), &info));
+        V3D_CHECK(DescribeVolumeFile(V3D_FORMAT_NRRD, vf_nhdr.c_str(), &info));
+        V3D_CHECK(DescribeVolumeFile(V3D_FORMAT_METAIMAGE, vf_mha.c_str(), &info));
+        return info.spacing[0] == 2.5 ? 0 : kBroken; }, 0, false, {}, volume_files});
+    c.push_back({"read gzipped NRRD and deflated MetaImage", [vf](World& v) {
+        V3D_CHECK(GetImageSequenceFormat(V3D_FORMAT_NRRD)->read(v[O8], vf.c_str(), 2, 0, "nhdr", 0));
+        return GetImageSequenceFormat(V3D_FORMAT_METAIMAGE)->read(v[O8], vf.c_str(), 0, 0, "mha", 8); },
+        bit(O8), true, {}, volume_files});
+    const std::string nii2 = path("w2.nii.gz"), nhdr = path("w.nhdr"), mhd = path("w.mhd");
+    c.push_back({"SaveNiftiVolume", [nii2](World& v) { return SaveNiftiVolume(v[RGB], nii2.c_str(), 2); }});
+    c.push_back({"SaveNrrdVolume", [nhdr](World& v) { return SaveNrrdVolume(v[ACC], nhdr.c_str(), 1); }});
+    c.push_back({"SaveMetaImageVolume", [mhd](World& v) { return SaveMetaImageVolume(v[F], mhd.c_str(), 1); }});
+    const std::string samples = path("samples.u16");
+    c.push_back({"ReadRawSamples", [samples](World& v) {
+        return ReadRawSamples(v[ACC], samples.c_str(), 10, 1, V3D_SAMPLE_U16, 1, 3, 3, 16); }, bit(ACC), true, {},
+        [samples] { std::ofstream(samples, std::ios::binary) << std::string(10 + 4 * 3 * 16 * 2, '\x7f'); }});
     return c;
 }
 
@@ -535,7 +563,9 @@ TEST(AllocationFailureCoverage, EveryExportedFunctionIsExercised) {
         "InitializeVolume", "fill_in_VOI", "CheckVolume", "GetVolumeByIndex", "GetVolumeIndex",
         "GetStatusText", "SetDefaultImageSize", "GetDefaultImageSize", "SetMessageHook",
         "RegisterProjectionType", "GetStartDirectory", "FindImageSequenceFormat",
-        "CoefficientFileMessage", "ColorLabelledVolume3d", "SetDefaultLabelColors3d"};
+        "CoefficientFileMessage", "ColorLabelledVolume3d", "SetDefaultLabelColors3d",
+        "GetVolumeSpacing", "SetVolumeSpacing", "GetVolumeOrientation", "SetVolumeOrientation",
+        "CopyVolumeGeometry"};
     std::set<std::string> exercised;
     for (const Config& c : configs()) {
         const std::string names = c.name.substr(0, c.name.find(' '));

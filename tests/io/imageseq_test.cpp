@@ -92,15 +92,16 @@ void fill_pattern(Volume* v, int range) {
 }
 
 TEST(ImageSequenceFormats, DialogOrderIsFixed) {
-    const char* const names[V3D_FORMAT_COUNT] = {"raw", "rawvol", "rgb", "tiff", "bmp",
-                                                 "tga", "gif", "jpeg", "pnm", "tiffstack"};
+    // the ten described formats first, then the volume files with a header
+    const char* const names[V3D_FORMAT_COUNT] = {"raw", "rawvol", "rgb", "tiff", "bmp", "tga", "gif",
+                                                 "jpeg", "pnm", "tiffstack", "nifti", "nrrd", "metaimage"};
     for (int i = 0; i < V3D_FORMAT_COUNT; ++i) {
         const ImageSequenceFormat* f = GetImageSequenceFormat(i);
         ASSERT_NE(f, nullptr);
         EXPECT_STREQ(f->name, names[i]);
         EXPECT_EQ(FindImageSequenceFormat(names[i]), i);
         EXPECT_TRUE(f->check && f->read && f->write) << names[i];
-        EXPECT_EQ(f->single_file, i == V3D_FORMAT_RAW_VOLUME || i == V3D_FORMAT_TIFF_STACK);
+        EXPECT_EQ(f->single_file, i == V3D_FORMAT_RAW_VOLUME || i >= V3D_FORMAT_TIFF_STACK);
         EXPECT_EQ(f->raw, i <= V3D_FORMAT_RAW_RGB);
     }
     EXPECT_EQ(GetImageSequenceFormat(-1), nullptr);

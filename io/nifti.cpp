@@ -1,0 +1,279 @@
+// NIfTI-1 and NIfTI-2 files through the NIfTI C library (nifti2_io): .nii and .nii.gz, and
+// .hdr/.img pairs (gzipped too). The library reads the headers of both versions, swaps the
+// bytes of big-endian files and reads one time point at a time; we build the header we write
+// with it as well (quaternion and sform included) and write the bytes ourselves through its
+// znz layer, so that every short write is a status rather than a message on stderr.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "io/volume_files.h"
+#include "nifti2_io.h"
+
+namespace v3d {
+namespace {
+
+struct NiftiFree {
+    void operator()(nifti_image* n) const { nifti_image_free(n); }
+};
+using Nifti = std::unique_ptr<nifti_image, NiftiFree>;
+
+struct ZnzCloser {
+    void operator()(znzptr* f) const {
+        znzFile file = f;
+        znzclose(file);
+    }
+};
+using ZnzOwner = std::unique_ptr<znzptr, ZnzCloser>;
+
+// The library reports trouble on stderr when its debug level asks for it; ours speak through
+// statuses.
+void quiet() {
+    static const bool done = [] {
+        nifti_set_debug_level(0);
+        return true;
+    }();
+    (void)done;
+}
+
+int readable(const char* path) {
+    std::FILE* f = std::fopen(path, "rb");
+    if (!f) return kFopen;
+    std::fclose(f);
+    return kOk;
+}
+
+int sample_of_datatype(int datatype) {
+    switch (datatype) {
+    case DT_UINT8: return V3D_SAMPLE_U8;
+    case DT_INT8: return V3D_SAMPLE_S8;
+    case DT_UINT16: return V3D_SAMPLE_U16;
+    case DT_INT16: return V3D_SAMPLE_S16;
+    case DT_UINT32: return V3D_SAMPLE_U32;
+    case DT_INT32: return V3D_SAMPLE_S32;
+    case DT_FLOAT32: return V3D_SAMPLE_F32;
+    case DT_FLOAT64: return V3D_SAMPLE_F64;
+    case DT_RGB24: return V3D_SAMPLE_RGB24;
+    default: return 0;  // complex, 64-bit integers, RGBA, binary: not ours
+    }
+}
+
+int datatype_of_sample(int sample) {
+    switch (sample) {
+    case V3D_SAMPLE_U16: return DT_UINT16;
+    case V3D_SAMPLE_S16: return DT_INT16;
+    case V3D_SAMPLE_S32: return DT_INT32;
+    case V3D_SAMPLE_F32: return DT_FLOAT32;
+    case V3D_SAMPLE_RGB24: return DT_RGB24;
+    default: return DT_UINT8;
+    }
+}
+
+// Millimetres per unit of the header's spatial unit (unknown counts as millimetres).
+double millimetres_per_unit(int xyz_units) {
+    switch (xyz_units) {
+    case NIFTI_UNITS_METER: return 1000.0;
+    case NIFTI_UNITS_MICRON: return 0.001;
+    default: return 1.0;
+    }
+}
+
+double spacing_of(double pixdim, double unit) {
+    const double s = std::fabs(pixdim) * unit;
+    return std::isfinite(s) && s > 0.0 ? s : 1.0;
+}
+
+// The affine a reader of the header takes: the sform when its code is set, else the qform.
+void orientation_of(const nifti_image& n, double unit, FileGrid* g) {
+    const nifti_dmat44* m = n.sform_code > 0 ? &n.sto_xyz : n.qform_code > 0 ? &n.qto_xyz : nullptr;
+    if (!m) return;
+    g->oriented = true;
+    g->orientation.qform_code = n.qform_code;
+    g->orientation.sform_code = n.sform_code;
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 4; ++c) g->orientation.affine[r][c] = m->m[r][c] * unit;
+}
+
+int grid_of(const nifti_image& n, FileGrid* g) {
+    if (n.nu > 1 || n.nv > 1 || n.nw > 1) return kFileGrid;  // vectors, tensors, a fifth axis
+    if (n.nx < 1 || n.ny < 1) return kNiftiFile;
+    // the extents beyond the header's dimension count may be 0: they count as 1
+    g->X = n.nx, g->Y = n.ny, g->Z = std::max<int64_t>(n.nz, 1), g->T = std::max<int64_t>(n.nt, 1);
+    g->sample = sample_of_datatype(n.datatype);
+    if (!g->sample) return kFileSampleType;
+    // a slope of 0 (or not a number) means no scaling, as every reader of the format takes it
+    const bool slope_set = std::isfinite(n.scl_slope) && n.scl_slope != 0.0;
+    const double inter = std::isfinite(n.scl_inter) ? n.scl_inter : 0.0;
+    g->scaled = slope_set && g->sample != V3D_SAMPLE_RGB24 && (n.scl_slope != 1.0 || inter != 0.0);
+    if (g->scaled) g->slope = n.scl_slope, g->inter = inter;
+    const double unit = millimetres_per_unit(XYZT_TO_SPACE(n.xyz_units));
+    g->spacing[0] = spacing_of(n.dz, unit);
+    g->spacing[1] = spacing_of(n.dy, unit);
+    g->spacing[2] = spacing_of(n.dx, unit);
+    orientation_of(n, unit, g);
+    return kOk;
+}
+
+int nifti_header(const char* path, FileGrid* g) {
+    V3D_CHECK(readable(path));
+    quiet();
+    Nifti n(nifti_image_read(path, 0));
+    if (!n) return kNiftiFile;
+    return grid_of(*n, g);
+}
+
+int nifti_data(const char* path, const FileGrid& g, int t0, int t1, TimePointSink& sink) {
+    std::size_t bytes = 0;
+    if (!time_point_bytes(g, &bytes)) return kFileGrid;
+    auto buffer = make_io_buffer<unsigned char>(bytes);
+    if (!buffer) return kNoBuffer;
+    quiet();
+    Nifti n(nifti_image_read(path, 0));
+    if (!n) return kNiftiFile;
+    for (int t = t0; t <= t1; ++t) {
+        // -1: the whole axis; the time axis at t
+        int64_t pick[8] = {0, -1, -1, -1, g.T > 1 ? t : -1, -1, -1, -1};
+        void* into = buffer.get();
+        if (nifti_read_collapsed_image(n.get(), pick, &into) != static_cast<int64_t>(bytes)) return kFread;
+        V3D_CHECK(sink.take(t, buffer.get()));
+    }
+    return kOk;
+}
+
+// ---- writing -------------------------------------------------------------------------------
+
+struct Names {
+    std::string header, image;  // image empty for a single .nii file
+    bool gzip = false;
+};
+
+// .nii and .nii.gz are one file; .hdr and .img (gzipped or not) name a pair.
+bool names_of(const char* path, Names* names) {
+    const std::string p(path);
+    names->gzip = ends_with(path, ".gz");
+    const std::string stem = names->gzip ? p.substr(0, p.size() - 3) : p;
+    const std::string gz = names->gzip ? ".gz" : "";
+    if (ends_with(stem.c_str(), ".nii")) {
+        names->header = p;
+        return true;
+    }
+    if (!ends_with(stem.c_str(), ".hdr") && !ends_with(stem.c_str(), ".img")) return false;
+    const std::string bare = stem.substr(0, stem.size() - 4);
+    names->header = bare + ".hdr" + gz;
+    names->image = bare + ".img" + gz;
+    return true;
+}
+
+nifti_dmat44 matrix_of(const VolumeOrientation& o) {
+    nifti_dmat44 m{};
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 4; ++c) m.m[r][c] = o.affine[r][c];
+    m.m[3][3] = 1.0;
+    return m;
+}
+
+// The image record of vol's header: grid, voxel type, spacing in millimetres, and the
+// orientation as sform and quaternion with their codes (an orientation without codes is
+// written as scanner-based).
+Nifti image_record(Volume* vol, const FileGrid& g, int version, bool pair) {
+    const int64_t dims[8] = {3, g.X, g.Y, g.Z, 1, 1, 1, 1};
+    Nifti n(nifti_make_new_nim(dims, datatype_of_sample(g.sample), 0));
+    if (!n) return n;
+    for (int k = 4; k < 8; ++k) n->dim[k] = 1;  // the unused extents are 1, as readers expect
+    n->nt = n->nu = n->nv = n->nw = 1;
+    n->dx = n->pixdim[1] = g.spacing[2];
+    n->dy = n->pixdim[2] = g.spacing[1];
+    n->dz = n->pixdim[3] = g.spacing[0];
+    n->xyz_units = NIFTI_UNITS_MM;
+    n->scl_slope = 1.0, n->scl_inter = 0.0;
+    if (g.oriented) {
+        const VolumeOrientation& o = g.orientation;
+        const bool none = o.qform_code <= 0 && o.sform_code <= 0;
+        const nifti_dmat44 m = matrix_of(o);
+        if (o.sform_code > 0 || none) {
+            n->sform_code = none ? NIFTI_XFORM_SCANNER_ANAT : o.sform_code;
+            n->sto_xyz = m;
+        }
+        if (o.qform_code > 0 || none) {
+            n->qform_code = none ? NIFTI_XFORM_SCANNER_ANAT : o.qform_code;
+            double dx, dy, dz;
+            nifti_dmat44_to_quatern(m, &n->quatern_b, &n->quatern_c, &n->quatern_d, &n->qoffset_x,
+                                    &n->qoffset_y, &n->qoffset_z, &dx, &dy, &dz, &n->qfac);
+            n->qto_xyz = m;
+        }
+    }
+    std::snprintf(n->descrip, sizeof n->descrip, "%.79s", vol->name);
+    n->nifti_type = version == 1 ? (pair ? NIFTI_FTYPE_NIFTI1_2 : NIFTI_FTYPE_NIFTI1_1)
+                                 : (pair ? NIFTI_FTYPE_NIFTI2_2 : NIFTI_FTYPE_NIFTI2_1);
+    n->iname_offset = pair ? 0 : version == 1 ? 352 : 544;
+    return n;
+}
+
+bool put(znzFile f, const void* data, std::size_t bytes) {
+    return bytes == 0 || znzwrite(data, 1, bytes, f) == bytes;
+}
+
+int close_checked(ZnzOwner& f) {
+    znzFile file = f.release();
+    return Xznzclose(&file) == 0 ? kOk : kFwrite;
+}
+
+int write_voxels(Volume* vol, const FileGrid& g, znzFile f) {
+    const std::size_t row_bytes = static_cast<std::size_t>(vol->X) * sample_bytes(g.sample);
+    auto row = make_io_buffer<unsigned char>(row_bytes);
+    if (!row) return kNoBuffer;
+    for (int z = 0; z < vol->Z; ++z)
+        for (int y = 0; y < vol->Y; ++y) {
+            pack_row(vol, z, y, g.sample, row.get());
+            if (!put(f, row.get(), row_bytes)) return kFwrite;
+        }
+    return kOk;
+}
+
+int nifti_write(Volume* vol, const char* path, int version) {
+    V3D_CHECK(CheckVolume(vol, kAnyType, kAnyColor));
+    Names names;
+    if (!path || version < 0 || version > 2 || !names_of(path, &names)) return kInvalidParams;
+    const FileGrid g = grid_to_write(vol);
+    const bool wide = g.X > 32767 || g.Y > 32767 || g.Z > 32767;
+    if (version == 0) version = wide ? 2 : 1;
+    if (version == 1 && wide) return kInvalidParams;
+    quiet();
+    Nifti n = image_record(vol, g, version, !names.image.empty());
+    if (!n) return kNoBuffer;
+    nifti_1_header h1;
+    nifti_2_header h2;
+    const void* header = version == 1 ? static_cast<const void*>(&h1) : &h2;
+    const std::size_t header_bytes = version == 1 ? sizeof h1 : sizeof h2;
+    if ((version == 1 ? nifti_convert_nim2n1hdr(n.get(), &h1) : nifti_convert_nim2n2hdr(n.get(), &h2)) != 0)
+        return kInvalidParams;
+    // where the voxels start: after the header and the four bytes that say "no extensions"
+    h1.vox_offset = static_cast<float>(n->iname_offset);
+    h2.vox_offset = n->iname_offset;
+    ZnzOwner f(znzopen(names.header.c_str(), "wb", names.gzip));
+    if (!f) return kFopen;
+    if (!put(f.get(), header, header_bytes)) return kFwrite;
+    if (names.image.empty()) {
+        const char extender[4] = {0, 0, 0, 0};  // no extensions follow
+        if (!put(f.get(), extender, sizeof extender)) return kFwrite;
+    } else {
+        V3D_CHECK(close_checked(f));
+        f.reset(znzopen(names.image.c_str(), "wb", names.gzip));
+        if (!f) return kFopen;
+    }
+    V3D_CHECK(write_voxels(vol, g, f.get()));
+    return close_checked(f);
+}
+
+}  // namespace
+
+const VolumeFileOps kNiftiOps = {kNiftiFile, nifti_header, nifti_data, nifti_write};
+
+}  // namespace v3d
+
+extern "C" int SaveNiftiVolume(Volume* vol, const char* path, int version) {
+    return v3d::without_throwing([&]() -> int { return v3d::nifti_write(vol, path, version); });
+}
