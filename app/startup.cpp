@@ -9,7 +9,8 @@ namespace app {
 
 const char* const kUsage =
     "usage: vexilo3d [--size ZxYxX] [--type uc|f|i|u16|i16|u32|i32|f32|f64] [--endian little|big]\n"
-    "                [--channels 1|3] [--skip N] [--offset BYTES] [--spacing z,y,x] [FILE ...]\n"
+    "                [--channels 1|3] [--skip N] [--byte-offset BYTES] [--spacing z,y,x]\n"
+    "                [FILE ...]\n"
     "Opens each raw volume FILE (no header; ZxYxX frames, rows, columns) and shows it.\n";
 
 bool parse_command_line(const std::vector<std::string>& args, CommandLine& line,

@@ -1,5 +1,5 @@
 // The command line of the workstation: vexilo3d [--size ZxYxX] [--type uc|f|i|u16 ...]
-// [--endian little|big] [--channels 1|3] [--skip N] [--offset BYTES] [--spacing z,y,x]
+// [--endian little|big] [--channels 1|3] [--skip N] [--byte-offset BYTES] [--spacing z,y,x]
 // [FILE ...] opens raw volume files into new volumes and shows them. The options are v3d's
 // raw-volume grammar.
 #pragma once
@@ -13,7 +13,7 @@ namespace app {
 
 struct CommandLine {
     std::vector<std::string> files;
-    cli::RawVolumeSpec volume;  // every file's size, voxels, channels, skip, offset and spacing
+    cli::RawVolumeSpec volume;  // every file's size, voxels, channels, skip, offset, spacing
 };
 
 // Parses the arguments (without the program name); false with a reason in error.

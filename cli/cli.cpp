@@ -22,7 +22,7 @@ namespace cli {
 
 const char* const kInOutUsage =
     "--in FILE --size ZxYxX [--type uc|f|i|u16|i16|u32|i32|f32|f64] [--endian little|big]\n"
-    "    [--channels 1|3] [--skip N] [--offset BYTES] [--spacing z,y,x]\n"
+    "    [--channels 1|3] [--skip N] [--byte-offset BYTES] [--spacing z,y,x]\n"
     "    [--voi z1:z2,y1:y2,x1:x2] --out FILE";  // the raw-volume grammar of kRawVolumeUsage
 
 Args::Args(const std::vector<std::string>& words) {
@@ -159,7 +159,7 @@ VolumeSpec volume_spec(const Args& args, const std::string& role) {
         {"channels", role_option(args, role, "channels", "1")},
         {"skip", role_option(args, role, "skip", "0")},
         {"endian", role_option(args, role, "endian", "little")},
-        {"offset", role_option(args, role, "offset", "0")}};
+        {"byte-offset", role_option(args, role, "byte-offset", "0")}};
     for (const auto& [name, value] : options) {
         std::string error;
         set_raw_option(s, name, value, error);

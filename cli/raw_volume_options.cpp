@@ -9,7 +9,7 @@ namespace cli {
 
 const char* const kRawVolumeUsage =
     "--size ZxYxX [--type uc|f|i|u16|i16|u32|i32|f32|f64] [--endian little|big] [--channels 1|3]\n"
-    "    [--skip N] [--offset BYTES] [--spacing z,y,x]";
+    "    [--skip N] [--byte-offset BYTES] [--spacing z,y,x]";
 
 bool whole_number(const std::string& word, int& value) {
     errno = 0;
@@ -105,8 +105,8 @@ bool set_raw_option(RawVolumeSpec& volume, const std::string& name, const std::s
     } else if (name == "skip") {
         if (!whole_number(value, volume.skip) || volume.skip < 0)
             error = "--skip wants a number of frames (0 or more)";
-    } else if (name == "offset") {
-        if (!parse_offset(value, volume.offset)) error = "--offset wants a number of bytes (0 or more)";
+    } else if (name == "byte-offset") {
+        if (!parse_offset(value, volume.offset)) error = "--byte-offset wants a number of bytes (0 or more)";
     } else if (name == "spacing") {
         if (!parse_spacing(value, volume)) error = "--spacing wants z,y,x (or ZxYxX), each above 0";
     } else {

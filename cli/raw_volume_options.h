@@ -1,7 +1,8 @@
 // The description of a raw volume file on a command line, one grammar for v3d and the
 // workstation: --size ZxYxX (or z,y,x), --type uc|f|i|u16|i16|u32|i32|f32|f64 (the file's
-// voxels), --endian little|big, --channels 1|3, --skip N (frames), --offset BYTES (a header to
-// step over first) and --spacing z,y,x (the voxel size the volume carries).
+// voxels), --endian little|big, --channels 1|3, --skip N (frames), --byte-offset BYTES (a
+// header to step over first; v3d's --offset already places outputs) and --spacing z,y,x (the
+// voxel size the volume carries).
 #pragma once
 
 #include <string>
@@ -18,7 +19,7 @@ struct RawVolumeSpec {
     int type = V3D_TYPE_UC, colortype = V3D_COLOR_GREY, skip = 0;
     int sample = V3D_SAMPLE_U8;
     bool big_endian = false;
-    long long offset = 0;
+    long long offset = 0;  // --byte-offset
     bool spaced = false;
     double spacing[3] = {1.0, 1.0, 1.0};  // z, y, x
 };

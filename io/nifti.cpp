@@ -1,11 +1,15 @@
 // NIfTI-1 and NIfTI-2 files through the NIfTI C library (nifti2_io): .nii and .nii.gz, and
-// .hdr/.img pairs (gzipped too). The library reads the headers of both versions, swaps the
-// bytes of big-endian files and reads one time point at a time; we build the header we write
-// with it as well (quaternion and sform included) and write the bytes ourselves through its
-// znz layer, so that every short write is a status rather than a message on stderr.
+// .hdr/.img pairs (gzipped too; Analyze headers as pairs). The library converts the headers of
+// both versions (swapping big-endian ones), builds the header we write (quaternion and sform
+// included), swaps voxels and reads and writes through its znz layer; we name the files and
+// move the bytes ourselves, one time point at a time, so that a file is never looked up under
+// another name and every short read or write is a status rather than a message on stderr.
 #include <algorithm>
+#include <climits>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -37,13 +41,6 @@ void quiet() {
         return true;
     }();
     (void)done;
-}
-
-int readable(const char* path) {
-    std::FILE* f = std::fopen(path, "rb");
-    if (!f) return kFopen;
-    std::fclose(f);
-    return kOk;
 }
 
 int sample_of_datatype(int datatype) {
@@ -117,11 +114,61 @@ int grid_of(const nifti_image& n, FileGrid* g) {
     return kOk;
 }
 
-int nifti_header(const char* path, FileGrid* g) {
-    V3D_CHECK(readable(path));
+// "a.hdr" -> "a.img" (gzipped or not), and the other way round; "" when path is neither.
+std::string partner(const std::string& path, const char* from, const char* to) {
+    const bool gz = ends_with(path.c_str(), ".gz");
+    const std::string stem = gz ? path.substr(0, path.size() - 3) : path;
+    if (!ends_with(stem.c_str(), from)) return "";
+    return stem.substr(0, stem.size() - 4) + to + (gz ? ".gz" : "");
+}
+
+void replace_name(char*& field, const std::string& name) {
+    std::free(field);
+    field = nifti_strdup(name.c_str());
+}
+
+// The image record of exactly the file named: its header read through znz and converted by
+// the library (which also swaps a big-endian one), the voxels in this file after the header
+// or, for a pair (and an Analyze header), in the .img beside the .hdr. The library's own
+// nifti_image_read picks among .hdr, .nii and .gz names of its choosing, which goes wrong when
+// a pair and a single file share a base name.
+int open_image(const char* path, Nifti* out) {
     quiet();
-    Nifti n(nifti_image_read(path, 0));
-    if (!n) return kNiftiFile;
+    const std::string image_of_img = partner(path, ".img", ".hdr");
+    const std::string header = image_of_img.empty() ? std::string(path) : image_of_img;
+    ZnzOwner f(znzopen(header.c_str(), "rb", ends_with(header.c_str(), ".gz")));
+    if (!f) return kFopen;
+    unsigned char bytes[sizeof(nifti_2_header)] = {};
+    const std::size_t n = znzread(bytes, 1, sizeof bytes, f.get());
+    const int version = nifti_header_version(reinterpret_cast<const char*>(bytes), n);
+    Nifti nim;
+    if ((version == 0 || version == 1) && n >= sizeof(nifti_1_header)) {
+        nifti_1_header h;
+        std::memcpy(&h, bytes, sizeof h);
+        nim.reset(nifti_convert_n1hdr2nim(h, header.c_str()));
+    } else if (version == 2 && n >= sizeof(nifti_2_header)) {
+        nifti_2_header h;
+        std::memcpy(&h, bytes, sizeof h);
+        nim.reset(nifti_convert_n2hdr2nim(h, header.c_str()));
+    }
+    if (!nim) return kNiftiFile;
+    const bool single = nim->nifti_type == NIFTI_FTYPE_NIFTI1_1 || nim->nifti_type == NIFTI_FTYPE_NIFTI2_1;
+    const std::string image = single ? header : partner(header, ".hdr", ".img");
+    if (image.empty()) return kNiftiFile;
+    replace_name(nim->fname, header);
+    replace_name(nim->iname, image);
+    if (!nim->fname || !nim->iname) return kNoBuffer;
+    // the voxels of a single file follow the header and the four bytes of its extension flags
+    const int64_t least = static_cast<int64_t>(version == 2 ? sizeof(nifti_2_header) : sizeof(nifti_1_header)) + 4;
+    if (single && nim->iname_offset < least) nim->iname_offset = least;
+    if (nim->iname_offset < 0) return kNiftiFile;
+    *out = std::move(nim);
+    return kOk;
+}
+
+int nifti_header(const char* path, FileGrid* g) {
+    Nifti n;
+    V3D_CHECK(open_image(path, &n));
     return grid_of(*n, g);
 }
 
@@ -130,14 +177,20 @@ int nifti_data(const char* path, const FileGrid& g, int t0, int t1, TimePointSin
     if (!time_point_bytes(g, &bytes)) return kFileGrid;
     auto buffer = make_io_buffer<unsigned char>(bytes);
     if (!buffer) return kNoBuffer;
-    quiet();
-    Nifti n(nifti_image_read(path, 0));
-    if (!n) return kNiftiFile;
+    Nifti n;
+    V3D_CHECK(open_image(path, &n));
+    // read here rather than by the library's loaders, which look the file up by name again
+    ZnzOwner f(znzopen(n->iname, "rb", ends_with(n->iname, ".gz")));
+    if (!f) return kFopen;
+    const bool swap = n->byteorder != nifti_short_order() && n->swapsize > 1;
     for (int t = t0; t <= t1; ++t) {
-        // -1: the whole axis; the time axis at t
-        int64_t pick[8] = {0, -1, -1, -1, g.T > 1 ? t : -1, -1, -1, -1};
-        void* into = buffer.get();
-        if (nifti_read_collapsed_image(n.get(), pick, &into) != static_cast<int64_t>(bytes)) return kFread;
+        std::uint64_t at = 0;
+        if (!checked_product(&at, {static_cast<long long>(bytes), t}) ||
+            at > static_cast<std::uint64_t>(INT64_MAX - n->iname_offset) ||
+            znzseek(f.get(), static_cast<znz_off_t>(n->iname_offset + static_cast<int64_t>(at)), SEEK_SET) < 0 ||
+            znzread(buffer.get(), 1, bytes, f.get()) != bytes)
+            return kFread;
+        if (swap) nifti_swap_Nbytes(static_cast<int64_t>(bytes / n->swapsize), n->swapsize, buffer.get());
         V3D_CHECK(sink.take(t, buffer.get()));
     }
     return kOk;
