@@ -28,6 +28,25 @@ inline bool raw_format(int format) {
     return f && f->raw;
 }
 
+// A volume file with a header (NIfTI, NRRD, MetaImage): it tells its size, voxels and time
+// points; the dialog asks only for the file and the time point.
+inline bool volume_format(int format) {
+    return format == V3D_FORMAT_NIFTI || format == V3D_FORMAT_NRRD || format == V3D_FORMAT_METAIMAGE;
+}
+
+// The voxel types the raw formats offer, in the order of the dialog's list: the three data
+// types as they are, then file voxels that go into I or F. Only the single-file raw volume
+// reads the latter (and big-endian files and byte offsets).
+struct RawChoice {
+    const char* text;
+    int type, sample;  // sample 0: the data type's own
+};
+inline constexpr RawChoice kRawChoices[] = {
+    {"UC", V3D_TYPE_UC, 0},          {"F", V3D_TYPE_F, 0},            {"I", V3D_TYPE_I, 0},
+    {"U16 (into I)", V3D_TYPE_I, V3D_SAMPLE_U16}, {"I16 (into I)", V3D_TYPE_I, V3D_SAMPLE_S16},
+    {"U32 (into I)", V3D_TYPE_I, V3D_SAMPLE_U32}, {"I32 (into I)", V3D_TYPE_I, V3D_SAMPLE_S32},
+    {"F64 (into F)", V3D_TYPE_F, V3D_SAMPLE_F64}};
+
 // The colour type a format fixes (raw frames grey, raw r/g/b colour), 0 when the dialog or
 // the files decide.
 inline int fixed_colortype(int format) {

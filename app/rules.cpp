@@ -104,6 +104,10 @@ int check_format(FormatRequest& r) {
     if (r.first > r.last) return res::kLowerAboveUpper;
     if ((raw_format(r.format) && (r.width <= 0 || r.height <= 0)) || r.first < 0 || r.digits < 0)
         return res::kBadDimensions;
+    // other voxels, byte orders and offsets are the single-file raw volume's
+    const bool plain_voxels = r.sample == 0 && !r.big_endian && r.offset == 0;
+    if (r.offset < 0 || r.timepoint < 0 || (raw_format(r.format) && r.format != V3D_FORMAT_RAW_VOLUME && !plain_voxels))
+        return res::kBadDimensions;
     if (const int colour = fixed_colortype(r.format)) r.colortype = colour;
     const std::string file =
         single_file(r.format) ? r.file : frame_file_name(r.base, r.first, r.digits, r.exts[0]);

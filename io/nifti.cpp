@@ -127,6 +127,25 @@ void replace_name(char*& field, const std::string& name) {
     field = nifti_strdup(name.c_str());
 }
 
+template <class T> T swapped(T v) {
+    unsigned char b[sizeof v];
+    std::memcpy(b, &v, sizeof v);
+    std::reverse(b, b + sizeof v);
+    std::memcpy(&v, b, sizeof v);
+    return v;
+}
+
+// The library takes the dimension count of a header as an index into its arrays and reports
+// an unknown voxel type on stderr: a header whose count is not 1..7 or whose type it does not
+// know (in the header's byte order) never reaches it.
+template <class Header> bool fit_for_library(const Header& h, int size) {
+    const bool swap = h.sizeof_hdr != size;
+    if (swap && swapped(h.sizeof_hdr) != size) return false;
+    const auto rank = swap ? swapped(h.dim[0]) : h.dim[0];
+    const auto datatype = swap ? swapped(h.datatype) : h.datatype;
+    return rank >= 1 && rank <= 7 && nifti_is_valid_datatype(datatype);
+}
+
 // The image record of exactly the file named: its header read through znz and converted by
 // the library (which also swaps a big-endian one), the voxels in this file after the header
 // or, for a pair (and an Analyze header), in the .img beside the .hdr. The library's own
@@ -145,11 +164,11 @@ int open_image(const char* path, Nifti* out) {
     if ((version == 0 || version == 1) && n >= sizeof(nifti_1_header)) {
         nifti_1_header h;
         std::memcpy(&h, bytes, sizeof h);
-        nim.reset(nifti_convert_n1hdr2nim(h, header.c_str()));
+        if (fit_for_library(h, static_cast<int>(sizeof h))) nim.reset(nifti_convert_n1hdr2nim(h, header.c_str()));
     } else if (version == 2 && n >= sizeof(nifti_2_header)) {
         nifti_2_header h;
         std::memcpy(&h, bytes, sizeof h);
-        nim.reset(nifti_convert_n2hdr2nim(h, header.c_str()));
+        if (fit_for_library(h, static_cast<int>(sizeof h))) nim.reset(nifti_convert_n2hdr2nim(h, header.c_str()));
     }
     if (!nim) return kNiftiFile;
     const bool single = nim->nifti_type == NIFTI_FTYPE_NIFTI1_1 || nim->nifti_type == NIFTI_FTYPE_NIFTI2_1;

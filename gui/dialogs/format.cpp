@@ -8,6 +8,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "app/formats.h"
 #include "app/services.h"
@@ -39,8 +40,18 @@ FormatDialog::FormatDialog(const app::FormatRequest& start, QWidget* parent)
     height_->setText(QString::number(start.height));
     type_ = new QComboBox(this);
     type_->setObjectName("7018");
-    type_->addItems({"UC", "F", "I"});
-    type_->setCurrentIndex(start.type == 2 ? 1 : start.type == 4 ? 2 : 0);
+    for (const app::RawChoice& c : app::kRawChoices) {
+        type_->addItem(c.text);
+        if (c.type == start.type && c.sample == start.sample) type_->setCurrentIndex(type_->count() - 1);
+    }
+    endian_ = new QComboBox(this);
+    endian_->setObjectName("7024");
+    endian_->addItems({"Little-endian", "Big-endian"});
+    endian_->setCurrentIndex(start.big_endian ? 1 : 0);
+    offset_ = make_edit(7025, this);
+    offset_->setText(QString::number(start.offset));
+    timepoint_ = make_edit(7026, this);
+    timepoint_->setText(QString::number(start.timepoint));
     color_ = new QComboBox(this);
     color_->setObjectName("7019");
     color_->addItems({"1 Channel", "3 Channels"});
@@ -65,8 +76,11 @@ FormatDialog::FormatDialog(const app::FormatRequest& start, QWidget* parent)
     form->addRow("Width (X):", width_);
     form->addRow("Height (Y):", height_);
     form->addRow("Data type:", type_);
+    form->addRow("Byte order:", endian_);
+    form->addRow("Header bytes to skip:", offset_);
     form->addRow("Color type:", color_);
     form->addRow("Extensions:", ext_row);
+    form->addRow("Time point:", timepoint_);
     auto* main = new QVBoxLayout(this);
     main->addLayout(form);
     QPushButton* ok;
@@ -101,12 +115,18 @@ void FormatDialog::update_enabling() {
     const int format = format_->currentIndex();
     const bool single = app::single_file(format);
     const bool raw = app::raw_format(format);
+    const bool volume_file = app::volume_format(format);  // the header tells all but the time point
     file_->setEnabled(single);
     base_->setEnabled(!single);
     digits_->setEnabled(!single);
+    first_->setEnabled(!volume_file);
+    last_->setEnabled(!volume_file);
     width_->setEnabled(raw);
     height_->setEnabled(raw);
     type_->setEnabled(raw);
+    endian_->setEnabled(format == V3D_FORMAT_RAW_VOLUME);
+    offset_->setEnabled(format == V3D_FORMAT_RAW_VOLUME);
+    timepoint_->setEnabled(volume_file);
     color_->setEnabled(raw && !app::fixed_colortype(format));
     exts_[0]->setEnabled(!single && format != V3D_FORMAT_RAW_RGB);
     exts_[1]->setEnabled(false);
@@ -123,7 +143,12 @@ void FormatDialog::accept() {
     r.digits = app::int_of_text(text_of(digits_));
     r.width = app::int_of_text(text_of(width_));
     r.height = app::int_of_text(text_of(height_));
-    r.type = type_->currentIndex() == 1 ? 2 : type_->currentIndex() == 2 ? 4 : 1;
+    const app::RawChoice& choice = app::kRawChoices[std::max(type_->currentIndex(), 0)];
+    r.type = choice.type;
+    r.sample = choice.sample;
+    r.big_endian = endian_->currentIndex() == 1;
+    r.offset = offset_->text().toLongLong();
+    r.timepoint = app::int_of_text(text_of(timepoint_));
     r.colortype = color_->currentIndex() == 1 ? 2 : 1;
     for (int i = 0; i < 3; ++i) r.exts[i] = exts_[i]->text().toStdString();
     if (const int status = app::check_format(r)) {

@@ -1,5 +1,7 @@
 // The open/save format dialog: format 7010, file 7011, base name 7012, first 7013, last 7014,
-// digits 7015, width 7016, height 7017, data type 7018, colour type 7019, extensions 7020-7022.
+// digits 7015, width 7016, height 7017, data type 7018, colour type 7019, extensions 7020-7022;
+// for raw volumes also byte order 7024 and byte offset 7025, for volume files the time point
+// 7026.
 #pragma once
 
 #include "app/ui.h"
@@ -21,8 +23,9 @@ protected:
 private:
     void update_enabling();
     app::FormatRequest result_;
-    QComboBox *format_, *type_, *color_;
+    QComboBox *format_, *type_, *color_, *endian_;
     QLineEdit *file_, *base_, *first_, *last_, *digits_, *width_, *height_, *exts_[3];
+    QLineEdit *offset_, *timepoint_;
     QPushButton* browse_;
 };
 

@@ -312,6 +312,14 @@ std::vector<Config> library_configs() {
         return 0;
     }});
     c.push_back({"ProduceFrameGallery3d", [](World& w) { return ProduceFrameGallery3d(w[A], w[GAL], 2, 1); }, bit(GAL)});
+    c.push_back({"ProduceFrameGallery3dAspect", [](World& w) { return ProduceFrameGallery3dAspect(w[A], w[GAL], 2, 0, 1.5); },
+                 bit(GAL)});
+    c.push_back({"ProvoliSpaced3d", [](World& w) {
+        static const unsigned char t[3] = {90, 90, 90};
+        for (int mode = V3D_PROVOLI_THRESHOLD; mode <= V3D_PROVOLI_SURFACE_COLOR; ++mode)
+            V3D_CHECK(ProvoliSpaced3d(mode == V3D_PROVOLI_SURFACE_COLOR ? w[RGB] : w[A], w.image, 32, 32, mode, 30, 20,
+                                      0, t, 1, 2.5, 1.0, 0.5));
+        return 0; }, pic, true});
     return c;
 }
 
