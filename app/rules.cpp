@@ -100,6 +100,20 @@ int read_levels(const std::string& upper, const std::string& lower, const std::s
     return 0;
 }
 
+std::string spacing_text(Volume* vol) {
+    double sz = 1, sy = 1, sx = 1;
+    GetVolumeSpacing(vol, &sz, &sy, &sx);
+    return res::format(res::kSpacingText, sz, sy, sx);
+}
+
+std::string orientation_text(Volume* vol) {
+    VolumeOrientation o;
+    if (GetVolumeOrientation(vol, &o) != 1) return res::text(res::kNoOrientation);
+    const auto& a = o.affine;
+    return res::format(res::kOrientationText, o.sform_code, o.qform_code, a[0][0], a[0][1], a[0][2], a[0][3],
+                       a[1][0], a[1][1], a[1][2], a[1][3], a[2][0], a[2][1], a[2][2], a[2][3]);
+}
+
 int check_format(FormatRequest& r) {
     if (r.first > r.last) return res::kLowerAboveUpper;
     if ((raw_format(r.format) && (r.width <= 0 || r.height <= 0)) || r.first < 0 || r.digits < 0)

@@ -135,15 +135,17 @@ template <class T> T swapped(T v) {
     return v;
 }
 
-// The library takes the dimension count of a header as an index into its arrays and reports
-// an unknown voxel type on stderr: a header whose count is not 1..7 or whose type it does not
-// know (in the header's byte order) never reaches it.
+// The library takes the dimension count of a header as an index into its arrays, and reports
+// an unknown voxel type or an empty first axis on stderr: a header whose count is not 1..7,
+// whose type it does not know or whose first extent is below 1 (in the header's byte order)
+// never reaches it.
 template <class Header> bool fit_for_library(const Header& h, int size) {
     const bool swap = h.sizeof_hdr != size;
     if (swap && swapped(h.sizeof_hdr) != size) return false;
     const auto rank = swap ? swapped(h.dim[0]) : h.dim[0];
+    const auto first = swap ? swapped(h.dim[1]) : h.dim[1];
     const auto datatype = swap ? swapped(h.datatype) : h.datatype;
-    return rank >= 1 && rank <= 7 && nifti_is_valid_datatype(datatype);
+    return rank >= 1 && rank <= 7 && first >= 1 && nifti_is_valid_datatype(datatype);
 }
 
 // The image record of exactly the file named: its header read through znz and converted by

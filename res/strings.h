@@ -113,6 +113,9 @@ enum Text : int {
     kSaveProjection = 3143,        // a projection window's system-menu item
     kAlignmentTitle = 3150,        // the alignment tool's position view
     kAlignmentVolumeChanged = 3151,
+    kSpacingText = 3160,           // "%g x %g x %g mm (z, y, x)": State of Volumes
+    kOrientationText = 3161,       // "sform %d, qform %d: x %+.4g %+.4g %+.4g ..."
+    kNoOrientation = 3162,
 
     kOffsetX = 5001, kOffsetY, kOffsetZ,
     kChannel1 = 5004, kChannel2, kChannel3,

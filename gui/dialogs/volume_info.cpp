@@ -28,6 +28,16 @@ VolumeInfoDialog::VolumeInfoDialog(Kind kind, QWidget* parent) : QDialog(parent)
     if (kind == SetVoi) {
         fields_.info->setReadOnly(false);
         right->addLayout(voi_fields(this, voi_));
+    } else {
+        // what a file told of its voxels (or 1 x 1 x 1): the size and where they lie
+        auto* geometry = new QFormLayout;
+        spacing_ = make_edit(7030, this);
+        orientation_ = make_edit(7031, this);
+        for (QLineEdit* e : {spacing_, orientation_}) e->setReadOnly(true);
+        orientation_->setMinimumWidth(orientation_->fontMetrics().averageCharWidth() * 48);
+        geometry->addRow("Voxel Spacing:", spacing_);
+        geometry->addRow("Orientation:", orientation_);
+        right->addLayout(geometry);
     }
     top->addLayout(right);
     auto* main = new QVBoxLayout(this);
@@ -41,6 +51,12 @@ void VolumeInfoDialog::selected() {
     const Volume* v = volume_of(list_);
     if (!v) return;
     show_volume(v, fields_);
+    if (spacing_) {
+        Volume* shown = volume_of(list_);
+        spacing_->setText(QString::fromStdString(app::spacing_text(shown)));
+        orientation_->setText(QString::fromStdString(app::orientation_text(shown)));
+        orientation_->setCursorPosition(0);
+    }
     if (kind_ == SetVoi) {
         show_voi(v, voi_);
         ok_->setEnabled(true);
