@@ -229,7 +229,16 @@ TEST_F(Dialogs, StateAndSetVoiShowTheSlotAndSetVoiValidates) {
     gui::VolumeInfoDialog state(gui::VolumeInfoDialog::State);
     EXPECT_EQ(state.windowTitle(), "State Of Volumes");
     choose(&state, "0");
-    expect_texts(&state, {{1313, "I"}, {1314, "1 Channel"}, {1303, "3"}});
+    expect_texts(&state, {{1313, "I"}, {1314, "1 Channel"}, {1303, "3"}, {7030, "1 x 1 x 1 mm (z, y, x)"},
+                          {7031, "none"}});
+    Volume* spaced = make(2, 2, 2);
+    const VolumeOrientation o{{{-2, 0, 0, 32}, {0, 2, 0, -40}, {0, 0, 2.2, -16}}, 1, 2};
+    ASSERT_EQ(SetVolumeSpacing(spaced, 2.2, 2, 2), 0);
+    ASSERT_EQ(SetVolumeOrientation(spaced, &o), 0);
+    gui::VolumeInfoDialog again(gui::VolumeInfoDialog::State);
+    choose(&again, "1");
+    expect_texts(&again, {{7030, "2.2 x 2 x 2 mm (z, y, x)"},
+                          {7031, "sform 2, qform 1: (-2 0 0 32) (0 2 0 -40) (0 0 2.2 -16)"}});
 
     gui::VolumeInfoDialog voi(gui::VolumeInfoDialog::SetVoi);
     EXPECT_EQ(voi.windowTitle(), "Set VOI");
@@ -359,6 +368,38 @@ TEST_F(Dialogs, FormatDialogChecksFramesDimensionsAndTheFile) {
     formats->setCurrentIndex(V3D_FORMAT_TIFF_STACK);    // one file
     EXPECT_TRUE(enabled(&d, 7011));
     EXPECT_FALSE(enabled(&d, 7012));
+    EXPECT_FALSE(enabled(&d, 7026));
+    formats->setCurrentIndex(V3D_FORMAT_NIFTI);         // the header tells all but the time point
+    EXPECT_TRUE(enabled(&d, 7011) && enabled(&d, 7026));
+    for (int id : {7013, 7014, 7016, 7018, 7024, 7025}) EXPECT_FALSE(enabled(&d, id)) << id;
+}
+
+TEST_F(Dialogs, FormatDialogTakesRawVoxelTypesByteOrderAndHeaderSize) {
+    QTemporaryDir dir;
+    const QString file = dir.filePath("ct.img");
+    QFile(file).open(QIODevice::WriteOnly);
+    app::FormatRequest start;
+    start.format = V3D_FORMAT_RAW_VOLUME;
+    start.file = file.toStdString();
+    gui::FormatDialog d(start);
+    EXPECT_TRUE(enabled(&d, 7024) && enabled(&d, 7025));
+    EXPECT_FALSE(enabled(&d, 7026));
+    auto* types = control<QComboBox>(&d, 7018);
+    ASSERT_EQ(types->count(), 8);
+    types->setCurrentIndex(4);  // signed 16-bit
+    control<QComboBox>(&d, 7024)->setCurrentIndex(1);
+    set(&d, {{7016, "3"}, {7017, "2"}, {7025, "352"}});
+    ok(&d);
+    ASSERT_EQ(d.result(), 1);
+    const app::FormatRequest r = d.request();
+    EXPECT_EQ(std::vector<long long>({r.type, r.sample, r.big_endian, r.offset}),
+              std::vector<long long>({V3D_TYPE_I, V3D_SAMPLE_S16, 1, 352}));
+    // the same choices do not fit a series of raw frames
+    gui::FormatDialog frames(r);
+    control<QComboBox>(&frames, 7010)->setCurrentIndex(V3D_FORMAT_RAW_FRAMES);
+    EXPECT_FALSE(enabled(&frames, 7025));
+    ok(&frames);
+    EXPECT_EQ(ui.log.back(), "error: 7001");
 }
 
 TEST_F(Dialogs, PixelInputAndAboutTexts) {
