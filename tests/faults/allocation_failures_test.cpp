@@ -171,6 +171,8 @@ std::vector<Config> library_configs() {
     c.push_back({"FVolume2UCVolume", [](World& w) { return FVolume2UCVolume(w[F], w[OUT], 1, 1, 1); }, out});
     c.push_back({"FVolume2UCVolume_norm", [](World& w) { return FVolume2UCVolume_norm(w[F], w[OUT], 0, 0, 0); }, out});
     c.push_back({"UCVolume2FVolume", [](World& w) { return UCVolume2FVolume(w[A], w[FO1], 0, 0, 0); }, fo1});
+    c.push_back({"IVolume2FVolume", [](World& w) { return IVolume2FVolume(w[ACC], w[FO1], 1, 2, 0); }, fo1});
+    c.push_back({"IVolume2UCVolume_window", [](World& w) { return IVolume2UCVolume_window(w[ACC], w[OUT], -3, 9); }, out});
     c.push_back({"CountNonZeroSurfacePoints3d+CountNonZeroPoints3d+FindMinMaxIntensity+FindBoundingBox3d", [](World& w) {
         unsigned n, lo, hi;
         int b[6];
