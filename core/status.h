@@ -53,6 +53,18 @@ enum Status : int {
     kFwrite = V3D_ERR_FWRITE,
     kTiff = V3D_ERR_TIFF,
     kTiffSequence = V3D_ERR_TIFF_SEQUENCE,
+    kFewerFrames = V3D_ERR_FEWER_FRAMES,
+    kFloatSamples = V3D_ERR_FLOAT_SAMPLES,
+    kSignedSamples = V3D_ERR_SIGNED_SAMPLES,
+    kTiffCompression = V3D_ERR_TIFF_COMPRESSION,
+    kTiffBits = V3D_ERR_TIFF_BITS,
+    kTiffSampleFormat = V3D_ERR_TIFF_SAMPLE_FORMAT,
+    kTiffPhotometric = V3D_ERR_TIFF_PHOTOMETRIC,
+    kTiffSamples = V3D_ERR_TIFF_SAMPLES,
+    kPnmRead = V3D_ERR_PNM_READ,
+    kBmpVariant = V3D_ERR_BMP_VARIANT,
+    kTgaVariant = V3D_ERR_TGA_VARIANT,
+    kJpegColour = V3D_ERR_JPEG_COLOUR,
     kBadSeeds = V3D_ERR_BAD_SEEDS,
 };
 
