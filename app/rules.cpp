@@ -102,7 +102,9 @@ int read_levels(const std::string& upper, const std::string& lower, const std::s
 
 int check_format(FormatRequest& r) {
     if (r.first > r.last) return res::kLowerAboveUpper;
-    if ((raw_format(r.format) && (r.width <= 0 || r.height <= 0)) || r.first < 0 || r.digits < 0)
+    // digits -1 names one picture without a number (raw frames are always numbered)
+    const int fewest_digits = raw_format(r.format) || single_file(r.format) ? 0 : -1;
+    if ((raw_format(r.format) && (r.width <= 0 || r.height <= 0)) || r.first < 0 || r.digits < fewest_digits)
         return res::kBadDimensions;
     if (const int colour = fixed_colortype(r.format)) r.colortype = colour;
     const std::string file =
