@@ -8,7 +8,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libfftw3-dev
   clang libclang-rt-14-dev
-  imagemagick python3-pil
+  imagemagick python3-pil python3-tifffile python3-numpy
   xvfb xauth
 )
 missing=()

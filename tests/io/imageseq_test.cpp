@@ -507,3 +507,49 @@ TEST(ImageSequenceCounting, SampleKindsNeedTheirDataTypes) {
     sink.row(0, row);
     EXPECT_EQ(std::vector<int>({i.i(0, 0, 0), i.i(0, 0, 1)}), (std::vector<int>{-1024, 3071}));
 }
+
+// Variants no tool at hand writes: a RLE4 bitmap (runs, an absolute run, a delta) and a 16-bit
+// Targa (5-bit channels scaled by 255 / 31).
+TEST(ImageSequenceHandMade, Rle4BitmapAndSixteenBitTarga) {
+    Bytes bmp = {'B', 'M', 0, 0, 0, 0, 0, 0, 0, 0};
+    v3d::put_le32(bmp, 14 + 40 + 64);  // pixel data after the 16-entry palette
+    v3d::put_le32(bmp, 40);
+    v3d::put_le32(bmp, 6);
+    v3d::put_le32(bmp, 2);
+    v3d::put_le16(bmp, 1);
+    v3d::put_le16(bmp, 4);
+    v3d::put_le32(bmp, 2);  // RLE4
+    for (int i = 0; i < 5; ++i) v3d::put_le32(bmp, i == 3 ? 16 : 0);
+    for (int i = 0; i < 16; ++i) bmp.insert(bmp.end(), {static_cast<std::uint8_t>(i * 17), static_cast<std::uint8_t>(i * 17),
+                                                       static_cast<std::uint8_t>(i * 17), 0});
+    bmp.insert(bmp.end(), {5, 0x12, 0, 3, 0x34, 0x50, 0, 0,   // bottom row: 1 2 1 2 1, then 3 (4 5 cut)
+                           0, 2, 2, 0, 4, 0xab, 0, 0, 0, 1});  // top row: two skipped, a b a b
+    struct Rows : v3d::RowSink {
+        std::vector<std::vector<int>> rows = std::vector<std::vector<int>>(2);
+        int colour = 0;
+        int begin(const v3d::ImageHeader& h) override {
+            colour = h.colour;
+            return 0;
+        }
+        void row(int y, const v3d::Sample* s) override { rows[y].assign(s, s + (colour == 1 ? 6 : 9)); }
+    } sink;
+    ASSERT_EQ(v3d::decode_bmp(bmp.data(), bmp.size(), nullptr, &sink), 0);
+    EXPECT_EQ(sink.colour, 1);
+    EXPECT_EQ(sink.rows[1], (std::vector<int>{17, 34, 17, 34, 17, 51}));
+    EXPECT_EQ(sink.rows[0], (std::vector<int>{0, 0, 170, 187, 170, 187}));
+
+    Bytes tga(18, 0);
+    tga[2] = 2;
+    tga[12] = 3;
+    tga[14] = 1;
+    tga[16] = 16;
+    tga[17] = 0x20;  // top-down
+    for (unsigned px : {0x7fffu, 0x001fu, 0x4210u}) v3d::put_le16(tga, px);
+    Rows colour;
+    ASSERT_EQ(v3d::decode_tga(tga.data(), tga.size(), nullptr, &colour), 0);
+    EXPECT_EQ(colour.colour, 2);
+    EXPECT_EQ(std::vector<int>(colour.rows[0].begin(), colour.rows[0].end()),
+              (std::vector<int>{255, 255, 255, 0, 0, 255, 131, 131, 131}));
+    tga[16] = 8;  // 8-bit true colour: a depth the reader does not know
+    EXPECT_EQ(v3d::decode_tga(tga.data(), tga.size(), nullptr, nullptr), -1022);
+}
