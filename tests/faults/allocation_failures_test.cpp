@@ -412,6 +412,14 @@ std::vector<Config> file_configs() {
             SaveTgaSequence(v[RGB], rle.c_str(), 0, 0, "tga", 1);
             SaveGifSequence(v[A], rle.c_str(), 0, 0, "gif", 1);
         }});
+    // the decoders of animations, planes and floating-point samples, on seeds of the fuzz corpus
+    const std::string corpus = V3D_SOURCE_DIR "/tests/fuzz/corpus/", anim = corpus + "gif/anim_disposals_hand",
+                      planar = corpus + "tiff/planar_tifffile", floats = corpus + "tiff/float32_tifffile";
+    c.push_back({"read animated GIF, planar TIFF and floating-point TIFF by name", [=](World& v) {
+        V3D_CHECK(GetImageSequenceFormat(V3D_FORMAT_GIF)->read(v[ORGB], anim.c_str(), 0, -1, "gif", 5));
+        V3D_CHECK(GetImageSequenceFormat(V3D_FORMAT_TIFF)->read(v[ORGB], planar.c_str(), 0, -1, "tif", 1));
+        return GetImageSequenceFormat(V3D_FORMAT_TIFF)->read(v[FO1], floats.c_str(), 0, -1, "tif", 1); },
+        orgb | bit(FO1), true});
     return c;
 }
 
