@@ -40,7 +40,7 @@ const ImageSequenceFormat kFormats[V3D_FORMAT_COUNT] = {
      write_gif},
     {"jpeg", "JPEG image sequence", "jpg", 0, 0, check_frames<kJpegFrames>, read_frames<kJpegFrames>,
      write_jpeg},
-    {"pnm", "PGM/PPM image sequence", "pgm", 0, 0, check_frames<kPnmFrames>, read_frames<kPnmFrames>,
+    {"pnm", "PBM/PGM/PPM image sequence", "pgm", 0, 0, check_frames<kPnmFrames>, read_frames<kPnmFrames>,
      write_pnm},
     {"tiffstack", "Multi-page TIFF stack", "tif", 1, 0, check_tiff_stack, read_tiff_stack,
      write_tiff_stack},

@@ -102,6 +102,7 @@ FormatDialog::FormatDialog(const app::FormatRequest& start, QWidget* parent)
         while (!stem.isEmpty() && stem.back().isDigit()) number.prepend(stem.back()), stem.chop(1);
         base_->setText(stem);
         first_->setText(number.isEmpty() ? "0" : QString::number(number.toInt()));
+        last_->setText(first_->text());  // until the files tell more
         digits_->setText(number.isEmpty() ? "-1" : number.startsWith('0') && number.size() > 1 ? QString::number(number.size()) : "0");
         if (format_->currentIndex() != V3D_FORMAT_RAW_RGB) exts_[0]->setText(QFileInfo(name).suffix());
         prefill();
