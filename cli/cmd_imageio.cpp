@@ -111,58 +111,69 @@ int check_input(Input& in) {
     return in.fmt->check(p.base.c_str(), p.first, p.digits, p.ext.c_str(), in.count, &in.info);
 }
 
-// After a failure: a line that names the file and the reason, where the status alone cannot.
+// One frame file of the input as a failure line names it.
+struct FrameFile {
+    std::string name, which;  // which: " (frame N)" in a series, "" for one file
+};
+
+// A raw file shorter than its size needs: says so (true) with both lengths.
+bool short_raw(const Input& in, const FrameFile& f) {
+    const long long frame = static_cast<long long>(in.info.X) * in.info.Y * (in.info.type == V3D_TYPE_UC ? 1 : 4);
+    const long long need = in.format == V3D_FORMAT_RAW_VOLUME
+        ? frame * (in.place.first + static_cast<long long>(in.count) * (in.info.colortype == 2 ? 3 : 1))
+        : frame;
+    const long long length = file_length(f.name);
+    if (length < 0 || length >= need) return false;
+    std::fprintf(stderr, "v3d: %s%s holds %lld bytes, fewer than the %lld bytes its size needs\n", f.name.c_str(),
+                 f.which.c_str(), length, need);
+    return true;
+}
+
+// Picture i of a series that its own check refuses with status, or that differs from the
+// first (whose info *first keeps): says so (true).
+bool refused_picture(const Input& in, long long i, const FrameFile& f, int status, ImageSequenceInfo* first) {
+    Place one = in.place;
+    one.first += static_cast<int>(i);
+    ImageSequenceInfo info{};
+    const int own = in.fmt->check(one.base.c_str(), one.first, one.digits, one.ext.c_str(), 1, &info);
+    if (own == status) {
+        std::fprintf(stderr, "v3d: %s%s: %s\n", f.name.c_str(), f.which.c_str(), GetStatusText(status));
+        return true;
+    }
+    if (i == 0) *first = info;
+    if (own != 0 || (info.X == first->X && info.Y == first->Y && info.colortype == first->colortype &&
+                     info.bits == first->bits && info.type == first->type))
+        return false;
+    std::fprintf(stderr, "v3d: %s%s is %dx%d, %d channel(s) of %d bits (%s); the first frame is %dx%d, %d channel(s) "
+                         "of %d bits (%s)\n",
+                 f.name.c_str(), f.which.c_str(), info.X, info.Y, info.colortype == 2 ? 3 : 1, info.bits,
+                 cli::type_word(info.type), first->X, first->Y, first->colortype == 2 ? 3 : 1, first->bits,
+                 cli::type_word(first->type));
+    return true;
+}
+
+// After a failure: a line that names the file and the reason, where the status alone cannot
+// (which frame file cannot be opened, how long a raw file is, which picture is refused).
 void explain(const Input& in, int status) {
     const ImageSequenceFormat* fmt = in.fmt;
     const int files = fmt->single_file || in.place.digits < 0 ? 1 : (in.count ? in.count : V3D_IMAGE_MAX_FRAMES);
     const int channels = in.format == V3D_FORMAT_RAW_RGB ? 3 : 1;
-    const long long frame = static_cast<long long>(in.info.X) * in.info.Y * (in.info.type == V3D_TYPE_UC ? 1 : 4);
     ImageSequenceInfo first{};
     for (long long i = 0; i < files; ++i)
         for (int c = 0; c < channels; ++c) {
-            const std::string name = file_of(fmt, in.place, i, c);
-            const long long length = file_length(name);  // -1 for what is not a file
-            const std::string which = files > 1 ? " (frame " + std::to_string(in.place.first + i) + ")" : "";
-            if (std::FILE* f = std::fopen(name.c_str(), "rb")) {
-                std::fclose(f);
+            const FrameFile f{file_of(fmt, in.place, i, c),
+                              files > 1 ? " (frame " + std::to_string(in.place.first + i) + ")" : ""};
+            if (std::FILE* file = std::fopen(f.name.c_str(), "rb")) {
+                std::fclose(file);
             } else {  // the file the reader could not open (TIFF says -1000), or the series' end
                 if (status == V3D_ERR_FOPEN || status == V3D_ERR_TIFF)
-                    std::fprintf(stderr, "v3d: %s%s cannot be opened: %s\n", name.c_str(), which.c_str(),
+                    std::fprintf(stderr, "v3d: %s%s cannot be opened: %s\n", f.name.c_str(), f.which.c_str(),
                                  std::strerror(errno));
                 return;
             }
             if (status == V3D_ERR_FOPEN) continue;
-            if (status == V3D_ERR_FREAD && fmt->raw) {
-                const long long need = in.format == V3D_FORMAT_RAW_VOLUME
-                    ? frame * (in.place.first + static_cast<long long>(in.count) * (in.info.colortype == 2 ? 3 : 1))
-                    : frame;
-                if (length >= 0 && length < need) {
-                    std::fprintf(stderr, "v3d: %s%s holds %lld bytes, fewer than the %lld bytes its size needs\n",
-                                 name.c_str(), which.c_str(), length, need);
-                    return;
-                }
-                continue;
-            }
-            if (!fmt->raw) {  // the first file whose own check fails, or that differs from the first
-                Place one = in.place;
-                one.first += static_cast<int>(i);
-                ImageSequenceInfo info{};
-                const int own = fmt->check(one.base.c_str(), one.first, one.digits, one.ext.c_str(), 1, &info);
-                if (own == status) {
-                    std::fprintf(stderr, "v3d: %s%s: %s\n", name.c_str(), which.c_str(), GetStatusText(status));
-                    return;
-                }
-                if (i == 0) first = info;
-                if (own == 0 && (info.X != first.X || info.Y != first.Y || info.colortype != first.colortype ||
-                                 info.bits != first.bits || info.type != first.type)) {
-                    std::fprintf(stderr, "v3d: %s%s is %dx%d, %d channel(s) of %d bits (%s); the first frame is "
-                                         "%dx%d, %d channel(s) of %d bits (%s)\n",
-                                 name.c_str(), which.c_str(), info.X, info.Y, info.colortype == 2 ? 3 : 1, info.bits,
-                                 cli::type_word(info.type), first.X, first.Y, first.colortype == 2 ? 3 : 1,
-                                 first.bits, cli::type_word(first.type));
-                    return;
-                }
-            }
+            if (fmt->raw ? status == V3D_ERR_FREAD && short_raw(in, f) : refused_picture(in, i, f, status, &first))
+                return;
         }
 }
 

@@ -8,8 +8,10 @@
 //
 // It validates the header against the limits below before it allocates anything, fills *header
 // (when not null), and returns at once when sink is null (header only). Otherwise it asks
-// sink->begin(header) (which may refuse with a status) and hands over every row. Bad content
-// returns the format's status; nothing is read outside [data, data + size).
+// sink->begin(header) (which may refuse with a status) and hands over every row; a file of
+// several frames (header->frames) hands them over in turn, asking sink->next_frame() before
+// each one after the first. Bad content returns the format's status; nothing is read outside
+// [data, data + size).
 #pragma once
 
 #include <cstddef>
