@@ -116,7 +116,9 @@ std::string orientation_text(Volume* vol) {
 
 int check_format(FormatRequest& r) {
     if (r.first > r.last) return res::kLowerAboveUpper;
-    if ((raw_format(r.format) && (r.width <= 0 || r.height <= 0)) || r.first < 0 || r.digits < 0)
+    // digits -1 names one picture without a number (raw frames are always numbered)
+    const int fewest_digits = raw_format(r.format) || single_file(r.format) ? 0 : -1;
+    if ((raw_format(r.format) && (r.width <= 0 || r.height <= 0)) || r.first < 0 || r.digits < fewest_digits)
         return res::kBadDimensions;
     // other voxels, byte orders and offsets are the single-file raw volume's
     const bool plain_voxels = r.sample == 0 && !r.big_endian && r.offset == 0;

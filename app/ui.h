@@ -40,7 +40,7 @@ struct FormatRequest {
     int format = 0;                 // position in the image-sequence table (GetImageSequenceFormat)
     std::string file;               // the file of a single-file format
     std::string base;               // base name of a frame series
-    int first = 0, last = 0, digits = 0;
+    int first = 0, last = 0, digits = 0;  // digits -1: one picture named without a number
     int width = 0, height = 0;
     int type = 1, colortype = 1;
     std::string exts[3] = {"raw", "", ""};  // the extension; "r", "g", "b" for raw r/g/b frames
@@ -51,6 +51,7 @@ struct FormatRequest {
     bool big_endian = false;
     long long offset = 0;
     int timepoint = 0;              // the time point of a four-dimensional volume file
+    int deep = 0;                   // samples over 8 bits: app::DeepSamples
 };
 
 struct CreateRequest {

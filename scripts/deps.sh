@@ -9,7 +9,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libfftw3-dev
   clang libclang-rt-14-dev
-  imagemagick python3-pil python3-nibabel
+  imagemagick python3-pil python3-tifffile python3-numpy python3-nibabel
   xvfb xauth
 )
 missing=()

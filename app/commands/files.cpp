@@ -13,62 +13,6 @@
 namespace app {
 namespace {
 
-// The reader's naming of what the format dialog describes: a single file's base name and
-// extension, or the series' base name and the first extension.
-void reader_names(const FormatRequest& f, std::string& base, std::string& ext) {
-    if (single_file(f.format)) {
-        split_file_name(f.file, base, ext);
-    } else {
-        base = f.base;
-        ext = f.exts[0];
-    }
-}
-
-// A raw volume whose voxels are not the data type's own (16-bit ...), big-endian or after a
-// header: its file must hold the offset, the frames skipped and the frames asked for.
-bool sample_file(const FormatRequest& f) {
-    return f.format == V3D_FORMAT_RAW_VOLUME && (f.sample || f.big_endian || f.offset);
-}
-
-int check_sample_file(const FormatRequest& f, ImageSequenceInfo& info) {
-    const int bytes = f.sample == V3D_SAMPLE_U16 || f.sample == V3D_SAMPLE_S16 ? 2
-                      : f.sample == V3D_SAMPLE_F64                             ? 8
-                      : f.type == V3D_TYPE_UC && !f.sample                     ? 1 : 4;
-    const long long frames = (static_cast<long long>(f.last) + 1) * (info.colortype == V3D_COLOR_RGB ? 3 : 1);
-    std::error_code error;
-    const auto size = std::filesystem::file_size(f.file, error);
-    if (error) return V3D_ERR_FOPEN;
-    const long double needed = static_cast<long double>(frames) * info.Y * info.X * bytes + f.offset;
-    if (static_cast<long double>(size) < needed) return V3D_ERR_FREAD;
-    info.Z = f.last - f.first + 1;
-    return 0;
-}
-
-// The frames to read: those the dialog names, or for a volume file the whole time point asked
-// for (its frames follow those of the time points before it).
-int frame_range(const FormatRequest& f, int& first, int& count) {
-    first = f.first;
-    count = f.last - f.first + 1;
-    if (!volume_format(f.format)) return 0;
-    VolumeFileInfo v;
-    if (const int status = DescribeVolumeFile(f.format, f.file.c_str(), &v)) return status;
-    if (f.timepoint >= v.T) return V3D_ERR_NO_SUCH_FRAMES;
-    first = f.timepoint * v.Z;
-    count = 0;
-    return 0;
-}
-
-int read_file(const FormatRequest& f, const ImageSequenceFormat* format, Volume* vol,
-              const std::string& base, const std::string& ext, int first, int count) {
-    // what the volume carried before is not the file's
-    SetVolumeOrientation(vol, nullptr);
-    SetVolumeSpacing(vol, 1, 1, 1);
-    if (!sample_file(f)) return format->read(vol, base.c_str(), first, f.digits, ext.c_str(), count);
-    const int sample = f.sample ? f.sample : f.type == V3D_TYPE_UC ? V3D_SAMPLE_U8
-                                           : f.type == V3D_TYPE_F  ? V3D_SAMPLE_F32 : V3D_SAMPLE_S32;
-    return ReadRawSamples(vol, f.file.c_str(), f.offset, first, sample, f.big_endian, count, vol->Y, vol->X);
-}
-
 // The format's check, the target slot ("Get Volume" with the dimensions found), the volume
 // prepared or created, then the format's reader.
 void open_volume(const CommandSpec&) {
@@ -84,7 +28,7 @@ void open_volume(const CommandSpec&) {
         info.X = f.width, info.Y = f.height, info.type = f.type;
         info.colortype = fixed_colortype(f.format) ? fixed_colortype(f.format) : f.colortype;
     }
-    int first = 0, count = 0;
+    int first = 0, count = 0;  // a volume file's time point is its frames
     {
         WaitCursor wait;
         int status = frame_range(f, first, count);
@@ -97,6 +41,7 @@ void open_volume(const CommandSpec&) {
         }
     }
     if (info.Z < 1) info.Z = count;
+    const ReadPlan plan = read_plan(info, f.deep);  // samples over 8 bits as the dialog says
     SelectRequest r;
     r.kind = SelectKind::OpenTarget;
     r.caption = res::text(res::kSelectToOpen);
@@ -111,11 +56,11 @@ void open_volume(const CommandSpec&) {
     bool created = false;
     if (vol) {
         const int fit =
-            VerifyOutputVolume(vol, info.X, info.Y, info.Z, info.type, info.colortype, true);
+            VerifyOutputVolume(vol, info.X, info.Y, info.Z, plan.type, info.colortype, true);
         if (fit == kDeclined || fit == kReallocFailed) return;
     } else {
         // a new volume from a file is subject to the restricted edition's size limit
-        const int type = info.type == V3D_TYPE_UC ? V3D_TYPE_UC_FROM_FILE : info.type;
+        const int type = plan.type == V3D_TYPE_UC ? V3D_TYPE_UC_FROM_FILE : plan.type;
         const int status = CreateVolumeEx(type, info.colortype, info.Z, info.Y, info.X, 0, &vol);
         if (status) {
             if (status != -1) error_handler(status);
@@ -123,7 +68,7 @@ void open_volume(const CommandSpec&) {
         }
         created = true;
     }
-    if (const int status = read_file(f, format, vol, base, ext, first, info.Z)) {
+    if (const int status = read_frames(f, plan, vol, first, info.Z)) {
         error_handler(status);
         if (created) DestroyVolume(vol);
         return;

@@ -12,6 +12,7 @@
 
 #include "app/formats.h"
 #include "app/services.h"
+#include "res/strings.h"
 
 namespace gui {
 
@@ -45,17 +46,21 @@ FormatDialog::FormatDialog(const app::FormatRequest& start, QWidget* parent)
         if (c.type == start.type && c.sample == start.sample) type_->setCurrentIndex(type_->count() - 1);
     }
     endian_ = new QComboBox(this);
-    endian_->setObjectName("7024");
+    endian_->setObjectName("7025");
     endian_->addItems({"Little-endian", "Big-endian"});
     endian_->setCurrentIndex(start.big_endian ? 1 : 0);
-    offset_ = make_edit(7025, this);
+    offset_ = make_edit(7026, this);
     offset_->setText(QString::number(start.offset));
-    timepoint_ = make_edit(7026, this);
+    timepoint_ = make_edit(7027, this);
     timepoint_->setText(QString::number(start.timepoint));
     color_ = new QComboBox(this);
     color_->setObjectName("7019");
     color_->addItems({"1 Channel", "3 Channels"});
     color_->setCurrentIndex(start.colortype == 2 ? 1 : 0);
+    deep_ = new QComboBox(this);
+    deep_->setObjectName("7024");
+    for (int id : {res::kDeepScale, res::kDeepStretch, res::kDeepKeep}) deep_->addItem(res::text(id));
+    deep_->setCurrentIndex(start.deep);
     auto* ext_row = new QHBoxLayout;
     for (int i = 0; i < 3; ++i) {
         exts_[i] = make_edit(7020 + i, this);
@@ -72,7 +77,7 @@ FormatDialog::FormatDialog(const app::FormatRequest& start, QWidget* parent)
     form->addRow("Base name:", base_);
     form->addRow("First frame:", first_);
     form->addRow("Last frame:", last_);
-    form->addRow("Digits (0 = no padding):", digits_);
+    form->addRow("Digits (0 = no padding, -1 = no number):", digits_);
     form->addRow("Width (X):", width_);
     form->addRow("Height (Y):", height_);
     form->addRow("Data type:", type_);
@@ -81,6 +86,7 @@ FormatDialog::FormatDialog(const app::FormatRequest& start, QWidget* parent)
     form->addRow("Color type:", color_);
     form->addRow("Extensions:", ext_row);
     form->addRow("Time point:", timepoint_);
+    form->addRow(res::text(res::kDeepSamples), deep_);
     auto* main = new QVBoxLayout(this);
     main->addLayout(form);
     QPushButton* ok;
@@ -94,6 +100,7 @@ FormatDialog::FormatDialog(const app::FormatRequest& start, QWidget* parent)
         exts_[2]->setText(rgb ? "b" : "");
         if (const int colour = app::fixed_colortype(index)) color_->setCurrentIndex(colour - 1);
         update_enabling();
+        prefill();
     });
     connect(browse_, &QPushButton::clicked, this, [this] {
         const QString name = QFileDialog::getOpenFileName(this, "Open");
@@ -102,13 +109,53 @@ FormatDialog::FormatDialog(const app::FormatRequest& start, QWidget* parent)
             file_->setText(name);
             return;
         }
-        // a frame file: the base name is what precedes its number
+        // a frame file: the base name is what precedes its number, which is the first frame
+        // (zero-padded: as many digits); a picture without a number is the one file
         QString stem = QFileInfo(name).path() + "/" + QFileInfo(name).completeBaseName();
-        while (!stem.isEmpty() && stem.back().isDigit()) stem.chop(1);
+        QString number;
+        while (!stem.isEmpty() && stem.back().isDigit()) number.prepend(stem.back()), stem.chop(1);
         base_->setText(stem);
+        first_->setText(number.isEmpty() ? "0" : QString::number(number.toInt()));
+        last_->setText(first_->text());  // until the files tell more
+        digits_->setText(number.isEmpty() ? "-1" : number.startsWith('0') && number.size() > 1 ? QString::number(number.size()) : "0");
         if (format_->currentIndex() != V3D_FORMAT_RAW_RGB) exts_[0]->setText(QFileInfo(name).suffix());
+        prefill();
     });
+    for (QLineEdit* e : {file_, base_, first_, digits_, width_, height_, exts_[0], offset_})
+        connect(e, &QLineEdit::editingFinished, this, &FormatDialog::prefill);
+    for (QComboBox* c : {type_, color_}) connect(c, &QComboBox::currentIndexChanged, this, &FormatDialog::prefill);
     update_enabling();
+}
+
+app::FormatRequest FormatDialog::current() const {
+    app::FormatRequest r;
+    r.format = format_->currentIndex();
+    r.file = file_->text().toStdString();
+    r.base = base_->text().toStdString();
+    r.first = app::int_of_text(text_of(first_));
+    r.last = app::int_of_text(text_of(last_));
+    r.digits = app::int_of_text(text_of(digits_));
+    r.width = app::int_of_text(text_of(width_));
+    r.height = app::int_of_text(text_of(height_));
+    const app::RawChoice& choice = app::kRawChoices[std::max(type_->currentIndex(), 0)];
+    r.type = choice.type;
+    r.sample = choice.sample;
+    r.big_endian = endian_->currentIndex() == 1;
+    r.offset = offset_->text().toLongLong();
+    r.timepoint = app::int_of_text(text_of(timepoint_));
+    r.colortype = color_->currentIndex() == 1 ? 2 : 1;
+    for (int i = 0; i < 3; ++i) r.exts[i] = exts_[i]->text().toStdString();
+    r.deep = deep_->currentIndex();
+    return r;
+}
+
+void FormatDialog::prefill() {
+    app::FileFacts facts;
+    if (!app::probe_files(current(), facts)) return;
+    last_->setText(QString::number(facts.last));
+    if (app::raw_format(format_->currentIndex())) return;  // width and height were typed
+    width_->setText(QString::number(facts.width));
+    height_->setText(QString::number(facts.height));
 }
 
 void FormatDialog::update_enabling() {
@@ -134,27 +181,13 @@ void FormatDialog::update_enabling() {
 }
 
 void FormatDialog::accept() {
-    app::FormatRequest r;
-    r.format = format_->currentIndex();
-    r.file = file_->text().toStdString();
-    r.base = base_->text().toStdString();
-    r.first = app::int_of_text(text_of(first_));
-    r.last = app::int_of_text(text_of(last_));
-    r.digits = app::int_of_text(text_of(digits_));
-    r.width = app::int_of_text(text_of(width_));
-    r.height = app::int_of_text(text_of(height_));
-    const app::RawChoice& choice = app::kRawChoices[std::max(type_->currentIndex(), 0)];
-    r.type = choice.type;
-    r.sample = choice.sample;
-    r.big_endian = endian_->currentIndex() == 1;
-    r.offset = offset_->text().toLongLong();
-    r.timepoint = app::int_of_text(text_of(timepoint_));
-    r.colortype = color_->currentIndex() == 1 ? 2 : 1;
-    for (int i = 0; i < 3; ++i) r.exts[i] = exts_[i]->text().toStdString();
+    app::FormatRequest r = current();
     if (const int status = app::check_format(r)) {
         error_handler(status);
         return;
     }
+    const std::string mismatch = app::size_mismatch(r);
+    if (!mismatch.empty() && !app::ui().ask_yes_no(mismatch)) return;
     result_ = r;
     QDialog::accept();
 }

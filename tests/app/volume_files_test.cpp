@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "app/command_table.h"
+#include "app/formats.h"
 #include "app/rules.h"
 #include "shell_fixture.h"
 #include "support.h"
@@ -75,6 +76,29 @@ TEST_F(VolumeFilesOpen, ATimePointComesWithTheFilesSpacingAndOrientation) {
     GetVolumeSpacing(v, &s[0], &s[1], &s[2]);
     EXPECT_EQ(std::vector(s, s + 3), std::vector({1.0, 1.0, 1.0}));
     EXPECT_EQ(GetVolumeOrientation(v, &o), 0);
+}
+
+// 16-bit data stretched into UC through the window keeps the file's spacing and orientation.
+TEST_F(VolumeFilesOpen, DeepSamplesStretchedKeepTheGeometry) {
+    Vol deep(2, 3, 4, V3D_TYPE_I);
+    for (int i = 0; i < 24; ++i) deep.i(i / 12, i / 4 % 3, i % 4) = 1000 + 100 * i;
+    ASSERT_EQ(SetVolumeSpacing(deep.get(), 4, 1, 1), 0);
+    ASSERT_EQ(SetVolumeOrientation(deep.get(), &kTilted), 0);
+    const std::string path = temp_path("deep.nii.gz");
+    ASSERT_EQ(SaveNiftiVolume(deep.get(), path.c_str(), 0), 0);
+    Answer a = open_file(V3D_FORMAT_NIFTI, path);
+    a.format.deep = app::kDeepStretch;
+    ui.push(a).pick_new();
+    app::dispatch(cmd::kOpen);
+    Volume* v = GetVolumeByIndex(0);
+    ASSERT_EQ(v->type, V3D_TYPE_UC);
+    EXPECT_EQ(v->data[0].uc[0][0][0], 0);
+    EXPECT_EQ(v->data[0].uc[1][2][3], 255);
+    double s[3];
+    GetVolumeSpacing(v, &s[0], &s[1], &s[2]);
+    EXPECT_EQ(s[0], 4.0);
+    VolumeOrientation o;
+    EXPECT_EQ(GetVolumeOrientation(v, &o), 1);
 }
 
 TEST_F(VolumeFilesOpen, RawVolumesOfOtherVoxelsByteOrderAndHeader) {

@@ -171,6 +171,8 @@ std::vector<Config> library_configs() {
     c.push_back({"FVolume2UCVolume", [](World& w) { return FVolume2UCVolume(w[F], w[OUT], 1, 1, 1); }, out});
     c.push_back({"FVolume2UCVolume_norm", [](World& w) { return FVolume2UCVolume_norm(w[F], w[OUT], 0, 0, 0); }, out});
     c.push_back({"UCVolume2FVolume", [](World& w) { return UCVolume2FVolume(w[A], w[FO1], 0, 0, 0); }, fo1});
+    c.push_back({"IVolume2FVolume", [](World& w) { return IVolume2FVolume(w[ACC], w[FO1], 1, 2, 0); }, fo1});
+    c.push_back({"IVolume2UCVolume_window", [](World& w) { return IVolume2UCVolume_window(w[ACC], w[OUT], -3, 9); }, out});
     c.push_back({"CountNonZeroSurfacePoints3d+CountNonZeroPoints3d+FindMinMaxIntensity+FindBoundingBox3d", [](World& w) {
         unsigned n, lo, hi;
         int b[6];
@@ -446,6 +448,14 @@ std::vector<Config> file_configs() {
     c.push_back({"ReadRawSamples", [samples](World& v) {
         return ReadRawSamples(v[ACC], samples.c_str(), 10, 1, V3D_SAMPLE_U16, 1, 3, 3, 16); }, bit(ACC), true, {},
         [samples] { std::ofstream(samples, std::ios::binary) << std::string(10 + 4 * 3 * 16 * 2, '\x7f'); }});
+    // the decoders of animations, planes and floating-point samples, on seeds of the fuzz corpus
+    const std::string corpus = V3D_SOURCE_DIR "/tests/fuzz/corpus/", anim = corpus + "gif/anim_disposals_hand",
+                      planar = corpus + "tiff/planar_tifffile", floats = corpus + "tiff/float32_tifffile";
+    c.push_back({"read animated GIF, planar TIFF and floating-point TIFF by name", [=](World& v) {
+        V3D_CHECK(GetImageSequenceFormat(V3D_FORMAT_GIF)->read(v[ORGB], anim.c_str(), 0, -1, "gif", 5));
+        V3D_CHECK(GetImageSequenceFormat(V3D_FORMAT_TIFF)->read(v[ORGB], planar.c_str(), 0, -1, "tif", 1));
+        return GetImageSequenceFormat(V3D_FORMAT_TIFF)->read(v[FO1], floats.c_str(), 0, -1, "tif", 1); },
+        orgb | bit(FO1), true});
     return c;
 }
 
