@@ -179,8 +179,8 @@ int make_volume(int Z, int Y, int X, int type, int colortype, VolumePtr& out) {
 
 namespace {
 
-// The bytes a raw file must hold for spec: the offset, skip frames, then Z frames of every
-// channel; false when that does not fit 64 bits (no file is so long).
+// The bytes a raw file must hold for its description s: the offset, skip frames, then Z frames
+// of every channel; false when that does not fit 64 bits (no file is so long).
 bool bytes_needed(const VolumeSpec& s, std::uint64_t* bytes) {
     const long long frames = static_cast<long long>(s.Z) * (s.colortype == V3D_COLOR_GREY ? 1 : 3);
     std::uint64_t n = static_cast<std::uint64_t>(s.skip) + static_cast<std::uint64_t>(frames);

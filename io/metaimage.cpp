@@ -358,7 +358,7 @@ int metaimage_data(const char* path, const FileGrid& g, int t0, int t1, TimePoin
 
 std::string number(double v) {
     char text[64];
-    std::snprintf(text, sizeof text, "%.17g", v);
+    std::snprintf(text, sizeof text, "%.17g", v + 0.0);  // + 0.0: no "-0"
     return text;
 }
 
@@ -373,8 +373,8 @@ std::string header_text(const FileGrid& g, const std::string& data_file, bool co
         static const double kFromRas[3] = {-1.0, -1.0, 1.0};
         std::string matrix, offset;
         for (int k = 0; k < 3; ++k) {
-            const double* a[3] = {&g.orientation.affine[0][k], &g.orientation.affine[1][k], &g.orientation.affine[2][k]};
-            const double norm = std::sqrt(*a[0] * *a[0] + *a[1] * *a[1] + *a[2] * *a[2]);
+            const auto& a = g.orientation.affine;
+            const double norm = std::hypot(a[0][k], a[1][k], a[2][k]);  // the spacing along axis k
             const double length = norm > 0.0 ? norm : 1.0;
             for (int r = 0; r < 3; ++r)
                 matrix += (matrix.empty() ? "" : " ") + number(kFromRas[r] * g.orientation.affine[r][k] / length);

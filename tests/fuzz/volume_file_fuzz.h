@@ -19,7 +19,7 @@ inline std::string scratch_file(const char* ext) {
 inline void read_volume_file(int format, const char* ext, const std::uint8_t* data, std::size_t size) {
     const std::string path = scratch_file(ext);
     if (std::FILE* f = std::fopen(path.c_str(), "wb")) {
-        std::fwrite(data, 1, size, f);
+        if (size) std::fwrite(data, 1, size, f);  // an empty input may come without data
         std::fclose(f);
     }
     VolumeFileInfo info{};
