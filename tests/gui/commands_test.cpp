@@ -11,6 +11,7 @@
 #include <tuple>
 
 #include "app/command_table.h"
+#include "app/formats.h"
 #include "app/startup.h"
 #include "fixture.h"
 #include "res/menu.h"
@@ -312,6 +313,35 @@ TEST_F(Commands, OpenReadsARawFileIntoANewVolumeAndShowsIt) {
     EXPECT_EQ(ui.log.back(), "error: -601");
     EXPECT_EQ(GetVolumeByIndex(1)->type, 0);
     EXPECT_EQ(ui.requests.size(), 1u);
+}
+
+// 16-bit frames scaled (the default), stretched over their own range, or kept in an I volume;
+// and the multi-page TIFF's frame count as the format dialog's Last gives it.
+TEST_F(Commands, OpenBringsSamplesOverEightBitsInAsTheDialogSays) {
+    QTemporaryDir dir;
+    const std::string base = dir.filePath("cam").toStdString();
+    v3d::OwnedVolume cam(2, 1, 3, 4, 1);
+    const int values[6] = {0, 1000, 4095, 2000, 3000, 500};
+    for (int i = 0; i < 6; ++i) cam.get()->data[0].i[i / 3][0][i % 3] = values[i];
+    ASSERT_EQ(SaveTiffStack(cam.get(), base.c_str(), "tif", V3D_TIFF_LZW), 0);
+    const struct { int deep, type; int voxel[2]; } choices[] = {
+        {app::kDeepScale, 1, {4, 16}},       // 4095 * 255 / 65535 rounded
+        {app::kDeepStretch, 1, {62, 255}},   // 1000 and 4095 over 0..4095
+        {app::kDeepKeep, 4, {1000, 4095}}};
+    for (const auto& c : choices) {
+        Answer format;
+        format.format = {.format = V3D_FORMAT_TIFF_STACK, .file = base + ".tif", .last = 1, .deep = c.deep};
+        ui.push(format).pick_new();
+        run(40003);
+        Volume* v = GetVolumeByIndex(0);
+        ASSERT_EQ(v->type, c.type) << c.deep;
+        EXPECT_EQ(v->Z, 2);
+        const int a = v->type == 1 ? v->data[0].uc[0][0][1] : v->data[0].i[0][0][1];
+        const int b = v->type == 1 ? v->data[0].uc[0][0][2] : v->data[0].i[0][0][2];
+        EXPECT_EQ(std::vector<int>({a, b}), std::vector<int>({c.voxel[0], c.voxel[1]})) << c.deep;
+        freedisWin(v);
+        DestroyVolume(v);
+    }
 }
 
 TEST_F(Commands, ExportedSelectionServicesFollowTheDialogs) {

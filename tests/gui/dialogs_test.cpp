@@ -20,6 +20,7 @@
 #include "gui/dialogs/format.h"
 #include "gui/dialogs/pixel_input.h"
 #include "gui/dialogs/about.h"
+#include "vexilo3d_volume.hpp"
 #include "fixture.h"
 
 namespace t3d {
@@ -229,7 +230,16 @@ TEST_F(Dialogs, StateAndSetVoiShowTheSlotAndSetVoiValidates) {
     gui::VolumeInfoDialog state(gui::VolumeInfoDialog::State);
     EXPECT_EQ(state.windowTitle(), "State Of Volumes");
     choose(&state, "0");
-    expect_texts(&state, {{1313, "I"}, {1314, "1 Channel"}, {1303, "3"}});
+    expect_texts(&state, {{1313, "I"}, {1314, "1 Channel"}, {1303, "3"}, {7030, "1 x 1 x 1 mm (z, y, x)"},
+                          {7031, "none"}});
+    Volume* spaced = make(2, 2, 2);
+    const VolumeOrientation o{{{-2, 0, 0, 32}, {0, 2, 0, -40}, {0, 0, 2.2, -16}}, 1, 2};
+    ASSERT_EQ(SetVolumeSpacing(spaced, 2.2, 2, 2), 0);
+    ASSERT_EQ(SetVolumeOrientation(spaced, &o), 0);
+    gui::VolumeInfoDialog again(gui::VolumeInfoDialog::State);
+    choose(&again, "1");
+    expect_texts(&again, {{7030, "2.2 x 2 x 2 mm (z, y, x)"},
+                          {7031, "sform 2, qform 1: (-2 0 0 32) (0 2 0 -40) (0 0 2.2 -16)"}});
 
     gui::VolumeInfoDialog voi(gui::VolumeInfoDialog::SetVoi);
     EXPECT_EQ(voi.windowTitle(), "Set VOI");
@@ -359,6 +369,91 @@ TEST_F(Dialogs, FormatDialogChecksFramesDimensionsAndTheFile) {
     formats->setCurrentIndex(V3D_FORMAT_TIFF_STACK);    // one file
     EXPECT_TRUE(enabled(&d, 7011));
     EXPECT_FALSE(enabled(&d, 7012));
+    EXPECT_FALSE(enabled(&d, 7027));
+    formats->setCurrentIndex(V3D_FORMAT_NIFTI);         // the header tells all but the time point
+    EXPECT_TRUE(enabled(&d, 7011) && enabled(&d, 7027));
+    for (int id : {7013, 7014, 7016, 7018, 7025, 7026}) EXPECT_FALSE(enabled(&d, id)) << id;
+}
+
+TEST_F(Dialogs, FormatDialogTakesRawVoxelTypesByteOrderAndHeaderSize) {
+    QTemporaryDir dir;
+    const QString file = dir.filePath("ct.img");
+    QFile(file).open(QIODevice::WriteOnly);
+    app::FormatRequest start;
+    start.format = V3D_FORMAT_RAW_VOLUME;
+    start.file = file.toStdString();
+    gui::FormatDialog d(start);
+    EXPECT_TRUE(enabled(&d, 7025) && enabled(&d, 7026));
+    EXPECT_FALSE(enabled(&d, 7027));
+    auto* types = control<QComboBox>(&d, 7018);
+    ASSERT_EQ(types->count(), 8);
+    types->setCurrentIndex(4);  // signed 16-bit
+    control<QComboBox>(&d, 7025)->setCurrentIndex(1);
+    set(&d, {{7016, "3"}, {7017, "2"}, {7026, "352"}});
+    ok(&d);
+    ASSERT_EQ(d.result(), 1);
+    const app::FormatRequest r = d.request();
+    EXPECT_EQ(std::vector<long long>({r.type, r.sample, r.big_endian, r.offset}),
+              std::vector<long long>({V3D_TYPE_I, V3D_SAMPLE_S16, 1, 352}));
+    // the same choices do not fit a series of raw frames
+    gui::FormatDialog frames(r);
+    control<QComboBox>(&frames, 7010)->setCurrentIndex(V3D_FORMAT_RAW_FRAMES);
+    EXPECT_FALSE(enabled(&frames, 7026));
+    ok(&frames);
+    EXPECT_EQ(ui.log.back(), "error: 7001");
+}
+
+// What the files tell fills the fields as soon as they are named; OK asks before a file is
+// read only in part.
+TEST_F(Dialogs, FormatDialogPrefillsWhatTheFilesTellAndAsksAboutTheRest) {
+    QTemporaryDir dir;
+    const std::string stack = dir.filePath("stack").toStdString();
+    v3d::OwnedVolume pages(5, 6, 7, 1, 1);
+    ASSERT_EQ(SaveTiffStack(pages.get(), stack.c_str(), "tif", V3D_TIFF_NONE), 0);
+    app::FormatRequest start;
+    start.format = V3D_FORMAT_TIFF_STACK;
+    gui::FormatDialog d(start);
+    auto leave = [&](int id, const QString& value) {  // the user types and leaves the field
+        set(&d, id, value);
+        emit control<QLineEdit>(&d, id)->editingFinished();
+    };
+    leave(7011, QString::fromStdString(stack + ".tif"));
+    expect_texts(&d, {{7013, "0"}, {7014, "4"}, {7016, "7"}, {7017, "6"}});
+    leave(7013, "2");                                  // from page 2 on: 3 pages
+    EXPECT_EQ(text(&d, 7014), "4");
+    set(&d, 7014, "3");                                // one page left unread: asked
+    ui.no().yes();
+    ok(&d);
+    EXPECT_EQ(ui.log.back(), "question: There are 3 frames; frames 2 to 3 (2) will be read.\nOpen them all the same?");
+    EXPECT_EQ(d.result(), 0);
+    ok(&d);
+    ASSERT_EQ(d.result(), 1);
+    EXPECT_EQ(d.request().last, 3);
+
+    // a raw volume: its frames from its length once width and height are typed; a file longer
+    // than the size reads (a header, say) is asked about
+    const QString raw = dir.filePath("ct.raw");
+    QFile file(raw);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(352 + 2 * 80, 1));  // a 352-byte header and two frames of 5 x 4 ints
+    file.close();
+    app::FormatRequest r;
+    r.format = V3D_FORMAT_RAW_VOLUME;
+    gui::FormatDialog rawd(r);
+    set(&rawd, 7011, raw);
+    control<QComboBox>(&rawd, 7018)->setCurrentIndex(2);  // I: 4 bytes a voxel
+    set(&rawd, 7016, "5");
+    emit control<QLineEdit>(&rawd, 7016)->editingFinished();
+    EXPECT_EQ(text(&rawd, 7014), "0");                 // no height yet: nothing told
+    set(&rawd, 7017, "4");
+    emit control<QLineEdit>(&rawd, 7017)->editingFinished();
+    EXPECT_EQ(text(&rawd, 7014), "5");                 // 512 bytes hold six whole frames of 80
+    ui.no();
+    ok(&rawd);
+    EXPECT_EQ(rawd.result(), 0);
+    EXPECT_NE(ui.log.back().find("holds 512 bytes; the size given reads only the first 480 of them"),
+              std::string::npos) << ui.log.back();
+    EXPECT_EQ(control<QComboBox>(&rawd, 7024)->count(), 3);
 }
 
 TEST_F(Dialogs, PixelInputAndAboutTexts) {

@@ -210,6 +210,28 @@ TEST_F(SectionViewShown, VoxelUnderTheMouseGoesToTheReadout) {
     EXPECT_EQ(readout->position().toStdString(), "  X = 000  Y= 000  Z = 000");
 }
 
+// Frames three times as far apart as the voxels of a frame: the XZ pane draws every frame
+// three pixels tall, and the mouse reads the frame it is over.
+TEST_F(SectionViewShown, PanesDrawAndReadTrueProportions) {
+    Volume* v = varied(4, 40, 60);
+    ASSERT_EQ(SetVolumeSpacing(v, 3, 1, 1), 0);
+    app::set_colour_space(app::kRgb);
+    run(212);
+    SectionWindow* w = open(v);  // point x 30, y 20, z 2
+    EXPECT_EQ(w->pane(1)->content_size(), QSize(60, 12));
+    EXPECT_EQ(w->pane(2)->content_size(), QSize(12, 40));
+    EXPECT_EQ(w->pane(0)->content_size(), QSize(60, 40));
+    const QImage xz = w->pane(1)->viewport()->grab().toImage();
+    EXPECT_EQ(w->pane(1)->mark(), QPoint(30, 7));  // the middle of frame 2's three rows
+    for (int row = 0; row < 12; ++row) {
+        if (row == 7) continue;  // the red line through the point
+        const int x = row % 2 ? 5 : 44;
+        EXPECT_EQ(qRed(xz.pixel(x, row)), v->data[0].uc[row / 3][20][x]) << row;
+    }
+    move(w->pane(1)->viewport(), {5, 10});
+    EXPECT_EQ(window->coordinates()->position().toStdString(), "  X = 005  Y= 020  Z = 003");
+}
+
 TEST_F(SectionViewTest, PaneThatCannotClipSaysSoAfterThePaint) {
     SectionWindow* w = open(varied(2, 3, 4));
     QPainter inactive;
