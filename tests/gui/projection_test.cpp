@@ -38,9 +38,6 @@ intptr_t module_handler(void* window, unsigned msg, uintptr_t wp, intptr_t lp) {
     for (QWidget* w : QApplication::topLevelWidgets())
         if (auto* d = qobject_cast<gui::UpdatingDialog*>(w); d && d->isVisible()) note = d->title();
     g_seen.push_back({window, msg, wp, lp, note});
-    // a person may look at the windows and the note: V3D_SCREENSHOT_HOLD_MS keeps them shown
-    if (const int hold = qEnvironmentVariableIntValue("V3D_SCREENSHOT_HOLD_MS"); hold && msg == WM_USER)
-        QTest::qWait(hold);
     app::info_block().message_handled = msg == g_keep;
     return 0;
 }
@@ -120,12 +117,6 @@ TEST_F(ProjectionWindows, AModuleShowsAGreyAndAColourBufferOneScreenPixelAPictur
     EXPECT_FALSE(save_item(windows[0])->isEnabled());
     ProjectionWindow* alignment_view = show(1, 30, 30, nullptr, app::alignment_projection_type());
     EXPECT_EQ(save_item(alignment_view), nullptr);
-    if (const int hold = qEnvironmentVariableIntValue("V3D_SCREENSHOT_HOLD_MS")) {
-        sub_of(windows[1])->move(500, 0);
-        sub_of(alignment_view)->move(760, 0);
-        sub_of(windows[1])->systemMenu()->popup(sub_of(windows[1])->mapToGlobal(QPoint(0, 240)));
-        QTest::qWait(hold);
-    }
 }
 
 TEST_F(ProjectionWindows, ALargePictureScrollsByLineAndThumbAndNoFurtherThanItsEnd) {
