@@ -60,24 +60,6 @@ TEST(Projection, AxisAlignedAgainstDirectReductions) {
     }
 }
 
-// Elevation 90 looks down along +z: rows run along +y, columns along +x.
-TEST(Projection, TopViewReducesFrames) {
-    Vol v(6, 5, 7);
-    t3d::fill_random(&v, 4);
-    v.voi(1, 5, 0, 5, 1, 6);
-    Picture mx(5, 5), mean(5, 5);
-    ASSERT_EQ(ProvoliMax3d(&v, mx.image(), 5, 5, 0, 90, 0), 0);
-    ASSERT_EQ(ProvoliAvrg3d(&v, mean.image(), 5, 5, 0, 90, 0), 0);
-    for (int y = 0; y < 5; ++y)
-        for (int x = 1; x < 6; ++x) {
-            int best = 0;
-            float sum = 0;
-            for (int z = 1; z < 5; ++z) best = std::max<int>(best, v.uc(z, y, x)), sum += v.uc(z, y, x);
-            EXPECT_EQ(mx.at(y, x - 1), best) << y << "," << x;
-            EXPECT_EQ(mean.at(y, x - 1), static_cast<int>(sum / 4.0f)) << y << "," << x;
-        }
-}
-
 // The frames turned by 90 degrees: r[z][y][x] = v[z][Y-1-x][y], of size Z x X x Y.
 void turn_frames(Vol& v, Vol& r) {
     for (int z = 0; z < v->Z; ++z)
