@@ -154,7 +154,6 @@ TEST_F(Sections, ViewSectionsAsksForAUcVolumeAndReportsAWindowThatCannotBeMade) 
     Volume* v = make(2, 3, 4);
     ui.pick(0);
     ASSERT_TRUE(app::dispatch(40007));
-    EXPECT_EQ(ui.log, std::vector<std::string>{"select other: Select Volume to Display"});
     EXPECT_TRUE(ui.requests[0].typemask == 1 && ui.requests[0].colormask == 3);
     EXPECT_EQ(workspace.sectioned, std::vector<const Volume*>{v});
     workspace.section_window = false;

@@ -242,7 +242,10 @@ TEST_F(Dialogs, StateAndSetVoiShowTheSlotAndSetVoiValidates) {
     ok(&voi);
     EXPECT_EQ(ui.log.back(), "error: 615");
     EXPECT_EQ(voi.result(), 0);
-    set(&voi, {{1104, "1"}, {1106, "4"}});
+    set(&voi, {{1104, "3"}, {1105, "2"}});            // reversed
+    ok(&voi);
+    EXPECT_EQ(voi.result(), 0);
+    set(&voi, {{1104, "1"}, {1105, "4"}, {1106, "4"}});
     ok(&voi);
     EXPECT_EQ(voi.result(), 1);
     EXPECT_EQ(std::vector({v->y1, v->x1, v->x2}), std::vector({1, 4, 5}));
@@ -283,12 +286,7 @@ TEST_F(Dialogs, LevelsDialogStartsWithTheWholeRangeAndValidates) {
     set(&d, 1304, "1a");
     ok(&d);
     EXPECT_EQ(ui.log.back(), "error: 90");
-    set(&d, 1304, "0.25");
-    EXPECT_EQ(text(&d, 1304), "0.25");
-    set(&d, {{1302, "5"}, {1301, "4"}});             // lower above upper
-    ok(&d);
-    EXPECT_EQ(d.result(), 0);
-    set(&d, 1301, "12");                              // the dispatcher refuses it later (611)
+    set(&d, {{1304, "0.25"}, {1302, "5"}, {1301, "12"}});  // the dispatcher refuses 12 later (611)
     ok(&d);
     ASSERT_EQ(d.result(), 1);
     EXPECT_EQ(d.levels().upper, 12);
@@ -307,21 +305,23 @@ TEST_F(Dialogs, FormatDialogChecksFramesDimensionsAndTheFile) {
     EXPECT_FALSE(enabled(&d, 7011));
     EXPECT_TRUE(enabled(&d, 7012));
     EXPECT_FALSE(enabled(&d, 7021));
-    set(&d, {{7013, "9"}, {7014, "8"}});
+    // the range first, then the sizes, then the first file (slice7.raw does not exist)
+    set(&d, {{7013, "9"}, {7014, "8"}, {7016, "0"}, {7017, "4"}, {7015, "0"}});
     ok(&d);
     EXPECT_EQ(ui.log.back(), "error: 7000");
-    set(&d, {{7013, "7"}, {7014, "9"}, {7016, "0"}, {7017, "4"}});
+    set(&d, {{7013, "7"}, {7014, "9"}});
     ok(&d);
     EXPECT_EQ(ui.log.back(), "error: 7001");
-    set(&d, {{7016, "4"}, {7015, "0"}});             // slice7.raw does not exist
+    set(&d, 7016, "4");
     ok(&d);
     EXPECT_EQ(ui.log.back(), "error: 7002");
+    control<QComboBox>(&d, 7019)->setCurrentIndex(1);  // raw frames are grey whatever is chosen
     set(&d, 7015, "3");                               // slice007.raw does
     control<QComboBox>(&d, 7018)->setCurrentIndex(1);
     ok(&d);
     ASSERT_EQ(d.result(), 1);
-    EXPECT_EQ(std::vector({d.request().digits, d.request().type, d.request().last}),
-              std::vector({3, 2, 9}));
+    EXPECT_EQ(std::vector({d.request().digits, d.request().type, d.request().last, d.request().colortype}),
+              std::vector({3, 2, 9, 1}));
     auto* formats = control<QComboBox>(&d, 7010);
     formats->setCurrentIndex(V3D_FORMAT_RAW_RGB);       // r, g, b and three channels, fixed
     expect_texts(&d, {{7020, "r"}, {7022, "b"}});
