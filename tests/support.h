@@ -90,10 +90,11 @@ struct V3dRun {
     std::string out;  // what it printed, stdout and stderr together
 };
 
-// Runs "v3d ARGS" through the shell, in directory dir when one is given.
-inline V3dRun run_v3d(const std::string& args, const std::string& dir = "") {
-    const std::string command =
-        (dir.empty() ? "" : "cd '" + dir + "' && ") + "'" V3D_EXE "' " + args + " 2>&1";
+// Runs "v3d ARGS" through the shell, in directory dir and after the shell command setup (a
+// ulimit, say) when they are given.
+inline V3dRun run_v3d(const std::string& args, const std::string& dir = "", const std::string& setup = "") {
+    const std::string command = (dir.empty() ? "" : "cd '" + dir + "' && ") +
+                                (setup.empty() ? "" : setup + " && ") + "'" V3D_EXE "' " + args + " 2>&1";
     V3dRun r{-1, ""};
     FILE* p = popen(command.c_str(), "r");
     if (!p) return r;

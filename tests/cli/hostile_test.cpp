@@ -1,10 +1,7 @@
 // Hostile command lines: absurd sizes, offsets, windows, factors and picture sizes, missing and
 // unreadable files, a full disk. Each must end within seconds with exit status 1 (the status
 // and its text) or 2 (the mistake and the usage), and leave no output file behind.
-#include <sys/wait.h>
-
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -26,16 +23,7 @@ constexpr bool kFullDisk = true, kAnyDisk = false;  // values of full_disk
 // LLVM's OpenMP runtime registers itself in a 1 KiB shared-memory file and cannot start below
 // that, whatever the program does.
 t3d::V3dRun run(const std::string& dir, const Line& line) {
-    const std::string command = "cd '" + dir + "' && " + (line.full_disk ? "ulimit -f 2 && " : "") +
-                                "'" V3D_EXE "' " + line.args + " 2>&1";
-    t3d::V3dRun r{-1, ""};
-    FILE* p = popen(command.c_str(), "r");
-    if (!p) return r;
-    char buf[4096];
-    for (size_t n; (n = fread(buf, 1, sizeof buf, p)) > 0;) r.out.append(buf, n);
-    const int status = pclose(p);
-    r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return r;
+    return t3d::run_v3d(line.args, dir, line.full_disk ? "ulimit -f 2" : "");
 }
 
 // Everything in dir but the inputs: what a failed command left.
@@ -144,5 +132,4 @@ TEST(HostileCommandLines, FailWithAStatusOrUsageAndLeaveNothing) {
         EXPECT_LT(seconds, 10.0) << what;
         for (const std::string& name : left_behind(dir)) fs::remove_all(dir + "/" + name);
     }
-    std::printf("%zu hostile lines\n", lines.size());
 }
