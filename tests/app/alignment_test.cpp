@@ -8,6 +8,7 @@
 #include "app/services.h"
 #include "app/tools/alignment.h"
 #include "shell_fixture.h"
+#include "support.h"
 
 namespace t3d {
 namespace {
@@ -33,10 +34,7 @@ protected:
     // Frame z shows the texture moved by offsets[z] (rows down, columns right); 0 outside.
     Volume* shifted_frames(const std::vector<std::pair<int, int>>& offsets, int Y = 40, int X = 48) {
         Volume* v = make(static_cast<int>(offsets.size()), Y, X);
-        for (int z = 0; z < v->Z; ++z)
-            for (int y = 0; y < Y; ++y)
-                for (int x = 0; x < X; ++x)
-                    v->data[0].uc[z][y][x] = static_cast<unsigned char>(texture(y - offsets[z].first, x - offsets[z].second));
+        fill(v, [&](int z, int y, int x) { return texture(y - offsets[z].first, x - offsets[z].second); });
         return v;
     }
     static void fill_disc(Volume* v, int z, int cy, int cx, int r, int value) {

@@ -11,16 +11,10 @@
 #include "app/tools/tools.h"
 #include "app/state.h"
 #include "scripted_ui.h"
+#include "support.h"
 #include "view/frame_display.h"
 
 namespace t3d {
-
-// Sets voxel (z, y, x) of UC channel c to f(z, y, x).
-template <class F> void fill(Volume* v, F f, int c = 0) {
-    for (int z = 0; z < v->Z; ++z)
-        for (int y = 0; y < v->Y; ++y)
-            for (int x = 0; x < v->X; ++x) v->data[c].uc[z][y][x] = static_cast<unsigned char>(f(z, y, x));
-}
 
 class AppTest : public ::testing::Test {
 protected:

@@ -17,9 +17,7 @@ class PictureCommands : public testing::Test {
 protected:
     void SetUp() override {
         Vol v(4, 5, 6);
-        for (int z = 0; z < 4; ++z)
-            for (int y = 0; y < 5; ++y)
-                for (int x = 0; x < 6; ++x) v.uc(z, y, x) = static_cast<unsigned char>(10 * z + x);
+        t3d::fill(v.get(), [](int z, int, int x) { return 10 * z + x; });
         ASSERT_EQ(WriteVolume(&v, raw_.c_str(), 0, 4), 0);
     }
     std::string in() const { return "--in " + raw_ + " --size 4x5x6 "; }

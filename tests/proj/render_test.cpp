@@ -260,9 +260,7 @@ TEST(Projection, ObliqueViewsDoNotDependOnTheThreadCount) {
 // value of the cube, and the picture does not reach beyond the cube's shadow.
 TEST(Projection, ObliqueMaximumStaysInsideTheShadowOfTheBox) {
     Vol v(9, 9, 9);
-    for (int z = 0; z < 9; ++z)
-        for (int y = 0; y < 9; ++y)
-            for (int x = 0; x < 9; ++x) v.uc(z, y, x) = 100;
+    t3d::fill(v.get(), [](int, int, int) { return 100; });
     for (int az : {0, 17, 45, 130, 200, 333})
         for (int el : {-60, 0, 35, 89}) {
             Picture p(31, 31);
@@ -281,10 +279,7 @@ TEST(Projection, ObliqueMaximumStaysInsideTheShadowOfTheBox) {
 
 // A ramp whose surface recedes by one sample per column: every term is 1 / sqrt(2).
 void make_ramp(Vol& v, unsigned char value) {
-    for (int z = 0; z < v->Z; ++z)
-        for (int y = 0; y < v->Y; ++y)
-            for (int x = 0; x < v->X; ++x)
-                if (y >= x) v.uc(z, y, x) = value;
+    t3d::fill(v.get(), [value](int, int y, int x) { return y >= x ? value : 0; });
 }
 
 TEST(Projection, SurfaceShadingAndDepthCue) {
