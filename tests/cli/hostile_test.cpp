@@ -103,6 +103,11 @@ TEST(HostileCommandLines, FailWithAStatusOrUsageAndLeaveNothing) {
         {"project " + in + "--mode max --picture 40000x40000 --out o.pgm", kAnyDisk, 2},
         {"project " + in + "--mode max --picture 2147483647x1 --out o.pgm", kAnyDisk, 2},
         {"project " + in + "--mode max --picture 0x16 --out o.pgm"},
+        {"project " + in + "--mode max --out o.png", kAnyDisk, 2},
+        {"project " + in + "--mode shiny --out o.pgm", kAnyDisk, 2},
+        {"project " + in + "--mode max --angle 0 --elevation 3 --out o.pgm", kAnyDisk, 2},
+        {"section " + in + "--axis 1 --position 9 --out o.pgm", kAnyDisk, 1},
+        {"gallery " + in + "--per-row 1 --out o.pgm", kAnyDisk, 1},  // tiles below 25
         {"project " + in + "--mode mean --angle 2147483647 --picture 8x8 --out o.txt"},
         {"section " + in + "--axis 1 --position 2147483647 --out o.pgm"},
         {"section " + in + "--point 2147483647,0,0 --normal 0,0,0 --out o.pgm"},
