@@ -228,7 +228,7 @@ TEST(LocalAdaptive, BlendsCentreAndMeanByNoiseOverVariance) {
 
 TEST(BoxFilters, CheckOrderAndNothingWrittenOnFailure) {
     Case t(18);
-    Vol f(7, 9, 11, 2, 2), grey(8, 10, 12), small_out(7, 9, 10, 1, 2);
+    Vol f(7, 9, 11, 2, 2), grey(8, 10, 12), small_out(7, 9, 10, 1, 2), small_grey(7, 9, 10);
     const float coef[27] = {};
     const auto before = t3d::snapshot(&t.out);
     using Call = std::function<int(Volume*, Volume*, int, int, int)>;
@@ -241,7 +241,7 @@ TEST(BoxFilters, CheckOrderAndNothingWrittenOnFailure) {
         EXPECT_EQ(call(nullptr, &t.out, 3, 3, 3), -501);
         EXPECT_EQ(call(&f, &t.out, 3, 3, 3), -502);
         EXPECT_EQ(call(&t.in, &f, 3, 3, 3), -502);
-        EXPECT_EQ(call(&t.in, &small_out, 2, 3, 3), -520);
+        EXPECT_EQ(call(&t.in, &small_grey, 2, 3, 3), -520);  // the size before the colour
         EXPECT_EQ(call(&t.in, &grey, 2, 3, 3), -523);
         EXPECT_EQ(call(&t.in, &t.out, 2, 3, 3), -24);
         EXPECT_EQ(call(&t.in, &t.out, 3, 3, 0), -24);
