@@ -1,6 +1,7 @@
 // A frame window with a scripted user interface and a fresh volume table.
 #pragma once
 
+#include <QTest>
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -35,6 +36,18 @@ protected:
         return v;
     }
     int slot(Volume* v) { return GetVolumeIndex(v); }
+    // Shows the frame window at w x h and waits until the window system has put it on the screen.
+    void show_window(int w, int h) {
+        window->resize(w, h);
+        window->show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+    }
+    // A press and release of button at `at` of target (its centre by default), given to the
+    // window-system window of target's top-level window, as a user's click arrives.
+    static void click(QWidget* target, QPoint at = {-1, -1}, Qt::MouseButton button = Qt::LeftButton) {
+        QWidget* top = target->window();
+        QTest::mouseClick(top->windowHandle(), button, {}, target->mapTo(top, at.x() < 0 ? target->rect().center() : at));
+    }
     int windows(const Volume* v) { return static_cast<int>(window->displays(v).size()); }
     void run(int id) { window->run_command(id); }
 

@@ -51,9 +51,7 @@ class ProjectionWindows : public AppTest {
 protected:
     void SetUp() override {
         AppTest::SetUp();
-        window->resize(1200, 800);
-        window->show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+        show_window(1200, 800);
         app::message_handlers(app::HandlerList::Projections).push_front(module_handler);
     }
     void TearDown() override {
@@ -80,11 +78,6 @@ protected:
         return window;
     }
     static QMdiSubWindow* sub_of(QWidget* w) { return qobject_cast<QMdiSubWindow*>(w->parentWidget()); }
-    // A left click at `at` of target, given to the frame's window-system window.
-    static void system_click(QWidget* target, QPoint at) {
-        QWidget* top = target->window();
-        QTest::mouseClick(top->windowHandle(), Qt::LeftButton, {}, target->mapTo(top, at));
-    }
     static void close(QWidget* w) {
         sub_of(w)->close();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -126,7 +119,7 @@ TEST_F(ProjectionWindows, ALargePictureScrollsByLineAndThumbAndNoFurtherThanItsE
     EXPECT_EQ(w->viewport()->size(), QSize(area.width, area.height));
     EXPECT_EQ(std::pair(r.hrange, r.vrange), std::pair(2 * area.width, 3));
     QScrollBar *h = w->horizontalScrollBar(), *v = w->verticalScrollBar();
-    for (int i = 1; i <= 5; ++i) system_click(v, {v->width() / 2, v->height() - 3});  // the down arrow
+    for (int i = 1; i <= 5; ++i) click(v, {v->width() / 2, v->height() - 3});  // the down arrow
     EXPECT_EQ(w->position().y(), 3);
     const QPoint grip = h->mapTo(window.get(), QPoint(h->width() / 6, h->height() / 2));
     QTest::mousePress(window->windowHandle(), Qt::LeftButton, {}, grip);
@@ -146,7 +139,7 @@ TEST_F(ProjectionWindows, ModuleHandlersHearTheMessagesFirstAndFreedisWinClosesT
     QPointer<ProjectionWindow> w = show(2, 100, window->projection_area().height + 50, vol);
     EXPECT_GT(seen(WM_SIZE) * seen(WM_PAINT), 0);
     g_seen.clear();
-    system_click(w->viewport(), {10, 12});
+    click(w->viewport(), {10, 12});
     ASSERT_EQ(seen(WM_LBUTTONDOWN) + seen(WM_LBUTTONUP), 2);
     const auto down = std::find_if(g_seen.begin(), g_seen.end(),
                                    [](const Seen& s) { return s.msg == WM_LBUTTONDOWN; });
@@ -154,7 +147,7 @@ TEST_F(ProjectionWindows, ModuleHandlersHearTheMessagesFirstAndFreedisWinClosesT
     EXPECT_EQ(down->wp, uintptr_t{MK_LBUTTON});
     EXPECT_EQ(down->lp, intptr_t{12 << 16 | 10});  // client x in the low word, y in the high
     g_keep = WM_VSCROLL;  // kept scroll messages keep the window where it is
-    system_click(w->verticalScrollBar(), {5, w->verticalScrollBar()->height() - 3});
+    click(w->verticalScrollBar(), {5, w->verticalScrollBar()->height() - 3});
     EXPECT_EQ(w->position().y(), 0);
     g_keep = WM_CLOSE;  // ... and a kept WM_CLOSE keeps it open
     close(w);

@@ -113,9 +113,7 @@ class SectionViewShown : public SectionViewTest {
 protected:
     void SetUp() override {
         SectionViewTest::SetUp();
-        window->resize(1300, 950);
-        window->show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+        show_window(1300, 950);
     }
     QWindow* handle() const { return window->windowHandle(); }
     QPoint at(QWidget* w, QPoint p) const { return w->mapTo(window.get(), p); }
