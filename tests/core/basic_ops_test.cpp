@@ -10,18 +10,6 @@
 
 using t3d::Vol;
 
-namespace {
-
-// Fills a binary one-channel volume from a seed.
-void fill_binary(Volume* v, uint32_t seed) {
-    t3d::fill_random(v, seed, 2);
-    for (int z = 0; z < v->Z; ++z)
-        for (int y = 0; y < v->Y; ++y)
-            for (int x = 0; x < v->X; ++x) v->data[0].uc[z][y][x] *= 255;
-}
-
-}  // namespace
-
 TEST(ClearVolume, WritesOnlyTheVoiAndChecksEveryValueFirst) {
     Vol v(4, 4, 4, 1, 2);
     v.voi(1, 3, 0, 2, 2, 4);
@@ -217,9 +205,8 @@ TEST(IVolume2UCVolume_window, ConstantVolumesAndChecks) {
 
 TEST(CountNonZeroSurfacePoints3d, IgnoresTheVoiBorderLayer) {
     Vol full(5, 5, 5), padded(7, 7, 7);
-    for (int z = 0; z < 5; ++z)
-        for (int y = 0; y < 5; ++y)
-            for (int x = 0; x < 5; ++x) full.uc(z, y, x) = padded.uc(z + 1, y + 1, x + 1) = 255;
+    t3d::fill(full.get(), [](int, int, int) { return 255; });
+    t3d::fill(padded.get(), [](int z, int y, int x) { return std::max({z, y, x}) < 6 && std::min({z, y, x}) > 0 ? 255 : 0; });
     unsigned int n = 1;
     ASSERT_EQ(CountNonZeroSurfacePoints3d(full.get(), &n), 0);
     EXPECT_EQ(n, 0u);
@@ -261,8 +248,8 @@ TEST(Metrics, CountMinMaxAndBoundingBoxOverTheVoi) {
 
 TEST(Logic, CombinesBinaryVolumesOverTheFirstVoi) {
     Vol a(3, 4, 5), b(3, 4, 5), out(3, 4, 5);
-    fill_binary(a.get(), 1);
-    fill_binary(b.get(), 2);
+    t3d::fill_binary(a.get(), 1, 50);
+    t3d::fill_binary(b.get(), 2, 50);
     a.voi(1, 3, 0, 4, 1, 5);
     ASSERT_EQ(xor3d(a.get(), a.get(), out.get()), 0);
     ASSERT_EQ(and3d(a.get(), b.get(), out.get()), 0);

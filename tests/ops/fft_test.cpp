@@ -1,11 +1,10 @@
 // The 3D Fourier transforms against a brute-force DFT in double precision, their round trip,
-// placement, in-place rule and every check code; the two-dimensional frame transform's codes.
+// placement, in-place rule and every check code.
 #include <cmath>
 #include <complex>
 #include <vector>
 
 #include "core/parallel.h"
-#include "ops/fft_core.h"
 #include "tests/ops/references.h"
 
 namespace {
@@ -169,27 +168,6 @@ TEST(Fft3d, CheckCodesInOrderAndNothingWritten) {
     EXPECT_EQ(vrfft3d(&re, &im, &ore, &oim, 2, 0, 0, 0), -534);
     EXPECT_EQ(fft3d(&re, &im, &ore, &oim, 2, 0, 0, 0), -90);  // from lrcfft3d
     EXPECT_EQ(fft3d(&re, &im, &ore, &oim, 0, 0, 0, 0), 0);
-}
-
-TEST(Fft2d, WorkAreaCodesAndTransform) {
-    Vol re(1, 8, 8, 2), im(1, 8, 8, 2), ore(1, 8, 8, 2), oim(1, 8, 8, 2);
-    t3d::fill_random(re.get(), 7);
-    float** sr = re->data[0].f[0];
-    float** si = im->data[0].f[0];
-    float** dr = ore->data[0].f[0];
-    float** di = oim->data[0].f[0];
-    EXPECT_EQ(v3d::fft2d(sr, si, 8, 8, -1, 4, 0, 4, dr, di, 8, 8, 0, 0, 0), -21);
-    EXPECT_EQ(v3d::fft2d(sr, si, 8, 8, 0, 9, 0, 4, dr, di, 8, 8, 0, 0, 0), -21);
-    EXPECT_EQ(v3d::fft2d(sr, si, 8, 8, 4, 4, 0, 4, dr, di, 8, 8, 0, 0, 0), -21);
-    EXPECT_EQ(v3d::fft2d(sr, si, 8, 8, 0, 4, 0, 4, dr, di, 8, 8, 5, 0, 0), -22);
-    EXPECT_EQ(v3d::fft2d(sr, si, 8, 8, 0, 4, 0, 4, dr, di, 8, 8, 0, -1, 0), -22);
-    EXPECT_EQ(v3d::fft2d(sr, si, 8, 8, 0, 3, 0, 4, dr, di, 8, 8, 0, 0, 0), -33);
-    EXPECT_EQ(v3d::fft2d(sr, si, 8, 8, 0, 4, 0, 4, dr, di, 8, 8, 0, 0, 1), 0);
-    // a 2 x 4 area at (1, 2) into (3, 4), inverse: matches the DFT with 1/8
-    ASSERT_EQ(v3d::fft2d(sr, si, 8, 8, 1, 3, 2, 6, dr, di, 8, 8, 3, 4, 1), 0);
-    re.voi(0, 1, 1, 3, 2, 6);
-    const auto ref = brute_dft(re.get(), im.get(), 1);
-    EXPECT_LT(max_error(ore.get(), oim.get(), 0, 3, 4, 1, 2, 4, ref), 1e-4);
 }
 
 }  // namespace
