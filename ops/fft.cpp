@@ -212,41 +212,107 @@ void butterflies(float* re, float* im, int n, int width, const Twiddles& tw) {
 
 namespace {
 
-// A row of n values and its pieces in column chunks of width W (piece c at chunks + c * chunk).
-template <int W>
-V3D_INLINE void row_to_chunks_w(const float* __restrict row, int n, float* __restrict chunks,
-                                std::size_t chunk) {
-    for (int c = 0; c < n / W; ++c)
-        for (int k = 0; k < W; ++k) chunks[c * chunk + k] = row[c * W + k];
+// Asks for the cache lines of a row of n values ahead of their use.
+V3D_INLINE void prefetch_row(const float* row, int n) {
+#if defined(__GNUC__)
+    for (int x = 0; x < n; x += 16) __builtin_prefetch(row + x);
+#else
+    (void)row;
+    (void)n;
+#endif
 }
 
+// Chunks of W columns: the n rows of a column chunk lie one after the other (row p at p W).
+// gather_chunk takes the columns col .. col+W-1 of the rows first + rev[p] into chunk row p;
+// scatter_chunk writes chunk row p, scaled, to the columns col .. of row first + p.
 template <int W>
-V3D_INLINE void chunks_to_row_w(const float* __restrict chunks, std::size_t chunk, int n,
-                                float* __restrict row, float scale) {
-    for (int c = 0; c < n / W; ++c)
-        for (int k = 0; k < W; ++k) row[c * W + k] = chunks[c * chunk + k] * scale;
-}
-
-V3D_NOINLINE V3D_SIMD_CLONES void row_to_chunks(const float* row, int n, int W, float* chunks,
-                                                std::size_t chunk) {
-    switch (W) {
-    case kBatch: row_to_chunks_w<kBatch>(row, n, chunks, chunk); break;
-    case 8: row_to_chunks_w<8>(row, n, chunks, chunk); break;
-    case 4: row_to_chunks_w<4>(row, n, chunks, chunk); break;
-    case 2: row_to_chunks_w<2>(row, n, chunks, chunk); break;
-    default: row_to_chunks_w<1>(row, n, chunks, chunk); break;
+V3D_INLINE void gather_chunk_w(float* const* rows, int first, int col, const int* __restrict rev,
+                               int n, float* __restrict chunk) {
+    for (int p = 0; p < n; ++p) {
+        const float* __restrict src = rows[first + rev[p]] + col;
+        for (int k = 0; k < W; ++k) chunk[p * W + k] = src[k];
     }
 }
 
-// The reverse, each value multiplied by scale on the way.
-V3D_NOINLINE V3D_SIMD_CLONES void chunks_to_row(const float* chunks, std::size_t chunk, int n,
-                                                int W, float* row, float scale) {
+template <int W>
+V3D_INLINE void scatter_chunk_w(const float* __restrict chunk, int n, float* const* rows,
+                                int first, int col, float scale) {
+    for (int p = 0; p < n; ++p) {
+        float* __restrict dst = rows[first + p] + col;
+        for (int k = 0; k < W; ++k) dst[k] = chunk[p * W + k] * scale;
+    }
+}
+
+V3D_NOINLINE V3D_SIMD_CLONES void gather_chunk(float* const* rows, int first, int col,
+                                               const int* rev, int n, int W, float* chunk) {
     switch (W) {
-    case kBatch: chunks_to_row_w<kBatch>(chunks, chunk, n, row, scale); break;
-    case 8: chunks_to_row_w<8>(chunks, chunk, n, row, scale); break;
-    case 4: chunks_to_row_w<4>(chunks, chunk, n, row, scale); break;
-    case 2: chunks_to_row_w<2>(chunks, chunk, n, row, scale); break;
-    default: chunks_to_row_w<1>(chunks, chunk, n, row, scale); break;
+    case 16: gather_chunk_w<16>(rows, first, col, rev, n, chunk); break;
+    case 8: gather_chunk_w<8>(rows, first, col, rev, n, chunk); break;
+    case 4: gather_chunk_w<4>(rows, first, col, rev, n, chunk); break;
+    case 2: gather_chunk_w<2>(rows, first, col, rev, n, chunk); break;
+    default: gather_chunk_w<1>(rows, first, col, rev, n, chunk); break;
+    }
+}
+
+V3D_NOINLINE V3D_SIMD_CLONES void scatter_chunk(const float* chunk, int n, int W,
+                                                float* const* rows, int first, int col,
+                                                float scale) {
+    switch (W) {
+    case 16: scatter_chunk_w<16>(chunk, n, rows, first, col, scale); break;
+    case 8: scatter_chunk_w<8>(chunk, n, rows, first, col, scale); break;
+    case 4: scatter_chunk_w<4>(chunk, n, rows, first, col, scale); break;
+    case 2: scatter_chunk_w<2>(chunk, n, rows, first, col, scale); break;
+    default: scatter_chunk_w<1>(chunk, n, rows, first, col, scale); break;
+    }
+}
+
+// Whole rows and column chunks: row p (of n values) goes in pieces of W to row rev[p] of the
+// chunks (chunk c at chunks + c * chunk), each row read from start to end, the rows of the
+// next set (when given) asked for on the way; and back, row p of the chunks to row p, scaled.
+template <int W>
+V3D_INLINE void rows_to_chunks_w(const float* const* rows, const float* const* next,
+                                 const int* __restrict rev, int count, int n,
+                                 float* __restrict chunks, std::size_t chunk) {
+    for (int p = 0; p < count; ++p) {
+        if (next) prefetch_row(next[p], n);
+        const float* __restrict src = rows[p];
+        float* __restrict dst = chunks + static_cast<std::size_t>(rev[p]) * W;
+        for (int c = 0; c < n / W; ++c)
+            for (int k = 0; k < W; ++k) dst[c * chunk + k] = src[c * W + k];
+    }
+}
+
+template <int W>
+V3D_INLINE void chunks_to_rows_w(const float* __restrict chunks, std::size_t chunk, int count,
+                                 int n, float* const* rows, float scale) {
+    for (int p = 0; p < count; ++p) {
+        const float* __restrict src = chunks + static_cast<std::size_t>(p) * W;
+        float* __restrict dst = rows[p];
+        for (int c = 0; c < n / W; ++c)
+            for (int k = 0; k < W; ++k) dst[c * W + k] = src[c * chunk + k] * scale;
+    }
+}
+
+V3D_NOINLINE V3D_SIMD_CLONES void rows_to_chunks(const float* const* rows, const float* const* next,
+                                                 const int* rev, int count, int n, int W,
+                                                 float* chunks, std::size_t chunk) {
+    switch (W) {
+    case 16: rows_to_chunks_w<16>(rows, next, rev, count, n, chunks, chunk); break;
+    case 8: rows_to_chunks_w<8>(rows, next, rev, count, n, chunks, chunk); break;
+    case 4: rows_to_chunks_w<4>(rows, next, rev, count, n, chunks, chunk); break;
+    case 2: rows_to_chunks_w<2>(rows, next, rev, count, n, chunks, chunk); break;
+    default: rows_to_chunks_w<1>(rows, next, rev, count, n, chunks, chunk); break;
+    }
+}
+
+V3D_NOINLINE V3D_SIMD_CLONES void chunks_to_rows(const float* chunks, std::size_t chunk, int count,
+                                                 int n, int W, float* const* rows, float scale) {
+    switch (W) {
+    case 16: chunks_to_rows_w<16>(chunks, chunk, count, n, rows, scale); break;
+    case 8: chunks_to_rows_w<8>(chunks, chunk, count, n, rows, scale); break;
+    case 4: chunks_to_rows_w<4>(chunks, chunk, count, n, rows, scale); break;
+    case 2: chunks_to_rows_w<2>(chunks, chunk, count, n, rows, scale); break;
+    default: chunks_to_rows_w<1>(chunks, chunk, count, n, rows, scale); break;
     }
 }
 
@@ -323,12 +389,12 @@ int FrameTransform::prepare(int rows, int cols, int direction) {
     width_ = std::min(kBatch, cols);
     scale_ = direction == 1 ? 1.0f / (static_cast<float>(rows) * static_cast<float>(cols)) : 1.0f;
     const int sign = direction == 1 ? 1 : -1;
-    const std::size_t area = static_cast<std::size_t>(rows) * cols;
     rev_x_ = bit_reversal(cols);
     rev_y_ = bit_reversal(rows);
     const std::size_t line = static_cast<std::size_t>(block_) * cols;
+    const std::size_t chunk = static_cast<std::size_t>(rows) * width_;
     if (!rev_x_ || !rev_y_ || !line_re_.make(line) || !line_im_.make(line) ||
-        !work_re_.make(area) || !work_im_.make(area) || !tx_.make(cols, sign) ||
+        !chunk_re_.make(chunk) || !chunk_im_.make(chunk) || !tx_.make(cols, sign) ||
         !ty_.make(rows, sign))
         return kNoBuffer;
     return kOk;
@@ -339,36 +405,26 @@ void FrameTransform::run(float* const* src_re, float* const* src_im, int r1, int
     const int B = block_, W = width_, rows = rows_, cols = cols_;
     float* lre = line_re_.get();
     float* lim = line_im_.get();
-    float* wre = work_re_.get();
-    float* wim = work_im_.get();
     const int* rx = rev_x_.get();
-    const int* ry = rev_y_.get();
-    const std::size_t chunk = static_cast<std::size_t>(rows) * W;  // one column chunk of work
-
-    // rows along X, B at a time: gathered transposed and bit-reversed, transformed, then placed
-    // into the column chunks of the work area at bit-reversed row positions
+    // rows along X, B at a time: gathered transposed and bit-reversed (both parts of the B rows
+    // are read before any is written), transformed, written to the destination rows
     for (int r0 = 0; r0 < rows; r0 += B) {
         rows_to_lanes([&](int j) { return src_re[r1 + r0 + j] + c1; }, B, cols, rx, lre);
         rows_to_lanes([&](int j) { return src_im[r1 + r0 + j] + c1; }, B, cols, rx, lim);
         butterflies(lre, lim, cols, B, tx_);
-        auto place = [&](float* work) {
-            return [=](int j, int x) {
-                return work + (x / W) * chunk + static_cast<std::size_t>(ry[r0 + j]) * W + x % W;
-            };
-        };
-        lanes_to_rows(lre, B, cols, place(wre));
-        lanes_to_rows(lim, B, cols, place(wim));
+        lanes_to_rows(lre, B, cols, [&](int j, int x) { return dst_re[dr + r0 + j] + dc + x; });
+        lanes_to_rows(lim, B, cols, [&](int j, int x) { return dst_im[dr + r0 + j] + dc + x; });
     }
-    // columns along Y, W at a time
-    for (int cx = 0; cx < cols; cx += W)
-        butterflies(wre + (cx / W) * chunk, wim + (cx / W) * chunk, rows, W, ty_);
-    const float scale = scale_;
-    for (int y = 0; y < rows; ++y) {
-        float* orow = dst_re[dr + y] + dc;
-        float* irow = dst_im[dr + y] + dc;
-        const std::size_t at = static_cast<std::size_t>(y) * W;
-        chunks_to_row(wre + at, chunk, cols, W, orow, scale);
-        chunks_to_row(wim + at, chunk, cols, W, irow, scale);
+    // then the columns along Y, W at a time: gathered at bit-reversed row positions into a
+    // chunk, transformed, written back scaled
+    float* cre = chunk_re_.get();
+    float* cim = chunk_im_.get();
+    for (int cx = 0; cx < cols; cx += W) {
+        gather_chunk(dst_re, dr, dc + cx, rev_y_.get(), rows, W, cre);
+        gather_chunk(dst_im, dr, dc + cx, rev_y_.get(), rows, W, cim);
+        butterflies(cre, cim, rows, W, ty_);
+        scatter_chunk(cre, rows, W, dst_re, dr, dc + cx, scale_);
+        scatter_chunk(cim, rows, W, dst_im, dr, dc + cx, scale_);
     }
 }
 
@@ -382,9 +438,28 @@ int fft2d(float* const* src_re, float* const* src_im, int rows, int cols, int r1
         return kSourceTooLarge;
     if (!is_power_of_two(r2 - r1) || !is_power_of_two(c2 - c1)) return kNotPowerOf2;
     if (direction != 0 && direction != 1) return kInvalidParams;
+    const int h = r2 - r1, w = c2 - c1;
     FrameTransform frame;
-    V3D_CHECK(frame.prepare(r2 - r1, c2 - c1, direction));
-    frame.run(src_re, src_im, r1, c1, dst_re, dst_im, dr, dc);
+    V3D_CHECK(frame.prepare(h, w, direction));
+    // the transform writes destination rows while later source rows are still unread: an area
+    // of the same images at another place is copied first
+    const bool shared = src_re == dst_re || src_re == dst_im || src_im == dst_re || src_im == dst_im;
+    if (!shared || (r1 == dr && c1 == dc)) {
+        frame.run(src_re, src_im, r1, c1, dst_re, dst_im, dr, dc);
+        return kOk;
+    }
+    FloatBuffer copy_re, copy_im;
+    auto rows_re = std::unique_ptr<float*[]>(new (std::nothrow) float*[h]);
+    auto rows_im = std::unique_ptr<float*[]>(new (std::nothrow) float*[h]);
+    const std::size_t area = static_cast<std::size_t>(h) * w;
+    if (!rows_re || !rows_im || !copy_re.make(area) || !copy_im.make(area)) return kNoBuffer;
+    for (int y = 0; y < h; ++y) {
+        rows_re[y] = copy_re.get() + static_cast<std::size_t>(y) * w;
+        rows_im[y] = copy_im.get() + static_cast<std::size_t>(y) * w;
+        std::memcpy(rows_re[y], src_re[r1 + y] + c1, w * sizeof(float));
+        std::memcpy(rows_im[y], src_im[r1 + y] + c1, w * sizeof(float));
+    }
+    frame.run(rows_re.get(), rows_im.get(), 0, 0, dst_re, dst_im, dr, dc);
     return kOk;
 }
 
@@ -461,32 +536,39 @@ public:
         scale_ = direction == 1 ? 1.0f / static_cast<float>(Ez) : 1.0f;
         const std::size_t size = static_cast<std::size_t>(Ez) * Ex;
         rev_ = bit_reversal(Ez);
-        if (!re_.make(size) || !im_.make(size) || !rev_ || !tw_.make(Ez, direction == 1 ? 1 : -1))
+        rows_.reset(new (std::nothrow) float*[4 * static_cast<std::size_t>(Ez)]);
+        if (!re_.make(size) || !im_.make(size) || !rev_ || !rows_ ||
+            !tw_.make(Ez, direction == 1 ? 1 : -1))
             return kNoBuffer;
         return kOk;
     }
 
-    void run(float*** re, float*** im, int y, int z0, int x0) {
+    // Row y of the frames z0 .. z0+Ez-1 from column x0; the rows of y + 1 (when below last)
+    // are asked for on the way.
+    void run(float*** re, float*** im, int y, int last, int z0, int x0) {
         const int W = width_, ez = ez_, ex = ex_;
-        const float scale = scale_;
         const std::size_t chunk = static_cast<std::size_t>(ez) * W;
+        float** rows_re = rows_.get();
+        float** rows_im = rows_re + ez;
+        float** next_re = rows_im + ez;
+        float** next_im = next_re + ez;
+        const bool ahead = y + 1 < last;
+        for (int z = 0; z < ez; ++z) {
+            rows_re[z] = re[z0 + z][y] + x0;
+            rows_im[z] = im[z0 + z][y] + x0;
+            if (ahead) {
+                next_re[z] = re[z0 + z][y + 1] + x0;
+                next_im[z] = im[z0 + z][y + 1] + x0;
+            }
+        }
         float* lre = re_.get();
         float* lim = im_.get();
-        for (int z = 0; z < ez; ++z) {
-            const float* sr = re[z0 + z][y] + x0;
-            const float* si = im[z0 + z][y] + x0;
-            const std::size_t at = static_cast<std::size_t>(rev_[z]) * W;
-            row_to_chunks(sr, ex, W, lre + at, chunk);
-            row_to_chunks(si, ex, W, lim + at, chunk);
-        }
-        for (int cx = 0; cx < ex; cx += W) butterflies(lre + (cx / W) * chunk, lim + (cx / W) * chunk, ez, W, tw_);
-        for (int z = 0; z < ez; ++z) {
-            float* dr = re[z0 + z][y] + x0;
-            float* di = im[z0 + z][y] + x0;
-            const std::size_t at = static_cast<std::size_t>(z) * W;
-            chunks_to_row(lre + at, chunk, ex, W, dr, scale);
-            chunks_to_row(lim + at, chunk, ex, W, di, scale);
-        }
+        rows_to_chunks(rows_re, ahead ? next_re : nullptr, rev_.get(), ez, ex, W, lre, chunk);
+        rows_to_chunks(rows_im, ahead ? next_im : nullptr, rev_.get(), ez, ex, W, lim, chunk);
+        for (int cx = 0; cx < ex; cx += W)
+            butterflies(lre + (cx / W) * chunk, lim + (cx / W) * chunk, ez, W, tw_);
+        chunks_to_rows(lre, chunk, ez, ex, W, rows_re, scale_);
+        chunks_to_rows(lim, chunk, ez, ex, W, rows_im, scale_);
     }
 
 private:
@@ -494,6 +576,7 @@ private:
     float scale_ = 1.0f;
     Twiddles tw_;
     std::unique_ptr<int[]> rev_;
+    std::unique_ptr<float*[]> rows_;
     FloatBuffer re_, im_;
 };
 
@@ -901,16 +984,6 @@ struct VrPlan {
     }
 };
 
-// Asks for the cache lines of a row of n values ahead of their use.
-V3D_INLINE void prefetch_row(const float* row, int n) {
-#if defined(__GNUC__)
-    for (int x = 0; x < n; x += 16) __builtin_prefetch(row + x);
-#else
-    (void)row;
-    (void)n;
-#endif
-}
-
 // The first sweep over the rows [oz, oz + M) x [oy, oy + M) of the block: gather into the lane
 // batches, transform, scatter the sub-cubes to their places (an 8 x 8 transpose turns the lane
 // values of eight columns into eight pieces of row).
@@ -1093,8 +1166,9 @@ int lrcfft3d(Volume* inRe, Volume* inIm, Volume* outRe, Volume* outIm, int direc
     if (r.nz() < 2) return kOk;
     const int nl = lines.count;
     parallel_for(0, nl, [&](int t) {
-        for (int y = y0 + share_begin(t, nl, r.ny()); y < y0 + share_begin(t + 1, nl, r.ny()); ++y)
-            lines[t].run(outRe->data[0].f, outIm->data[0].f, y, z0, x0);
+        const int last = y0 + share_begin(t + 1, nl, r.ny());
+        for (int y = y0 + share_begin(t, nl, r.ny()); y < last; ++y)
+            lines[t].run(outRe->data[0].f, outIm->data[0].f, y, last, z0, x0);
     });
     return kOk;
 }

@@ -60,8 +60,8 @@ public:
     // 0, or -9 when memory is short.
     int prepare(int rows, int cols, int direction);
     // Reads rows r1.., columns c1.. of the source images and writes the transform at rows dr..,
-    // columns dc.. of the destination images. The source area is read completely before
-    // anything is written, so source and destination may be the same images.
+    // columns dc.. of the destination images. Source and destination may be the same images
+    // only at the same place (rows are written while later ones are still to be read).
     void run(float* const* src_re, float* const* src_im, int r1, int c1, float* const* dst_re,
              float* const* dst_im, int dr, int dc);
 
@@ -70,7 +70,7 @@ private:
     float scale_ = 1.0f;
     Twiddles tx_, ty_;
     std::unique_ptr<int[]> rev_x_, rev_y_;
-    FloatBuffer line_re_, line_im_, work_re_, work_im_;
+    FloatBuffer line_re_, line_im_, chunk_re_, chunk_im_;
 };
 
 // The image library's entry: checks the work area (r1 .. r2-1, c1 .. c2-1 inside the source's
