@@ -222,13 +222,25 @@ V3D_INLINE void prefetch_row(const float* row, int n) {
 #endif
 }
 
+// The same for a row about to be written.
+V3D_INLINE void prefetch_row_for_writing(float* row, int n) {
+#if defined(__GNUC__)
+    for (int x = 0; x < n; x += 16) __builtin_prefetch(row + x, 1);
+#else
+    (void)row;
+    (void)n;
+#endif
+}
+
 // Chunks of W columns: the n rows of a column chunk lie one after the other (row p at p W).
 // gather_chunk takes the columns col .. col+W-1 of the rows first + rev[p] into chunk row p;
 // scatter_chunk writes chunk row p, scaled, to the columns col .. of row first + p.
 template <int W>
 V3D_INLINE void gather_chunk_w(float* const* rows, int first, int col, const int* __restrict rev,
                                int n, float* __restrict chunk) {
+    constexpr int kAhead = 16;  // rows asked for ahead of their turn
     for (int p = 0; p < n; ++p) {
+        if (p + kAhead < n) prefetch_row(rows[first + rev[p + kAhead]] + col, W);
         const float* __restrict src = rows[first + rev[p]] + col;
         for (int k = 0; k < W; ++k) chunk[p * W + k] = src[k];
     }
@@ -409,6 +421,13 @@ void FrameTransform::run(float* const* src_re, float* const* src_im, int r1, int
     // rows along X, B at a time: gathered transposed and bit-reversed (both parts of the B rows
     // are read before any is written), transformed, written to the destination rows
     for (int r0 = 0; r0 < rows; r0 += B) {
+        if (r0 + B < rows)  // the next block's rows, to read and to write
+            for (int j = 0; j < B; ++j) {
+                prefetch_row(src_re[r1 + r0 + B + j] + c1, cols);
+                prefetch_row(src_im[r1 + r0 + B + j] + c1, cols);
+                prefetch_row_for_writing(dst_re[dr + r0 + B + j] + dc, cols);
+                prefetch_row_for_writing(dst_im[dr + r0 + B + j] + dc, cols);
+            }
         rows_to_lanes([&](int j) { return src_re[r1 + r0 + j] + c1; }, B, cols, rx, lre);
         rows_to_lanes([&](int j) { return src_im[r1 + r0 + j] + c1; }, B, cols, rx, lim);
         butterflies(lre, lim, cols, B, tx_);
