@@ -1,10 +1,13 @@
 // The three-dimensional Fourier transform of a complex F block: row-column (every frame by the
 // two-dimensional transform, then the Z lines) and vector-radix 2 x 2 x 2 over a cube.
 //
-// Lines are never transformed one strided column at a time: a batch of up to kBatch lines is
-// gathered into a small contiguous buffer (whole rows of a frame at a time, in bit-reversed
-// order), transformed together so that every butterfly works on a vector of columns, and
-// written back.
+// Lines are never transformed one strided column at a time: a batch of lines is gathered into
+// a small contiguous buffer in bit-reversed order (eight rows of a frame through 8 x 8
+// transposes, or chunks of 16 columns of whole rows), transformed together so that every
+// butterfly works on a vector of lines, and written back. The volume is swept as few times as
+// the decomposition allows: twice for the row-column transform (frames, then Z lines), and
+// for cubes from 64 on twice for the vector-radix one (see vr_large_cube); rows about to be
+// read are asked for ahead of their turn.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
