@@ -56,6 +56,27 @@ void for_each_offset_row(Volume* in, Volume* out, int z0, int y0, int x0, F&& f)
     });
 }
 
+// Copies the VOI of in to (z0, y0, x0) in out, frames over the threads. Rows that follow one
+// another in memory in both volumes (a VOI as wide as both rows, within one frame's block) go
+// in one block copy.
+template <class T> void copy_frames(Volume* in, Volume* out, int z0, int y0, int x0) {
+    const Voi r = voi_of(in);
+    const std::size_t nx = static_cast<std::size_t>(r.nx());
+    for_each_channel(in, [&](int c) {
+        T*** src = voxels<T>(in, c);
+        T*** dst = voxels<T>(out, c);
+        parallel_for(r.z1, r.z2, [&](int z) {
+            T* const* s = src[z] + r.y1;
+            T* const* d = dst[z0 + z - r.z1] + y0;
+            for (int y = 0, run; y < r.ny(); y += run) {
+                for (run = 1; y + run < r.ny(); ++run)
+                    if (s[y + run] != s[y] + run * nx || d[y + run] != d[y] + run * nx) break;
+                std::memcpy(d[y] + x0, s[y] + r.x1, sizeof(T) * nx * run);
+            }
+        });
+    });
+}
+
 enum class Logic { And, Or, Xor };
 
 int combine_binary(Volume* a, Volume* b, Volume* out, Logic op) {
@@ -143,9 +164,7 @@ int CopyVolume(Volume* in, Volume* out, int z0, int y0, int x0) {
             });
             return;
         }
-        for_each_offset_row<T, T>(in, out, z0, y0, x0, [](const T* src, T* dst, int n) {
-            std::memcpy(dst, src, sizeof(T) * static_cast<size_t>(n));
-        });
+        copy_frames<T>(in, out, z0, y0, x0);
     });
     return kOk;
 }

@@ -72,6 +72,26 @@ TEST(CopyVolume, PlacesTheVoiAtTheOffsetForEveryType) {
     }
 }
 
+// A VOI as wide as the rows: into rows of the same width the frame's rows follow one another
+// in both volumes (one block per run of rows), into wider rows they do not.
+TEST(CopyVolume, WholeRowsCopyLikeAnyOther) {
+    for (int type : {1, 2, 4})
+        for (int width : {7, 9}) {
+            Vol in(4, 6, 7, type), out(5, 8, width, type);
+            t3d::fill_random(in.get(), 5);
+            t3d::fill_random(out.get(), 6);
+            in.voi(1, 4, 1, 5, 0, 7);
+            auto expected = t3d::snapshot(out.get());
+            const auto source = t3d::snapshot(in.get());
+            for (int z = 1; z < 4; ++z)
+                for (int y = 1; y < 5; ++y)
+                    for (int x = 0; x < 7; ++x)
+                        expected[((z + 1) * 8 + y + 2) * width + x] = source[(z * 6 + y) * 7 + x];
+            ASSERT_EQ(CopyVolume(in.get(), out.get(), 2, 3, 0), 0);
+            EXPECT_EQ(t3d::snapshot(out.get()), expected) << "type " << type << ", width " << width;
+        }
+}
+
 TEST(CopyVolume, WithinOneVolumeCopiesVoxelByVoxelInScanOrder) {
     Vol v(1, 1, 4, 1);
     for (int x = 0; x < 4; ++x) v.uc(0, 0, x) = static_cast<unsigned char>(10 + x);
