@@ -1,7 +1,8 @@
 // Histogram equalization and neighbourhood filters on a 256^3 UC volume (smooth structure plus
-// noise), one thread and all threads, beside the plain formulations they replace: per-voxel
-// window sums, a per-voxel exchange sort, the recomputing running maximum, and a histogram
-// with a float lookup per voxel. Items processed = voxels of the volume.
+// noise), one thread and all threads, beside a copy of the same bytes (the floor of a streaming
+// operator) and the plain formulations they replace: per-voxel window sums, a per-voxel
+// exchange sort, the recomputing running maximum, and a histogram with a float lookup per
+// voxel. Items processed = voxels of the volume.
 #include <benchmark/benchmark.h>
 
 #include <vector>
@@ -29,6 +30,14 @@ void finish(benchmark::State& state, long long voxels) {
 }
 
 // ---- the library -----------------------------------------------------------------------------
+
+void BM_CopyVolume(benchmark::State& state) {
+    v3d::set_thread_count(static_cast<int>(state.range(0)));
+    Volumes& v = volumes();
+    for (auto _ : state) benchmark::DoNotOptimize(CopyVolume(v.in.get(), v.out.get(), 0, 0, 0));
+    finish(state, 1LL * kN * kN * kN);
+}
+BENCHMARK(BM_CopyVolume)->ArgNames({"threads"})->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void BM_HistogramEqual3d(benchmark::State& state) {
     v3d::set_thread_count(static_cast<int>(state.range(0)));

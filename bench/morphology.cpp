@@ -1,4 +1,5 @@
-// Binary morphology on the 256^3 noise-and-spheres volume thresholded at 128, one thread.
+// Binary morphology on the 256^3 noise-and-spheres volume thresholded at 128, one thread, and
+// all threads where the second argument is 0.
 #include <benchmark/benchmark.h>
 
 #include "bench/noise_spheres.h"
@@ -20,7 +21,7 @@ void make_element(bench::Volume3& se, int n) {
 }
 
 void run(benchmark::State& state, int (*op)(Volume*, Volume*, Volume*)) {
-    v3d::set_thread_count(1);
+    v3d::set_thread_count(state.range(1) ? 1 : 0);
     const int n = static_cast<int>(state.range(0));
     bench::Volume3 in(kSize, kSize, kSize, 1), out(kSize, kSize, kSize, 1);
     bench::Volume3 se(n ? n : 3, n ? n : 3, n ? n : 3, 1);
@@ -46,13 +47,15 @@ void BM_CheckIfUCBinary(benchmark::State& state) {
 }
 BENCHMARK(BM_CheckIfUCBinary)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-// argument: cube side, 0 = the 3x3x3 cross
-BENCHMARK(BM_bdilate3d)->Arg(3)->Arg(5)->Arg(0)->ArgName("cube")->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_berode3d)->Arg(3)->Arg(5)->Arg(0)->ArgName("cube")->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_bopening3d)->Arg(3)->ArgName("cube")->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_bclosing3d)->Arg(3)->ArgName("cube")->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_MinkowskiAddition3d)->Arg(3)->ArgName("cube")->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_MinkowskiSubtraction3d)->Arg(3)->ArgName("cube")->Unit(benchmark::kMillisecond)->UseRealTime();
+// arguments: cube side (0 = the 3x3x3 cross), one thread (1) or all (0)
+#define V3D_MORPHOLOGY_BENCH(f, ...) \
+    BENCHMARK(BM_##f)->ArgNames({"cube", "one_thread"}) __VA_ARGS__->Unit(benchmark::kMillisecond)->UseRealTime()
+V3D_MORPHOLOGY_BENCH(bdilate3d, ->Args({3, 1})->Args({5, 1})->Args({0, 1})->Args({3, 0}));
+V3D_MORPHOLOGY_BENCH(berode3d, ->Args({3, 1})->Args({5, 1})->Args({0, 1})->Args({3, 0}));
+V3D_MORPHOLOGY_BENCH(bopening3d, ->Args({3, 1})->Args({3, 0}));
+V3D_MORPHOLOGY_BENCH(bclosing3d, ->Args({3, 1})->Args({3, 0}));
+V3D_MORPHOLOGY_BENCH(MinkowskiAddition3d, ->Args({3, 1}));
+V3D_MORPHOLOGY_BENCH(MinkowskiSubtraction3d, ->Args({3, 1}));
 
 }  // namespace
 

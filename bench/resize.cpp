@@ -1,4 +1,6 @@
-// Resizing and interpolation, one thread: 128^3 -> 256^3 of the noise-and-spheres volume.
+// Resizing, interpolation and rotation of the noise-and-spheres volume (128^3 -> 256^3 and
+// other factors, 256^3 turned), one thread and all threads (argument 1 or 0), beside a copy of
+// the 256^3 volume in the same process (the floor of writing 256^3 voxels from memory).
 #include <benchmark/benchmark.h>
 
 #include "bench/noise_spheres.h"
@@ -10,20 +12,27 @@ struct Volumes {
     bench::Volume3 small{128, 128, 128, 1}, large{256, 256, 256, 1}, frames{128, 256, 256, 1};
     bench::Volume3 small2{180, 180, 180, 1}, large2{256, 256, 256, 1};
     Volumes() {
-        v3d::set_thread_count(1);
         bench::fill_noise_spheres(small.get(), 1);
         bench::fill_noise_spheres(large.get(), 2);
         bench::fill_noise_spheres(frames.get(), 3);
     }
-    ~Volumes() { v3d::set_thread_count(0); }
 };
-
-template <class F> void run(benchmark::State& state, F&& op) {
-    Volumes v;
-    for (auto _ : state)
-        if (op(v) != 0) state.SkipWithError("operator failed");
+Volumes& volumes() {
+    static Volumes v;
+    return v;
 }
 
+template <class F> void run(benchmark::State& state, F&& op) {
+    Volumes& v = volumes();
+    v3d::set_thread_count(state.range(0) ? 1 : 0);
+    for (auto _ : state)
+        if (op(v) != 0) state.SkipWithError("operator failed");
+    v3d::set_thread_count(0);
+}
+
+void BM_CopyVolume_256(benchmark::State& s) {
+    run(s, [](Volumes& v) { return CopyVolume(v.large.get(), v.large2.get(), 0, 0, 0); });
+}
 void BM_zoom3d_x2(benchmark::State& s) {
     run(s, [](Volumes& v) { return zoom3d(v.small.get(), v.large.get(), 2, 0, 0, 0); });
 }
@@ -48,27 +57,30 @@ void BM_InterpolationLinear3d_x1_5(benchmark::State& s) {
 void BM_InterpolationLinear3d_x0_7(benchmark::State& s) {
     run(s, [](Volumes& v) { return InterpolationLinear3d(v.large.get(), v.small2.get(), 0, 0.7f, 0.7f, 0.7f, 0, 0, 0); });
 }
+void BM_InterpolationFrameLinear3d_x2(benchmark::State& s) {
+    // 128 frames of 256 x 256 -> 255 frames
+    run(s, [](Volumes& v) { return InterpolationFrameLinear3d(v.frames.get(), v.large.get(), 0, 2.0f, 0, 0, 0); });
+}
 void BM_RotateVol3d_z30(benchmark::State& s) {
     run(s, [](Volumes& v) { return RotateVol3d(v.large.get(), v.large2.get(), 30.0f, 0.0f, 0.0f); });
 }
 void BM_RotateVol3d_30_20_10(benchmark::State& s) {
     run(s, [](Volumes& v) { return RotateVol3d(v.large.get(), v.large2.get(), 30.0f, 20.0f, 10.0f); });
 }
-void BM_InterpolationFrameLinear3d_x2(benchmark::State& s) {
-    // 128 frames of 256 x 256 -> 255 frames
-    run(s, [](Volumes& v) { return InterpolationFrameLinear3d(v.frames.get(), v.large.get(), 0, 2.0f, 0, 0, 0); });
-}
 
-BENCHMARK(BM_zoom3d_x2)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_decim3_by2)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_InterpolationNearestNeighbor3d_up)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_InterpolationLinear3d_up)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_InterpolationLinear3d_down)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_InterpolationLinear3d_x1_5)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_InterpolationLinear3d_x0_7)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_RotateVol3d_z30)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_RotateVol3d_30_20_10)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_InterpolationFrameLinear3d_x2)->Unit(benchmark::kMillisecond)->UseRealTime();
+#define V3D_RESIZE_BENCH(f) \
+    BENCHMARK(f)->ArgName("one_thread")->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime()
+V3D_RESIZE_BENCH(BM_CopyVolume_256);
+V3D_RESIZE_BENCH(BM_zoom3d_x2);
+V3D_RESIZE_BENCH(BM_decim3_by2);
+V3D_RESIZE_BENCH(BM_InterpolationNearestNeighbor3d_up);
+V3D_RESIZE_BENCH(BM_InterpolationLinear3d_up);
+V3D_RESIZE_BENCH(BM_InterpolationLinear3d_down);
+V3D_RESIZE_BENCH(BM_InterpolationLinear3d_x1_5);
+V3D_RESIZE_BENCH(BM_InterpolationLinear3d_x0_7);
+V3D_RESIZE_BENCH(BM_InterpolationFrameLinear3d_x2);
+V3D_RESIZE_BENCH(BM_RotateVol3d_z30);
+V3D_RESIZE_BENCH(BM_RotateVol3d_30_20_10);
 
 }  // namespace
 
