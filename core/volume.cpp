@@ -2,6 +2,7 @@
 //
 // One channel is one pointer block of Z*(Y+1) slots (Z frame pointers, then Z runs of Y row
 // pointers) and one zeroed data block per frame: rows of a frame are contiguous, frames are not.
+#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -218,15 +219,23 @@ int CheckVolume(Volume* vol, int typemask, int colormask) {
 int CheckIfUCBinary(Volume* vol) {
     V3D_CHECK(CheckVolume(vol, kUC, kAnyColor));
     const Voi r = voi_of(vol);
-    for (int c = 0, n = channels(vol); c < n; ++c)
-        for (int z = r.z1; z < r.z2; ++z)
+    std::atomic<bool> other{false};  // a voxel neither 0 nor 255 was seen; the frames stop
+    for (int c = 0, n = channels(vol); c < n && !other.load(); ++c) {
+        unsigned char*** v = vol->data[c].uc;
+        parallel_for(r.z1, r.z2, [&](int z) {
+            if (other.load(std::memory_order_relaxed)) return;
             for (int y = r.y1; y < r.y2; ++y) {
-                const unsigned char* row = vol->data[c].uc[z][y];
-                unsigned char other = 0;  // row by row without a branch, so that it vectorises
-                for (int x = r.x1; x < r.x2; ++x) other |= (row[x] != 0) & (row[x] != 255);
-                if (other) return 0;
+                const unsigned char* row = v[z][y];
+                unsigned char bad = 0;  // row by row without a branch, so that it vectorises
+                for (int x = r.x1; x < r.x2; ++x) bad |= (row[x] != 0) & (row[x] != 255);
+                if (bad) {
+                    other.store(true, std::memory_order_relaxed);
+                    return;
+                }
             }
-    return 1;
+        });
+    }
+    return other.load() ? 0 : 1;
 }
 
 int CheckIfVolumeClear(Volume* vol, const float* values) {

@@ -93,6 +93,21 @@ TEST(CheckIfUCBinary, LooksOnlyInsideTheVoi) {
     EXPECT_EQ(CheckIfUCBinary(f.get()), -502);
 }
 
+// The frames are checked on several threads: one stray voxel is found in any frame and channel.
+TEST(CheckIfUCBinary, OneStrayVoxelInAnyFrameOnAnyThreadCount) {
+    for (int threads : {1, 3}) {
+        v3d::set_thread_count(threads);
+        for (int z : {0, 4, 8})
+            for (int c : {0, 2}) {
+                Vol v(9, 2, 70, 1, 2);
+                ASSERT_EQ(CheckIfUCBinary(v.get()), 1);
+                v.uc(z, 1, 69, c) = 128;
+                EXPECT_EQ(CheckIfUCBinary(v.get()), 0) << "frame " << z << ", channel " << c << ", " << threads;
+            }
+    }
+    v3d::set_thread_count(0);
+}
+
 TEST(CheckIfVolumeClear, ConvertsAndComparesPerChannel) {
     Vol v(2, 2, 2, 1, 1);
     float value = 256.0f;
