@@ -185,9 +185,11 @@ V3D_ROW_CLONES void lerp_rows(const float* __restrict a, const float* __restrict
     for (int i = 0; i < n; ++i) out[i] = v * a[i] + w * b[i];
 }
 
-// A source row blended along x: row[i] = lerp(s[lo[i]], s[hi[i]], w[i]).
-V3D_ROW_CLONES void lerp_gathered(float* __restrict row, const unsigned char* __restrict s, const int* __restrict lo,
-                                  const int* __restrict hi, const float* __restrict w, int n) {
+// A source row blended along x: row[i] = lerp(s[lo[i]], s[hi[i]], w[i]). Built plainly: the
+// wide builds gather the bytes through vector gathers, slower than scalar loads on processors
+// with slow gathers (downsampling, where this blend is most of the work, lost a quarter).
+void lerp_gathered(float* __restrict row, const unsigned char* __restrict s, const int* __restrict lo,
+                   const int* __restrict hi, const float* __restrict w, int n) {
     for (int i = 0; i < n; ++i) row[i] = lerp(s[lo[i]], s[hi[i]], w[i]);
 }
 
