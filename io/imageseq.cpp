@@ -1,6 +1,7 @@
 // Image sequences: the format table of the open/save dialog, the engine that checks, reads and
 // writes a numbered series of one image per frame, and what every format shares (file loading,
 // the sink that stores decoded rows into a volume, sample access for writers).
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstring>
@@ -69,6 +70,13 @@ void VolumeSink::row(int y, const std::uint16_t* s) {
         if (vol_->type == kI) {
             int* out = vol_->data[c].i[z_][y];
             for (int x = 0; x < h_.width; ++x) out[x] = s[x * n + c];
+        } else if (maxval == 255) {  // (the bounds in locals: byte stores may alias anything)
+            unsigned char* out = vol_->data[c].uc[z_][y];
+            const int width = h_.width;
+            if (n == 1)
+                for (int x = 0; x < width; ++x) out[x] = static_cast<unsigned char>(std::min(s[x], std::uint16_t{255}));
+            else
+                for (int x = 0; x < width; ++x) out[x] = static_cast<unsigned char>(std::min(s[x * 3 + c], std::uint16_t{255}));
         } else {
             unsigned char* out = vol_->data[c].uc[z_][y];
             for (int x = 0; x < h_.width; ++x) {

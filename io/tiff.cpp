@@ -124,8 +124,15 @@ int decode_page(TIFF* tif, const PageInfo& p, RowSink& sink) {
     auto buf = make_io_buffer<std::uint8_t>(static_cast<std::size_t>(line));
     auto row = make_io_buffer<std::uint16_t>(static_cast<std::size_t>(p.h.width) * n);
     if (!buf || !row) return kNoBuffer;
+    // 8-bit samples without a palette or inversion are the samples as they are
+    const bool plain = !p.palette && p.bits == 8 && !p.white_zero && p.samples == n;
     for (int y = 0; y < p.h.height; ++y) {
         if (TIFFReadScanline(tif, buf.get(), static_cast<std::uint32_t>(y), 0) < 0) return kTiff;
+        if (plain) {
+            for (int i = 0; i < p.h.width * n; ++i) row[i] = buf[i];
+            sink.row(y, row.get());
+            continue;
+        }
         for (int x = 0; x < p.h.width; ++x) {
             const std::uint8_t* px = buf.get() + pixel_bytes * x;
             for (int c = 0; c < n; ++c) {
@@ -240,6 +247,14 @@ int tiff_write_page(TiffFile* t, Volume* v, int z, int compression, int page, in
     auto row = make_io_buffer<std::uint8_t>(static_cast<std::size_t>(v->X) * n * (bits / 8));
     if (!row) return kNoBuffer;
     for (int y = 0; y < v->Y; ++y) {
+        if (bits == 8) {  // UC volumes: the voxels as they are, interleaved for colour
+            for (int c = 0; c < n; ++c) {
+                const unsigned char* voxels = v->data[c].uc[z][y];
+                for (int x = 0; x < v->X; ++x) row[x * n + c] = voxels[x];
+            }
+            if (TIFFWriteScanline(tif, row.get(), static_cast<std::uint32_t>(y), 0) < 0) return kFwrite;
+            continue;
+        }
         for (int x = 0; x < v->X; ++x)
             for (int c = 0; c < n; ++c) {
                 const unsigned s = sample_of(v, c, z, y, x, maxval);
