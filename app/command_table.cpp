@@ -182,6 +182,19 @@ bool select_output(int caption, const Volume* in, bool in_place, int Z, int Y, i
     return fit != kDeclined && fit != kReallocFailed;
 }
 
+// An operator that keeps the voxel grid (its output has the input's dimensions, so its row
+// sets no out_dims) hands the voxel spacing on to the output; the orientation too when the
+// output is exactly as large (a copy placed at an offset lies elsewhere).
+void carry_geometry(const CommandSpec& row, const CommandContext& c) {
+    if (row.out_dims || !c.in || !c.out || c.out == c.in) return;
+    double sz, sy, sx;
+    GetVolumeSpacing(c.in, &sz, &sy, &sx);
+    SetVolumeSpacing(c.out, sz, sy, sx);
+    VolumeOrientation o;
+    const bool same_grid = c.out->Z == c.in->Z && c.out->Y == c.in->Y && c.out->X == c.in->X;
+    SetVolumeOrientation(c.out, same_grid && GetVolumeOrientation(c.in, &o) == 1 ? &o : nullptr);
+}
+
 }  // namespace
 
 std::vector<int> chosen_slots(const CommandContext& c) {
@@ -262,6 +275,7 @@ void run_pattern(const CommandSpec& row) {
         if (c.created_further) DestroyVolume(c.created_further);
         return;
     }
+    carry_geometry(row, c);
     report(row, c);
 }
 

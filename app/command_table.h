@@ -69,7 +69,8 @@ struct CommandSpec {
     bool (*options)(CommandContext& c) = nullptr;
     int out_type = kNoOutput;        // kNoOutput, kSameType, or 1, 2, 4
     int out_color = 0;               // 0: the input's
-    // the output's Z, Y, X when they are not the input's (zooming by the factor asked ...)
+    // the output's Z, Y, X when they are not the input's (zooming by the factor asked ...); a row
+    // without it keeps the voxel grid, and the output takes the input's voxel spacing
     void (*out_dims)(const struct CommandContext& c, int& Z, int& Y, int& X) = nullptr;
     bool in_place = true;            // false: the same volume as input and output is -525
     bool at_least = false;           // output prepared at least as large instead of exactly

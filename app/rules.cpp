@@ -100,9 +100,29 @@ int read_levels(const std::string& upper, const std::string& lower, const std::s
     return 0;
 }
 
+std::string spacing_text(Volume* vol) {
+    double sz = 1, sy = 1, sx = 1;
+    GetVolumeSpacing(vol, &sz, &sy, &sx);
+    return res::format(res::kSpacingText, sz, sy, sx);
+}
+
+std::string orientation_text(Volume* vol) {
+    VolumeOrientation o;
+    if (GetVolumeOrientation(vol, &o) != 1) return res::text(res::kNoOrientation);
+    const auto& a = o.affine;
+    return res::format(res::kOrientationText, o.sform_code, o.qform_code, a[0][0], a[0][1], a[0][2], a[0][3],
+                       a[1][0], a[1][1], a[1][2], a[1][3], a[2][0], a[2][1], a[2][2], a[2][3]);
+}
+
 int check_format(FormatRequest& r) {
     if (r.first > r.last) return res::kLowerAboveUpper;
-    if ((raw_format(r.format) && (r.width <= 0 || r.height <= 0)) || r.first < 0 || r.digits < 0)
+    // digits -1 names one picture without a number (raw frames are always numbered)
+    const int fewest_digits = raw_format(r.format) || single_file(r.format) ? 0 : -1;
+    if ((raw_format(r.format) && (r.width <= 0 || r.height <= 0)) || r.first < 0 || r.digits < fewest_digits)
+        return res::kBadDimensions;
+    // other voxels, byte orders and offsets are the single-file raw volume's
+    const bool plain_voxels = r.sample == 0 && !r.big_endian && r.offset == 0;
+    if (r.offset < 0 || r.timepoint < 0 || (raw_format(r.format) && r.format != V3D_FORMAT_RAW_VOLUME && !plain_voxels))
         return res::kBadDimensions;
     if (const int colour = fixed_colortype(r.format)) r.colortype = colour;
     const std::string file =

@@ -56,6 +56,10 @@ void destroy_volume(Volume* vol);
 int read_levels(const std::string& upper, const std::string& lower, const std::string& delay,
                 LevelsRequest& levels);
 
+// What State of Volumes says of a volume's voxel spacing and orientation (the affine's rows).
+std::string spacing_text(Volume* vol);
+std::string orientation_text(Volume* vol);
+
 // The open/save format dialog's answers: first frame not above the last (7000), positive
 // width and height for headerless formats and sane numbering (7001), the file or the series'
 // first frame present (7002). Fixes the colour type of formats that have one.

@@ -8,7 +8,9 @@
 namespace app {
 
 const char* const kUsage =
-    "usage: vexilo3d [--size ZxYxX] [--type uc|f|i] [--channels 1|3] [--skip N] [FILE ...]\n"
+    "usage: vexilo3d [--size ZxYxX] [--type uc|f|i|u16|i16|u32|i32|f32|f64] [--endian little|big]\n"
+    "                [--channels 1|3] [--skip N] [--byte-offset BYTES] [--spacing z,y,x]\n"
+    "                [FILE ...]\n"
     "Opens each raw volume FILE (no header; ZxYxX frames, rows, columns) and shows it.\n";
 
 bool parse_command_line(const std::vector<std::string>& args, CommandLine& line,
@@ -46,7 +48,9 @@ int open_files(const CommandLine& line) {
         const int type = s.type == V3D_TYPE_UC ? V3D_TYPE_UC_FROM_FILE : s.type;
         int status = CreateVolumeEx(type, s.colortype, s.Z, s.Y, s.X, 0, &vol);
         if (status == 0) {
-            status = ReadVolume(vol, file.c_str(), s.skip, s.Z, s.Y, s.X);
+            cli::RawVolumeSpec one = s;
+            one.path = file;
+            status = cli::read_raw_volume(vol, one);
             if (status) DestroyVolume(vol);
         }
         if (status) {

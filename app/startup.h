@@ -1,6 +1,7 @@
-// The command line of the workstation: vexilo3d [--size ZxYxX] [--type uc|f|i]
-// [--channels 1|3] [--skip N] [FILE ...] opens raw volume files into new volumes and shows
-// them. The options are v3d's raw-volume grammar.
+// The command line of the workstation: vexilo3d [--size ZxYxX] [--type uc|f|i|u16 ...]
+// [--endian little|big] [--channels 1|3] [--skip N] [--byte-offset BYTES] [--spacing z,y,x]
+// [FILE ...] opens raw volume files into new volumes and shows them. The options are v3d's
+// raw-volume grammar.
 #pragma once
 
 #include <string>
@@ -12,7 +13,7 @@ namespace app {
 
 struct CommandLine {
     std::vector<std::string> files;
-    cli::RawVolumeSpec volume;  // every file's size, type, channels and skip
+    cli::RawVolumeSpec volume;  // every file's size, voxels, channels, skip, offset, spacing
 };
 
 // Parses the arguments (without the program name); false with a reason in error.

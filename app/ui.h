@@ -40,10 +40,18 @@ struct FormatRequest {
     int format = 0;                 // position in the image-sequence table (GetImageSequenceFormat)
     std::string file;               // the file of a single-file format
     std::string base;               // base name of a frame series
-    int first = 0, last = 0, digits = 0;
+    int first = 0, last = 0, digits = 0;  // digits -1: one picture named without a number
     int width = 0, height = 0;
     int type = 1, colortype = 1;
     std::string exts[3] = {"raw", "", ""};  // the extension; "r", "g", "b" for raw r/g/b frames
+    // a raw volume's voxels in the file when they are not the data type's own (0): 16- and
+    // 32-bit integers into I, 64-bit reals into F (V3D_SAMPLE_*), their byte order, and the
+    // bytes before the first frame
+    int sample = 0;
+    bool big_endian = false;
+    long long offset = 0;
+    int timepoint = 0;              // the time point of a four-dimensional volume file
+    int deep = 0;                   // samples over 8 bits: app::DeepSamples
 };
 
 struct CreateRequest {

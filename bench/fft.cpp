@@ -55,7 +55,8 @@ void BM_fftw(benchmark::State& state) {
 }
 
 void shapes(benchmark::internal::Benchmark* b) {
-    b->Args({128, 128, 128})->Args({256, 256, 256})->Args({64, 128, 256});
+    b->Args({128, 128, 128})->Args({256, 256, 256})->Args({64, 128, 256})->Args({512, 512, 64});
+    b->Args({64, 512, 512});
     b->ArgNames({"Z", "Y", "X"})->Unit(benchmark::kMillisecond)->UseRealTime();
 }
 BENCHMARK(BM_fft3d)->Apply(shapes);

@@ -21,7 +21,8 @@
 namespace cli {
 
 const char* const kInOutUsage =
-    "--in FILE --size ZxYxX [--type uc|f|i] [--channels 1|3] [--skip N]\n"
+    "--in FILE --size ZxYxX [--type uc|f|i|u16|i16|u32|i32|f32|f64] [--endian little|big]\n"
+    "    [--channels 1|3] [--skip N] [--byte-offset BYTES] [--spacing z,y,x]\n"
     "    [--voi z1:z2,y1:y2,x1:x2] --out FILE";  // the raw-volume grammar of kRawVolumeUsage
 
 Args::Args(const std::vector<std::string>& words) {
@@ -156,12 +157,18 @@ VolumeSpec volume_spec(const Args& args, const std::string& role) {
         {"size", size},
         {"type", role_option(args, role, "type", "uc")},
         {"channels", role_option(args, role, "channels", "1")},
-        {"skip", role_option(args, role, "skip", "0")}};
+        {"skip", role_option(args, role, "skip", "0")},
+        {"endian", role_option(args, role, "endian", "little")},
+        {"byte-offset", role_option(args, role, "byte-offset", "0")}};
     for (const auto& [name, value] : options) {
         std::string error;
         set_raw_option(s, name, value, error);
         if (!error.empty()) throw UsageError(error);
     }
+    const std::string spacing = role_option(args, role, "spacing", "");
+    std::string error;
+    if (!spacing.empty() && (set_raw_option(s, "spacing", spacing, error), !error.empty()))
+        throw UsageError(error);
     return s;
 }
 
@@ -172,17 +179,18 @@ int make_volume(int Z, int Y, int X, int type, int colortype, VolumePtr& out) {
 
 namespace {
 
-// The bytes a raw file must hold for spec: skip frames, then Z frames of every channel; false
-// when that does not fit 64 bits (no file is so long).
+// The bytes a raw file must hold for its description s: the offset, skip frames, then Z frames
+// of every channel; false when that does not fit 64 bits (no file is so long).
 bool bytes_needed(const VolumeSpec& s, std::uint64_t* bytes) {
     const long long frames = static_cast<long long>(s.Z) * (s.colortype == V3D_COLOR_GREY ? 1 : 3);
     std::uint64_t n = static_cast<std::uint64_t>(s.skip) + static_cast<std::uint64_t>(frames);
     for (long long f : {static_cast<long long>(s.Y), static_cast<long long>(s.X),
-                        s.type == V3D_TYPE_UC ? 1LL : 4LL}) {
+                        static_cast<long long>(sample_size(s))}) {
         if (n > UINT64_MAX / static_cast<std::uint64_t>(f)) return false;
         n *= static_cast<std::uint64_t>(f);
     }
-    *bytes = n;
+    if (n > UINT64_MAX - static_cast<std::uint64_t>(s.offset)) return false;
+    *bytes = n + static_cast<std::uint64_t>(s.offset);
     return true;
 }
 
@@ -217,7 +225,7 @@ int load_volume(const Args& args, const std::string& role, VolumePtr& out) {
     const VolumeSpec s = volume_spec(args, role);
     if (int status = check_file_length(s)) return status;
     if (int status = make_volume(s.Z, s.Y, s.X, s.type, s.colortype, out)) return status;
-    if (int status = ReadVolume(out->get(), s.path.c_str(), s.skip, s.Z, s.Y, s.X)) return status;
+    if (int status = read_raw_volume(out->get(), s)) return status;
     apply_voi(args, role == "in" ? "voi" : role + "-voi", out->get());
     // a VOI outside the volume is -510 now, before output sizes are computed from its extents
     return CheckVolume(out->get(), V3D_TYPE_ANY, V3D_COLOR_ANY);

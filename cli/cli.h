@@ -5,7 +5,8 @@
 //   static const cli::Registrar reg({"median3", "median filter", "--window ZxYxX", help, run});
 //
 // A command reads its volumes with load_volume (role "in": --in FILE --size ZxYxX --type uc|f|i
-// --channels 1|3 --skip N --voi z1:z2,y1:y2,x1:x2; a second role "se" reads --se, --se-size ...,
+// (or a file voxel type: u16 ...) --endian --channels 1|3 --skip N --byte-offset BYTES --spacing
+// z,y,x --voi z1:z2,y1:y2,x1:x2; a second role "se" reads --se, --se-size ...,
 // each defaulting to the first input's value), makes its output with make_output, runs the
 // operator and returns its status; the tool prints the status text and exits 1 on failure.
 #pragma once

@@ -1,5 +1,6 @@
 // v3d commands of the projections: rendered projections, sections and the frame gallery,
 // written as pictures (PGM, PPM or TIFF).
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <initializer_list>
@@ -78,6 +79,25 @@ std::vector<unsigned char> thresholds(const Args& args, int channels) {
     return out;
 }
 
+// The volume's voxel spacing (z, y, x) over the smallest when it is not cubic (--spacing):
+// the pictures then show the voxels in those proportions.
+bool proportions_of(Volume* v, double p[3]) {
+    GetVolumeSpacing(v, &p[0], &p[1], &p[2]);
+    const double least = std::min({p[0], p[1], p[2]});
+    for (int k = 0; k < 3; ++k) p[k] /= least;
+    return !(p[0] == 1.0 && p[1] == 1.0 && p[2] == 1.0);
+}
+
+int spaced_mode(const std::string& mode) {
+    if (mode == "max") return V3D_PROVOLI_MAX;
+    if (mode == "mean") return V3D_PROVOLI_MEAN;
+    if (mode == "threshold") return V3D_PROVOLI_THRESHOLD;
+    if (mode == "binary") return V3D_PROVOLI_BINARY;
+    if (mode == "surface") return V3D_PROVOLI_SURFACE;
+    if (mode == "surface-colour") return V3D_PROVOLI_SURFACE_COLOR;
+    throw cli::UsageError("--mode '" + mode + "' is not one of max, mean, threshold, binary, surface, surface-colour");
+}
+
 int run_project(const Args& args) {
     VolumePtr in;
     if (int s = cli::load_volume(args, "in", in)) return s;
@@ -90,7 +110,11 @@ int run_project(const Args& args) {
     const int az = flat ? args.integer("angle") : args.integer("azimuth", 0);
     const int el = flat ? 0 : args.integer("elevation", 0);
     const int trim = args.has("trim") ? 1 : 0;
-    const int ez = v->z2 - v->z1, ey = v->y2 - v->y1, ex = v->x2 - v->x1;
+    double p[3];
+    const bool spaced = proportions_of(v, p);
+    const int ez = static_cast<int>(std::ceil((v->z2 - v->z1) * p[0])),
+              ey = static_cast<int>(std::ceil((v->y2 - v->y1) * p[1])),
+              ex = static_cast<int>(std::ceil((v->x2 - v->x1) * p[2]));
     const Size2 size = flat ? picture_size(args, ez, diagonal({ey, ex}))
                             : picture_size(args, diagonal({ez, ey, ex}), diagonal({ez, ey, ex}));
     const std::string path = args.text("out");
@@ -107,7 +131,10 @@ int run_project(const Args& args) {
     Image2d im = pic->image;
     const int H = size.h, W = size.w;
     int s;
-    if (mode == "max") s = flat ? ProvoliMax2d(v, im, H, W, az, trim) : ProvoliMax3d(v, im, H, W, az, el, trim);
+    if (spaced)
+        s = ProvoliSpaced3d(v, im, H, W, spaced_mode(mode), az, el, trim, thr.data(),
+                            mode == "binary" ? param : cue, p[0], p[1], p[2]);
+    else if (mode == "max") s = flat ? ProvoliMax2d(v, im, H, W, az, trim) : ProvoliMax3d(v, im, H, W, az, el, trim);
     else if (mode == "mean") s = flat ? ProvoliAvrg2d(v, im, H, W, az, trim) : ProvoliAvrg3d(v, im, H, W, az, el, trim);
     else if (mode == "threshold") s = flat ? Provoli2d(v, im, H, W, az, trim, thr.data()) : Provoli3d(v, im, H, W, az, el, trim, thr.data());
     else if (mode == "binary") s = flat ? Provoli2dBinary(v, im, H, W, az, trim, param) : Provoli3dBinary(v, im, H, W, az, el, trim, param);
@@ -167,12 +194,15 @@ int run_gallery(const Args& args) {
     // By default every frame at its own size (rows of per_row tiles).
     const int ez = v->z2 - v->z1, ey = v->y2 - v->y1, ex = v->x2 - v->x1;
     const long long tiles = per_row > 0 ? per_row : 1, rows = (ez + tiles - 1) / tiles;
-    const Size2 size = picture_size(args, rows * ey, tiles * ex);
+    double sz, sy, sx;
+    GetVolumeSpacing(v, &sz, &sy, &sx);
+    const double aspect = sy / sx;  // rows of the frames' voxels over their columns (--spacing)
+    const Size2 size = picture_size(args, static_cast<long long>(rows * ey * aspect), tiles * ex);
     const std::string path = args.text("out");
     cli::check_picture_path(path, n);
     args.check_all_used();
     if (int s = cli::make_volume(1, size.h, size.w, 1, v->colortype, out)) return s;
-    const int s = ProduceFrameGallery3d(v, out->get(), per_row, method == "linear" ? 1 : 0);
+    const int s = ProduceFrameGallery3dAspect(v, out->get(), per_row, method == "linear" ? 1 : 0, aspect);
     unsigned char** frame[3] = {};
     for (int c = 0; c < n; ++c) frame[c] = out->get()->data[c].uc[0];
     return finish(path, frame, n, size, s);
@@ -195,6 +225,8 @@ const cli::Registrar registrations[] = {
                     "             --depthcue darkens farther surfaces (surface-colour keeps the colour)\n"
                     "--trim renders only the bounding box of the non-zero voxels. The picture is\n"
                     "square with the VOI's diagonal by default (2d: frames x the frame diagonal).\n"
+                    "With --spacing z,y,x the voxels are drawn in those proportions, one pixel and\n"
+                    "one step along a ray per smallest spacing.\n"
                     "The picture goes to --out as .pgm (grey), .ppm or .tif by its extension.",
                     run_project}),
     cli::Registrar({"section", "cut an orthogonal or oblique section into a picture",
@@ -212,7 +244,8 @@ const cli::Registrar registrations[] = {
                     "--in FILE --size ZxYxX [--channels 1|3] [--voi ...] --per-row N\n"
                     "    [--method nearest|linear] [--picture HxW] --out PICTURE",
                     "Scales every frame of the VOI to a tile of width picture width / N and the\n"
-                    "frames' aspect ratio, N tiles per row, as many rows as fit; the rest of the\n"
+                    "frames' aspect ratio (in the proportions of --spacing), N tiles per row, as\n"
+                    "many rows as fit; the rest of the\n"
                     "picture is black. Tiles must be at least 25 x 25. The default picture holds\n"
                     "every frame at its own size. The picture goes to --out as .pgm (grey), .ppm\n"
                     "or .tif by its extension.",

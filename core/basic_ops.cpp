@@ -26,6 +26,13 @@ unsigned char truncated_uc(float v) {
     return v >= 255.0f ? 255 : static_cast<unsigned char>(v);
 }
 
+// floor(t + 0.5) clamped to 0..255 (t may lie far outside, the clamp comes first).
+unsigned char windowed(double t) {
+    if (!(t > 0.0)) return 0;
+    if (t >= 255.0) return 255;
+    return static_cast<unsigned char>(std::floor(t + 0.5));
+}
+
 // The checks shared by the F -> UC conversions.
 int check_f_to_uc(Volume* in, Volume* out, int z0, int y0, int x0) {
     V3D_CHECK(CheckVolume(in, kF, kAnyColor));
@@ -190,6 +197,52 @@ int UCVolume2FVolume(Volume* in, Volume* out, int z0, int y0, int x0) {
     for_each_offset_row<unsigned char, float>(in, out, z0, y0, x0,
                                               [](const unsigned char* src, float* dst, int n) {
         for (int i = 0; i < n; ++i) dst[i] = src[i];
+    });
+    return kOk;
+}
+
+int IVolume2FVolume(Volume* in, Volume* out, int z0, int y0, int x0) {
+    V3D_CHECK(CheckVolume(in, kI, kAnyColor));
+    V3D_CHECK(CheckVolume(out, kF, kAnyColor));
+    if (in->colortype != out->colortype) return kBadOutputColor;
+    if (z0 < 0 || y0 < 0 || x0 < 0) return kInvalidParams;
+    if (!fits_at(in, out, z0, y0, x0)) return kBadOutputDims;
+    for_each_offset_row<int, float>(in, out, z0, y0, x0, [](const int* src, float* dst, int n) {
+        for (int i = 0; i < n; ++i) dst[i] = static_cast<float>(src[i]);
+    });
+    return kOk;
+}
+
+int IVolume2UCVolume_window(Volume* in, Volume* out, int low, int high) {
+    V3D_CHECK(CheckVolume(in, kI, kAnyColor));
+    V3D_CHECK(CheckVolume(out, kUC, kAnyColor));
+    if (smaller_than(out, in)) return kBadOutputDims;
+    if (in->colortype != out->colortype) return kBadOutputColor;
+    const bool automatic = low == 0 && high == 0;
+    if (low > high || (low == high && !automatic)) return kInvalidParams;
+    const Voi r = voi_of(in);
+    if (automatic) {  // one window over every channel, so that colours keep their balance
+        low = high = in->data[0].i[r.z1][r.y1][r.x1];
+        for_each_voi_row(in, [&](int c, int z, int y) {
+            const int* row = in->data[c].i[z][y];
+            for (int x = r.x1; x < r.x2; ++x) {
+                low = std::min(low, row[x]);
+                high = std::max(high, row[x]);
+            }
+        });
+    }
+    // a constant VOI has no range to stretch: it keeps its value, clamped to 0..255
+    const double lo = low, range = static_cast<double>(high) - lo;
+    const unsigned char constant = clamp_uc(low);
+    for_each_channel(in, [&](int c) {
+        parallel_for(r.z1, r.z2, [&](int z) {
+            for (int y = r.y1; y < r.y2; ++y) {
+                const int* src = in->data[c].i[z][y];
+                unsigned char* dst = out->data[c].uc[z][y];
+                for (int x = r.x1; x < r.x2; ++x)
+                    dst[x] = range == 0.0 ? constant : windowed(255.0 * (src[x] - lo) / range);
+            }
+        });
     });
     return kOk;
 }

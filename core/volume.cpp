@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "core/common.h"
+#include "core/geometry.h"
 #include "core/parallel.h"
 
 #if defined(_WIN32)
@@ -157,6 +158,7 @@ void fill_in_VOI(Volume* vol, int z1, int z2, int y1, int y2, int x1, int x2) {
 
 int CreateVolume(Volume* vol) {
     if (!vol) return kNullVolume;
+    forget_geometry(vol);  // a new volume has voxels of 1 x 1 x 1 and no orientation
     if (!valid_type(vol->type)) {
         vol->type = 0;
         return kWrongType;
@@ -191,6 +193,7 @@ int CreateVolume(Volume* vol) {
 
 void DestroyVolume(Volume* vol) {
     if (!vol) return;
+    forget_geometry(vol);
     if (!valid_type(vol->type) || (vol->colortype != kGrey && vol->colortype != kRGB)) return;
     if (vol->Z < 1 || vol->Y < 1 || vol->X < 1) return;
     for (int c = 0, n = channels(vol); c < n; ++c) free_channel(vol->data[c].p, vol->Z);

@@ -57,6 +57,7 @@ SectionWindow::SectionWindow(Volume* vol, QSize client, QWidget* parent)
 }
 
 void SectionWindow::refresh() {
+    record_.read_proportions();  // the volume may carry another spacing now
     for (int pane = 0; pane < kPanes; ++pane) show_section(pane);
     show_marks();
 }
@@ -78,7 +79,7 @@ void SectionWindow::relayout() {
 }
 
 void SectionWindow::show_section(int p) {
-    pane(p)->set_picture(to_image(record_.picture(p)), record_.stretch(p));
+    pane(p)->set_picture(to_image(record_.picture(p)), QSizeF(record_.stretch_x(p), record_.stretch_y(p)));
 }
 
 void SectionWindow::show_marks() {

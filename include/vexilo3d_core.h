@@ -62,6 +62,20 @@ V3D_API int FVolume2UCVolume_norm(Volume *in, Volume *out, int z0, int y0, int x
    unchanged. Checks: in UC (any colour), out F (any colour), colour types differ -523,
    a negative offset -90, the VOI extent from the offset beyond out's Z, Y or X -520. */
 V3D_API int UCVolume2FVolume(Volume *in, Volume *out, int z0, int y0, int x0);
+/* The same for an I volume into an F volume (checks as UCVolume2FVolume, in must be I). Values
+   beyond 2^24 in magnitude become the nearest float. */
+V3D_API int IVolume2FVolume(Volume *in, Volume *out, int z0, int y0, int x0);
+/* Brings deep integer data (16-bit images, CT numbers) into 0..255 through a linear window:
+   every VOI voxel v of in gives, at the same coordinates of out,
+       floor(255 * (v - low) / (high - low) + 0.5), clamped to 0..255
+   so low and everything below become 0, high and everything above 255. low == high == 0 takes
+   the window from the data: the minimum and maximum over the VOI of every channel together
+   (one window, so the channels of a colour volume keep their balance); when they are equal
+   the VOI is constant and each voxel keeps its value clamped to 0..255.
+   Checks, in order: CheckVolume(in, I, any colour), CheckVolume(out, UC, any colour), out
+   smaller than in in Z, Y or X -520, colour types differ -523, low > high or low == high
+   (other than 0, 0) -90. out's voxels outside in's VOI are untouched. */
+V3D_API int IVolume2UCVolume_window(Volume *in, Volume *out, int low, int high);
 V3D_API int CountNonZeroSurfacePoints3d(Volume *vol, unsigned int *count);
 V3D_API int CountNonZeroPoints3d(Volume *vol, unsigned int *count);
 V3D_API int FindMinMaxIntensity(Volume *vol, unsigned int *min, unsigned int *max);

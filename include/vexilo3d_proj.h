@@ -76,6 +76,27 @@ V3D_API int Provoli3dSurfaceColor(Volume *in, Image2d image, int H, int W, int a
                                   int elevation, int trim, const unsigned char *threshold,
                                   int depthcue);
 
+/* The renderers above for voxels that are not cubes: sz, sy and sx are the distances between
+   voxel centres along Z, Y and X (GetVolumeSpacing), and the picture shows the volume in those
+   proportions. One picture pixel and one step along a ray are the smallest of the three; rays,
+   columns and rows run as in Provoli3d through that scaled space, so every voxel is sampled and
+   a 0.5 x 0.5 x 5 voxel is drawn ten times as tall as it is wide. With equal spacings the
+   picture is the renderer's own. mode picks the renderer: V3D_PROVOLI_* below; param is the
+   binary renderer's further parameter or the surfaces' depth-cue flag; threshold is used by
+   the threshold and surface modes. Checks as the renderer's, with a mode outside the list or a
+   spacing that is not a finite number above 0 among the parameters (-90). */
+enum {
+    V3D_PROVOLI_THRESHOLD = 1, /* Provoli3d */
+    V3D_PROVOLI_MEAN = 2,      /* ProvoliAvrg3d */
+    V3D_PROVOLI_MAX = 3,       /* ProvoliMax3d */
+    V3D_PROVOLI_BINARY = 4,    /* Provoli3dBinary */
+    V3D_PROVOLI_SURFACE = 5,   /* Provoli3dSurface */
+    V3D_PROVOLI_SURFACE_COLOR = 6 /* Provoli3dSurfaceColor */
+};
+V3D_API int ProvoliSpaced3d(Volume *in, Image2d image, int H, int W, int mode, int azimuth,
+                            int elevation, int trim, const unsigned char *threshold, int param,
+                            double sz, double sy, double sx);
+
 /* ---- Sections ------------------------------------------------------------------------------
 
    TomiOrth: the orthogonal section at position (checks: CheckVolume(in, UC, any), image -1,
@@ -141,6 +162,11 @@ V3D_API void DestroyBuffer(Buffer *buf);
    Checks, in order: CheckVolume(in, UC, any), CheckVolume(out, UC, any), colour types differ
    -523, n < 1 -90, a VOI one row or one column wide -521, TW < 25, TH < 25 or R < 1 -520. */
 V3D_API int ProduceFrameGallery3d(Volume *in, Volume *out, int n, int method);
+/* The same with tiles aspect times as high (TH = (int)(Ey / Ex * TW * aspect)), aspect being the
+   frames' row spacing over their column spacing (sy / sx), so that tiles show the frames in
+   their true proportions; aspect 1 is ProduceFrameGallery3d. An aspect that is not a finite
+   number above 0 is -90, in the place of the n check. */
+V3D_API int ProduceFrameGallery3dAspect(Volume *in, Volume *out, int n, int method, double aspect);
 
 #ifdef __cplusplus
 }

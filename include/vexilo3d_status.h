@@ -50,6 +50,26 @@ enum {
     V3D_ERR_FWRITE             = -602, /* "fwrite error" */
     V3D_ERR_TIFF               = -1000, /* "Error in TIFF" */
     V3D_ERR_TIFF_SEQUENCE      = -1001, /* "TIFF Image Sequence inconsistency" */
+    /* what the image-sequence readers cannot read, each naming the reason */
+    V3D_ERR_FEWER_FRAMES       = -1002, /* "The file holds fewer frames than requested" */
+    V3D_ERR_FLOAT_SAMPLES      = -1003, /* "Floating-point samples are read into float (F) volumes only" */
+    V3D_ERR_SIGNED_SAMPLES     = -1004, /* "Signed samples are read into int (I) or float (F) volumes only" */
+    V3D_ERR_TIFF_COMPRESSION   = -1010, /* "TIFF: the file's compression is not supported" */
+    V3D_ERR_TIFF_BITS          = -1011, /* "TIFF: the number of bits per sample is not supported ..." */
+    V3D_ERR_TIFF_SAMPLE_FORMAT = -1012, /* "TIFF: the sample format is not supported ..." */
+    V3D_ERR_TIFF_PHOTOMETRIC   = -1013, /* "TIFF: the photometric interpretation is not supported ..." */
+    V3D_ERR_TIFF_SAMPLES       = -1014, /* "TIFF: too few samples per pixel for the photometric interpretation" */
+    V3D_ERR_PNM_READ           = -1020, /* "Error in reading PNM file" */
+    V3D_ERR_BMP_VARIANT        = -1021, /* "BMP: the bit depth or compression is not supported" */
+    V3D_ERR_TGA_VARIANT        = -1022, /* "TGA: the image type or pixel depth is not supported" */
+    V3D_ERR_JPEG_COLOUR        = -1023, /* "JPEG: the colour space is not supported" */
+    V3D_ERR_NIFTI              = -1100, /* "Error in NIfTI file" */
+    V3D_ERR_NRRD               = -1101, /* "Error in NRRD file" */
+    V3D_ERR_METAIMAGE          = -1102, /* "Error in MetaImage file" */
+    V3D_ERR_FILE_SAMPLE_TYPE   = -1103, /* "The voxel type of the file is not supported" */
+    V3D_ERR_NO_SUCH_FRAMES     = -1104, /* "The file has no such frames or time point" */
+    V3D_ERR_FILE_GRID          = -1105, /* "The grid of the file is too large or has more than four dimensions" */
+    V3D_ERR_FILE_VALUES        = -1106, /* "Values of the file do not fit the volume's data type" */
     V3D_ERR_BAD_SEEDS          = -990, /* "Seeds not correctly specified" */
 };
 

@@ -1,6 +1,10 @@
-// Windows bitmaps: 8-bit palette images (uncompressed or RLE8) and 24-bit images (uncompressed),
-// with the 12-byte core header or the 40-byte (and longer) information header. An 8-bit image
-// whose palette is all grey is a grey frame, otherwise a colour frame. Content errors are -31.
+// Windows bitmaps: palette images of 1, 4 and 8 bits (uncompressed, RLE4 or RLE8), 16-bit
+// images (5-5-5, or the channel masks of BI_BITFIELDS), 24-bit images and 32-bit images (BGRX,
+// or masks: BGRA files with V4/V5 headers), with the 12-byte core header or the 40-byte and
+// longer information headers. Alpha is ignored. A palette image whose palette is all grey is a
+// grey frame, everything else a colour frame. A channel mask narrower or wider than 8 bits is
+// scaled to 0..255 by v * 255 / (2^width - 1), truncated. Content errors are -31; bit depths
+// and compressions the reader does not know (JPEG or PNG inside a bitmap, 64-bit pixels) -1021.
 #include <algorithm>
 #include <cstring>
 
@@ -10,6 +14,26 @@ namespace v3d {
 namespace {
 
 constexpr int kBad = kBmpRead;
+enum Compression { kRgb = 0, kRle8 = 1, kRle4 = 2, kBitfields = 3, kAlphaBitfields = 6 };
+
+// One channel of a masked pixel: its bits and how to reach them.
+struct Field {
+    std::uint32_t mask = 0;
+    int shift = 0, width = 0;
+    bool set(std::uint32_t m) {  // false unless the mask's bits are contiguous
+        mask = m;
+        shift = width = 0;
+        if (m == 0) return true;
+        while (!(m & 1u)) m >>= 1, ++shift;
+        while (m & 1u) m >>= 1, ++width;
+        return m == 0;
+    }
+    std::uint16_t of(std::uint32_t pixel) const {
+        if (width == 0) return 0;
+        const std::uint32_t v = (pixel & mask) >> shift;
+        return static_cast<std::uint16_t>(width == 8 ? v : v * 255u / ((1ull << width) - 1));
+    }
+};
 
 struct BmpInfo {
     ImageHeader h;
@@ -18,7 +42,48 @@ struct BmpInfo {
     std::size_t data = 0;       // offset of the pixel data
     int colours = 0;            // palette entries
     std::uint8_t palette[256 * 3] = {};
+    Field fields[3];            // red, green, blue of 16- and 32-bit pixels
 };
+
+bool supported(int bpp, int compression) {
+    switch (bpp) {
+    case 1: return compression == kRgb;
+    case 4: return compression == kRgb || compression == kRle4;
+    case 8: return compression == kRgb || compression == kRle8;
+    case 24: return compression == kRgb;
+    case 16:
+    case 32: return compression == kRgb || compression == kBitfields || compression == kAlphaBitfields;
+    default: return false;
+    }
+}
+
+// The channel masks: those of the header (V2 and later) or the ones after a 40-byte header,
+// or the defaults of uncompressed 16- and 32-bit pixels.
+int read_masks(const std::uint8_t* d, std::size_t n, BmpInfo& b) {
+    std::uint32_t m[3] = {0x7c00, 0x3e0, 0x1f};
+    if (b.bpp == 32) m[0] = 0xff0000, m[1] = 0xff00, m[2] = 0xff;
+    if (b.compression == kBitfields || b.compression == kAlphaBitfields) {
+        if (n < 14 + 40 + 12) return kBad;
+        for (int c = 0; c < 3; ++c) m[c] = le32(d + 14 + 40 + 4 * c);  // in or after the header
+    }
+    for (int c = 0; c < 3; ++c)
+        if (!b.fields[c].set(m[c]) || b.fields[c].width > 16) return kBmpVariant;
+    return kOk;
+}
+
+int read_palette(const std::uint8_t* d, std::size_t n, std::uint32_t hsize, std::size_t entry,
+                 BmpInfo& b) {
+    if (b.colours == 0) b.colours = 1 << b.bpp;
+    const std::size_t pal = 14 + static_cast<std::size_t>(hsize);
+    if (pal + entry * b.colours > n) return kBad;
+    for (int i = 0; i < b.colours; ++i) {  // stored blue, green, red
+        b.palette[3 * i] = d[pal + entry * i + 2];
+        b.palette[3 * i + 1] = d[pal + entry * i + 1];
+        b.palette[3 * i + 2] = d[pal + entry * i];
+    }
+    if (palette_is_grey(b.palette, b.colours)) b.h.colour = kGrey;
+    return kOk;
+}
 
 int parse_header(const std::uint8_t* d, std::size_t n, BmpInfo& b) {
     if (n < 26 || d[0] != 'B' || d[1] != 'M') return kBad;
@@ -48,29 +113,20 @@ int parse_header(const std::uint8_t* d, std::size_t n, BmpInfo& b) {
         h = -h;
     }
     if (planes != 1 || !image_size_ok(w, h)) return kBad;
-    const bool supported = (b.bpp == 8 && (b.compression == 0 || b.compression == 1)) ||
-                           (b.bpp == 24 && b.compression == 0);
-    if (!supported || (b.top_down && b.compression == 1) || b.colours > 256) return kBad;
+    if (!supported(b.bpp, b.compression)) return kBmpVariant;
+    const bool rle = b.compression == kRle8 || b.compression == kRle4;
+    if ((b.top_down && rle) || b.colours > 256) return kBad;
     b.h.width = static_cast<int>(w);
     b.h.height = static_cast<int>(h);
     b.h.colour = kRGB;
-    if (b.bpp == 8) {
-        if (b.colours == 0) b.colours = 256;
-        const std::size_t pal = 14 + static_cast<std::size_t>(hsize);
-        if (pal + entry * b.colours > n) return kBad;
-        for (int i = 0; i < b.colours; ++i) {  // stored blue, green, red
-            b.palette[3 * i] = d[pal + entry * i + 2];
-            b.palette[3 * i + 1] = d[pal + entry * i + 1];
-            b.palette[3 * i + 2] = d[pal + entry * i];
-        }
-        if (palette_is_grey(b.palette, b.colours)) b.h.colour = kGrey;
-    }
+    if (b.bpp <= 8) V3D_CHECK(read_palette(d, n, hsize, entry, b));
+    else if (b.bpp != 24) V3D_CHECK(read_masks(d, n, b));
     if (b.data >= n) return kBad;
     return kOk;
 }
 
 // Palette indices of one row to samples; false when an index has no palette entry.
-bool index_row(const BmpInfo& b, const std::uint8_t* idx, std::uint16_t* out) {
+bool index_row(const BmpInfo& b, const std::uint8_t* idx, Sample* out) {
     const int n = b.h.colour == kGrey ? 1 : 3;
     for (int x = 0; x < b.h.width; ++x) {
         if (idx[x] >= b.colours) return false;
@@ -79,35 +135,58 @@ bool index_row(const BmpInfo& b, const std::uint8_t* idx, std::uint16_t* out) {
     return true;
 }
 
+// One stored row of an uncompressed bitmap to samples (indices expanded through idx).
+bool plain_row(const BmpInfo& b, const std::uint8_t* p, std::uint8_t* idx, Sample* out) {
+    const int w = b.h.width;
+    switch (b.bpp) {
+    case 1:
+    case 4:
+    case 8: {
+        const int per_byte = 8 / b.bpp, mask = (1 << b.bpp) - 1;
+        for (int x = 0; x < w; ++x)
+            idx[x] = static_cast<std::uint8_t>((p[x / per_byte] >> (8 - b.bpp * (x % per_byte + 1))) & mask);
+        return index_row(b, idx, out);
+    }
+    case 24:
+        for (int x = 0; x < w; ++x)
+            for (int c = 0; c < 3; ++c) out[3 * x + c] = p[3 * x + 2 - c];
+        return true;
+    default:
+        for (int x = 0; x < w; ++x) {
+            const std::uint32_t px = b.bpp == 16 ? le16(p + 2 * x) : le32(p + 4 * x);
+            for (int c = 0; c < 3; ++c) out[3 * x + c] = b.fields[c].of(px);
+        }
+        return true;
+    }
+}
+
 int decode_plain(const std::uint8_t* d, std::size_t n, const BmpInfo& b, RowSink& sink,
-                 std::uint16_t* out) {
-    const std::size_t row_bytes = static_cast<std::size_t>(b.h.width) * (b.bpp / 8);
+                 Sample* out) {
+    const std::size_t row_bytes = (static_cast<std::size_t>(b.h.width) * b.bpp + 7) / 8;
     const std::size_t stride = (row_bytes + 3) / 4 * 4;
     const std::size_t avail = n - b.data;  // the header check keeps data < n
     if (avail < row_bytes || (avail - row_bytes) / stride < static_cast<std::size_t>(b.h.height - 1))
         return kBad;
+    const auto indices = make_io_buffer<std::uint8_t>(static_cast<std::size_t>(b.h.width));
+    if (!indices) return kNoBuffer;
     for (int r = 0; r < b.h.height; ++r) {
-        const std::uint8_t* p = d + b.data + stride * r;
-        if (b.bpp == 8) {
-            if (!index_row(b, p, out)) return kBad;
-        } else {
-            for (int x = 0; x < b.h.width; ++x)
-                for (int c = 0; c < 3; ++c) out[3 * x + c] = p[3 * x + 2 - c];
-        }
+        if (!plain_row(b, d + b.data + stride * r, indices.get(), out)) return kBad;
         sink.row(b.top_down ? r : b.h.height - 1 - r, out);
     }
     return kOk;
 }
 
-// RLE8: runs (count, index), escapes 0 0 end of line, 0 1 end of bitmap, 0 2 dx dy delta, 0 n
-// absolute run of n indices padded to an even length. Pixels never set are index 0; pixels past
-// the end of a line are dropped (some writers encode the row padding); pixels below the last
-// line are an error.
-int decode_rle8(const std::uint8_t* d, std::size_t n, const BmpInfo& b, RowSink& sink,
-                std::uint16_t* out) {
+// RLE8 and RLE4: runs (count, value), escapes 0 0 end of line, 0 1 end of bitmap, 0 2 dx dy
+// delta, 0 n absolute run of n indices (RLE4: n nibbles) padded to an even number of bytes. A
+// RLE4 run alternates the value's two nibbles. Pixels never set are index 0; pixels past the
+// end of a line are dropped (some writers encode the row padding); pixels below the last line
+// are an error.
+int decode_rle(const std::uint8_t* d, std::size_t n, const BmpInfo& b, RowSink& sink,
+               Sample* out) {
     const auto indices = make_buffer<std::uint8_t>(static_cast<std::size_t>(b.h.width));
     if (!indices) return kNoBuffer;
     std::uint8_t* idx = indices.get();
+    const bool nibbles = b.compression == kRle4;
     const int w = b.h.width, h = b.h.height;
     int line = 0, x = 0;
     auto flush = [&]() {
@@ -118,6 +197,7 @@ int decode_rle8(const std::uint8_t* d, std::size_t n, const BmpInfo& b, RowSink&
         ++line;
         return true;
     };
+    auto nibble = [nibbles](int value, int i) { return nibbles ? (i % 2 ? value & 15 : value >> 4) : value; };
     std::size_t p = b.data;
     for (;;) {
         if (n - p < 2) return kBad;
@@ -126,7 +206,7 @@ int decode_rle8(const std::uint8_t* d, std::size_t n, const BmpInfo& b, RowSink&
         if (count > 0) {
             if (line >= h) return kBad;
             const int k = std::min(count, w - x);
-            std::memset(&idx[x], value, k);
+            for (int i = 0; i < k; ++i) idx[x + i] = static_cast<std::uint8_t>(nibble(value, i));
             x += k;
         } else if (value == 0) {
             if (!flush()) return kBad;
@@ -141,10 +221,11 @@ int decode_rle8(const std::uint8_t* d, std::size_t n, const BmpInfo& b, RowSink&
                 if (!flush()) return kBad;
             x = std::min(x + dx, w);
         } else {
-            const std::size_t padded = (value + 1) / 2 * 2;
+            const std::size_t bytes = nibbles ? (value + 1) / 2 : value;
+            const std::size_t padded = (bytes + 1) / 2 * 2;
             if (line >= h || n - p < padded) return kBad;
             const int k = std::min(value, w - x);
-            std::memcpy(&idx[x], d + p, k);
+            for (int i = 0; i < k; ++i) idx[x + i] = static_cast<std::uint8_t>(nibble(d[p + (nibbles ? i / 2 : i)], i));
             x += k;
             p += padded;
         }
@@ -222,10 +303,10 @@ int decode_bmp(const std::uint8_t* data, std::size_t size, ImageHeader* header, 
     if (header) *header = b.h;
     if (!sink) return kOk;
     V3D_CHECK(sink->begin(b.h));
-    const auto out = make_io_buffer<std::uint16_t>(static_cast<std::size_t>(b.h.width) * 3);
+    const auto out = make_io_buffer<Sample>(static_cast<std::size_t>(b.h.width) * 3);
     if (!out) return kNoBuffer;
-    return b.compression == 1 ? decode_rle8(data, size, b, *sink, out.get())
-                              : decode_plain(data, size, b, *sink, out.get());
+    return b.compression == kRle8 || b.compression == kRle4 ? decode_rle(data, size, b, *sink, out.get())
+                                                            : decode_plain(data, size, b, *sink, out.get());
 }
 
 int write_bmp(Volume* vol, const char* base, int first, int digits, const char* ext) {

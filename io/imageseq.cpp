@@ -1,13 +1,13 @@
 // Image sequences: the format table of the open/save dialog, the engine that checks, reads and
 // writes a numbered series of one image per frame, and what every format shares (file loading,
 // the sink that stores decoded rows into a volume, sample access for writers).
-#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
 #include "io/imageseq.h"
+#include "io/volume_files.h"
 
 namespace v3d {
 namespace {
@@ -41,16 +41,24 @@ const ImageSequenceFormat kFormats[V3D_FORMAT_COUNT] = {
      write_gif},
     {"jpeg", "JPEG image sequence", "jpg", 0, 0, check_frames<kJpegFrames>, read_frames<kJpegFrames>,
      write_jpeg},
-    {"pnm", "PGM/PPM image sequence", "pgm", 0, 0, check_frames<kPnmFrames>, read_frames<kPnmFrames>,
+    {"pnm", "PBM/PGM/PPM image sequence", "pgm", 0, 0, check_frames<kPnmFrames>, read_frames<kPnmFrames>,
      write_pnm},
     {"tiffstack", "Multi-page TIFF stack", "tif", 1, 0, check_tiff_stack, read_tiff_stack,
      write_tiff_stack},
+    // volume files with a header of their own (io/volume_files.h)
+    {"nifti", "NIfTI volume (.nii, .nii.gz, .hdr/.img)", "nii", 1, 0, check_volume<kNiftiOps>,
+     read_volume<kNiftiOps>, write_volume<kNiftiOps>},
+    {"nrrd", "NRRD volume (.nrrd, .nhdr)", "nrrd", 1, 0, check_volume<kNrrdOps>, read_volume<kNrrdOps>,
+     write_volume<kNrrdOps>},
+    {"metaimage", "MetaImage volume (.mha, .mhd)", "mha", 1, 0, check_volume<kMetaImageOps>,
+     read_volume<kMetaImageOps>, write_volume<kMetaImageOps>},
 };
 
 }  // namespace
 
 int check_sequence_args(const char* base, int first, int digits, const char* ext, int count) {
-    if (!base || !ext || digits < 0 || count < 1 || count > kMaxImageFrames) return kInvalidParams;
+    if (!base || !ext || digits < -1 || count < 0 || count > kMaxImageFrames) return kInvalidParams;
+    if (digits < 0 && first < 0) return kInvalidParams;
     if (static_cast<long long>(first) + count - 1 > INT_MAX) return kInvalidParams;
     return kOk;
 }
@@ -58,29 +66,40 @@ int check_sequence_args(const char* base, int first, int digits, const char* ext
 int VolumeSink::begin(const ImageHeader& header) {
     if (header.width > vol_->X || header.height > vol_->Y) return kBadInputDims;
     if (header.colour != vol_->colortype) return kWrongColor;
+    if (header.kind == SampleKind::Float && vol_->type != kF) return kFloatSamples;
+    if (header.kind == SampleKind::Signed && vol_->type == kUC) return kSignedSamples;
     h_ = header;
     return kOk;
 }
 
-void VolumeSink::row(int y, const std::uint16_t* s) {
-    if (y < 0 || y >= h_.height) return;
+bool VolumeSink::next_frame() {
+    if (frame_ + 1 - skip_ >= frames_) return false;
+    ++frame_;
+    return true;
+}
+
+int VolumeSink::stored() const {
+    const int n = frame_ + 1 - skip_;
+    return n < 0 ? 0 : (n > frames_ ? frames_ : n);
+}
+
+void VolumeSink::row(int y, const Sample* s) {
+    if (y < 0 || y >= h_.height || frame_ < skip_) return;
+    const int z = z_ + frame_ - skip_;
     const int n = h_.colour == kGrey ? 1 : 3;
     const unsigned maxval = static_cast<unsigned>(h_.maxval);
     for (int c = 0; c < n; ++c) {
-        if (vol_->type == kI) {
-            int* out = vol_->data[c].i[z_][y];
+        if (vol_->type == kF) {
+            float* out = vol_->data[c].f[z][y];
             for (int x = 0; x < h_.width; ++x) out[x] = s[x * n + c];
-        } else if (maxval == 255) {  // (the bounds in locals: byte stores may alias anything)
-            unsigned char* out = vol_->data[c].uc[z_][y];
-            const int width = h_.width;
-            if (n == 1)
-                for (int x = 0; x < width; ++x) out[x] = static_cast<unsigned char>(std::min(s[x], std::uint16_t{255}));
-            else
-                for (int x = 0; x < width; ++x) out[x] = static_cast<unsigned char>(std::min(s[x * 3 + c], std::uint16_t{255}));
-        } else {
-            unsigned char* out = vol_->data[c].uc[z_][y];
+        } else if (vol_->type == kI) {
+            int* out = vol_->data[c].i[z][y];
+            for (int x = 0; x < h_.width; ++x) out[x] = static_cast<int>(s[x * n + c]);
+        } else {  // unsigned samples (begin() refused the others)
+            unsigned char* out = vol_->data[c].uc[z][y];
             for (int x = 0; x < h_.width; ++x) {
-                unsigned v = s[x * n + c];
+                const Sample f = s[x * n + c];
+                unsigned v = f > 0 ? static_cast<unsigned>(f) : 0u;
                 if (v > maxval) v = maxval;
                 out[x] = static_cast<unsigned char>(maxval == 255 ? v : (v * 255u + maxval / 2) / maxval);
             }
@@ -128,6 +147,15 @@ PathName single_file_name(const char* base, const char* ext) {
     return name;
 }
 
+PathName sequence_file_name(const char* base, int first, int digits, const char* ext, int i) {
+    return digits < 0 ? single_file_name(base, ext) : frame_file_name(base, first + i, digits, ext);
+}
+
+bool can_open(const PathName& path) {
+    File f(path.empty() ? nullptr : std::fopen(path.c_str(), "rb"));
+    return f != nullptr;
+}
+
 unsigned sample_of(const Volume* v, int c, int z, int y, int x, unsigned maxval) {
     if (v->type == kUC) return v->data[c].uc[z][y][x];
     const int s = v->data[c].i[z][y][x];
@@ -140,29 +168,47 @@ bool palette_is_grey(const std::uint8_t* rgb, int n) {
     return true;
 }
 
+// A sequence is read file after file: file i is number first + i (digits -1: the one file,
+// whose first `first` frames are passed over), each file giving one frame or, for a file of
+// several frames, all of them in order, until count frames are had (count 0: every file there
+// is, the series ending at the first number that cannot be opened).
 int check_frame_sequence(const FrameFormatOps& f, const char* base, int first, int digits,
                          const char* ext, int count, ImageSequenceInfo* info) {
     V3D_CHECK(check_sequence_args(base, first, digits, ext, count));
     if (!info) return kInvalidParams;
+    const bool one_file = digits < 0;
     ImageHeader head;
-    for (int i = 0; i < count; ++i) {
+    long long frames = 0;
+    for (int i = 0; count == 0 || frames < count; ++i) {
+        if (one_file ? i > 0 : static_cast<long long>(first) + i > INT_MAX) break;
+        const PathName path = sequence_file_name(base, first, digits, ext, i);
+        if (count == 0 && i > 0 && !can_open(path)) break;
         ImageHeader h;
-        V3D_CHECK(decode_path(f, frame_file_name(base, first + i, digits, ext), &h, nullptr));
+        V3D_CHECK(decode_path(f, path, &h, nullptr));
         if (i == 0) head = h;
         else if (!h.same_shape(head)) return f.inconsistency;
+        frames += h.frames - (one_file ? first : 0);
+        if (count == 0 && frames > kMaxImageFrames) return kInvalidParams;
     }
-    *info = {head.width, head.height, count, kUC, head.colour, head.maxval > 255 ? 16 : 8};
+    if (frames < 1 || frames < count) return kFewerFrames;
+    *info = {head.width, head.height, count ? count : static_cast<int>(frames), head.volume_type(),
+             head.colour, head.bits};
     return kOk;
 }
 
 int read_frame_sequence(const FrameFormatOps& f, Volume* vol, const char* base, int first,
                         int digits, const char* ext, int count) {
-    V3D_CHECK(CheckVolume(vol, kUC | kI, kAnyColor));
+    V3D_CHECK(CheckVolume(vol, kAnyType, kAnyColor));
     V3D_CHECK(check_sequence_args(base, first, digits, ext, count));
+    if (count < 1) return kInvalidParams;
     if (count > vol->Z) return kBadInputDims;
-    for (int z = 0; z < count; ++z) {
-        VolumeSink sink(vol, z);
-        V3D_CHECK(decode_path(f, frame_file_name(base, first + z, digits, ext), nullptr, &sink));
+    const bool one_file = digits < 0;
+    for (int i = 0, z = 0; z < count; ++i) {
+        if (one_file && i > 0) return kFewerFrames;
+        VolumeSink sink(vol, z, count - z, one_file ? first : 0);
+        V3D_CHECK(decode_path(f, sequence_file_name(base, first, digits, ext, i), nullptr, &sink));
+        if (sink.stored() == 0) return kFewerFrames;
+        z += sink.stored();
     }
     return kOk;
 }
@@ -171,7 +217,7 @@ int write_frame_sequence(const FrameFormatOps& f, Volume* vol, const char* base,
                          int digits, const char* ext, int option) {
     V3D_CHECK(CheckVolume(vol, f.write_types, kAnyColor));
     V3D_CHECK(check_sequence_args(base, first, digits, ext, vol->Z));
-    if (!image_size_ok(vol->X, vol->Y)) return kInvalidParams;
+    if (digits < 0 || !image_size_ok(vol->X, vol->Y)) return kInvalidParams;  // files are numbered
     for (int z = 0; z < vol->Z; ++z) {
         const PathName path = frame_file_name(base, first + z, digits, ext);
         V3D_CHECK(without_throwing([&] { return f.write_frame(vol, z, path.c_str(), option); }));

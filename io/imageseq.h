@@ -8,8 +8,10 @@
 //
 // It validates the header against the limits below before it allocates anything, fills *header
 // (when not null), and returns at once when sink is null (header only). Otherwise it asks
-// sink->begin(header) (which may refuse with a status) and hands over every row. Bad content
-// returns the format's status; nothing is read outside [data, data + size).
+// sink->begin(header) (which may refuse with a status) and hands over every row; a file of
+// several frames (header->frames) hands them over in turn, asking sink->next_frame() before
+// each one after the first. Bad content returns the format's status; nothing is read outside
+// [data, data + size).
 #pragma once
 
 #include <cstddef>
@@ -31,41 +33,66 @@ constexpr int kMaxImageFrames = V3D_IMAGE_MAX_FRAMES;
 // Largest file a frame reader loads into memory.
 constexpr long long kMaxImageFileBytes = 1LL << 31;
 
+// How a file stores its samples: unsigned integers (scaled into UC volumes by maxval), signed
+// integers (read into I or F volumes) or floating point (read into F volumes).
+enum class SampleKind { Unsigned, Signed, Float };
+
+// One sample as the decoders hand it over: exact for every integer of up to 16 bits, signed or
+// not, and the value itself for floating-point files.
+using Sample = float;
+
 struct ImageHeader {
     int width = 0, height = 0;
     int colour = kGrey;  // kGrey or kRGB
-    int maxval = 255;    // largest sample value: 255 for 8-bit samples, 65535 for 16-bit
+    int maxval = 255;    // unsigned samples: the largest value (255 for 8 bits, 65535 for 16)
+    SampleKind kind = SampleKind::Unsigned;
+    int bits = 8;        // bits per sample in the file
+    int frames = 1;      // frames the file holds (an animated GIF holds several)
     bool same_shape(const ImageHeader& o) const {
-        return width == o.width && height == o.height && colour == o.colour && maxval == o.maxval;
+        return width == o.width && height == o.height && colour == o.colour && maxval == o.maxval &&
+               kind == o.kind && bits == o.bits;
     }
+    // The data type that holds the samples as the file has them: UC for unsigned samples
+    // (deeper ones scaled), I for signed ones, F for floating point.
+    int volume_type() const { return kind == SampleKind::Float ? kF : kind == SampleKind::Signed ? kI : kUC; }
 };
 
 inline bool image_size_ok(long long width, long long height) {
     return width >= 1 && height >= 1 && width <= kMaxImageWidth && height <= kMaxImageHeight;
 }
 
-// Receives the decoded rows of one frame: samples interleaved, one or three per pixel, each
-// 0..maxval. Rows may come in any order (bottom-up files, interlaced GIF).
+// Receives the decoded rows of a file: samples interleaved, one or three per pixel. Rows may
+// come in any order (bottom-up files, interlaced GIF). A file of several frames hands them
+// over one after the other, asking next_frame() before each frame after the first.
 class RowSink {
 public:
     virtual ~RowSink() = default;
     virtual int begin(const ImageHeader& header) = 0;  // 0 or a status that stops the decoder
-    virtual void row(int y, const std::uint16_t* samples) = 0;
+    virtual void row(int y, const Sample* samples) = 0;
+    // False when no more frames are wanted: the decoder stops there, successfully.
+    virtual bool next_frame() { return false; }
 };
 
-// Stores the rows into frame z of a UC or I volume: I volumes get the samples as they are; UC
-// volumes get them as they are when maxval is 255, otherwise scaled by round(v * 255 / maxval)
-// (16-bit samples: (v * 255 + 32767) / 65535). begin() refuses a frame larger than the volume
-// (-521) and a colour type other than the volume's (-503).
+// Stores the frames of one file into frames z, z+1 ... of a volume, at most `frames` of them,
+// after passing over the file's first `skip` frames. UC volumes get unsigned samples as they
+// are when maxval is 255, otherwise scaled by round(v * 255 / maxval) (16-bit samples:
+// (v * 255 + 32767) / 65535); I and F volumes get the values. begin() refuses a frame larger
+// than the volume (-521), a colour type other than the volume's (-503), signed samples for a
+// UC volume (-1004) and floating-point samples for a UC or I volume (-1003).
 class VolumeSink : public RowSink {
 public:
-    VolumeSink(Volume* vol, int z) : vol_(vol), z_(z) {}
+    VolumeSink(Volume* vol, int z, int frames = 1, int skip = 0)
+        : vol_(vol), z_(z), frames_(frames), skip_(skip) {}
     int begin(const ImageHeader& header) override;
-    void row(int y, const std::uint16_t* samples) override;
+    void row(int y, const Sample* samples) override;
+    bool next_frame() override;
+    // The volume frames filled (or being filled).
+    int stored() const;
 
 private:
     Volume* vol_;
-    int z_;
+    int z_, frames_, skip_;
+    int frame_ = 0;  // the file's frame the rows belong to
     ImageHeader h_;
 };
 
@@ -84,6 +111,10 @@ struct PathName {
 PathName frame_file_name(const char* base, int number, int digits, const char* ext);
 // "%s.%s": the one file of a single-file format.
 PathName single_file_name(const char* base, const char* ext);
+// File i of an image sequence: number first + i, or with digits -1 the one file "%s.%s".
+PathName sequence_file_name(const char* base, int first, int digits, const char* ext, int i);
+// True when a file can be opened for reading.
+bool can_open(const PathName& path);
 
 // The bytes from the position of an open file to its end (the position is kept), -1 when they
 // cannot be told (a pipe).
@@ -131,8 +162,9 @@ unsigned sample_of(const Volume* v, int c, int z, int y, int x, unsigned maxval)
 // True when r == g == b for every one of n palette entries (rgb triples).
 bool palette_is_grey(const std::uint8_t* rgb, int n);
 
-// Names present, digits >= 0, count 1..kMaxImageFrames, frame numbers first .. first + count - 1
-// without overflow: 0, otherwise -90.
+// Names present, digits >= -1 (-1: one file without a number, first >= 0 frames of it
+// skipped), count 0..kMaxImageFrames (0: every frame there is), frame numbers
+// first .. first + count - 1 without overflow: 0, otherwise -90.
 int check_sequence_args(const char* base, int first, int digits, const char* ext, int count);
 
 // The frame-file sequence engine: check, read and write a numbered series of one image per

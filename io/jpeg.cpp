@@ -1,5 +1,8 @@
-// JPEG frames through libjpeg: grey images as grey frames, every other colour space libjpeg can
-// turn into RGB as colour frames (CMYK is refused); the writer does not subsample colour.
+// JPEG frames through libjpeg: grey images as grey frames, YCbCr and RGB images as colour
+// frames, and CMYK and YCCK images (libjpeg turns YCCK into CMYK) as colour frames too: their
+// inks are inverted when the file carries Adobe's marker (as Adobe's programs write them), and
+// each ink c with black k gives the channel (255 - k) - round(c (255 - k) / 255). Other colour
+// spaces are -1023. The writer does not subsample colour.
 // libjpeg reports errors through a callback that must not return; we leave it with longjmp back
 // into the plain C-style functions below, which hold no C++ objects with destructors, so no C++
 // frame is ever jumped over. Their work buffers come from libjpeg's own pools. Content errors
@@ -50,19 +53,26 @@ void install_error(JpegError* e) {
 struct DecodeTarget {
     ImageHeader header;
     RowSink* sink;
-    std::uint16_t* row;  // width * 3 samples, owned by the caller
+    Sample* row;          // width * 3 samples, owned by the caller
+    bool cmyk, inverted;  // four inks per pixel, stored inverted
 };
 
 int header_of(j_decompress_ptr d, DecodeTarget* t) {
     if (!image_size_ok(d->image_width, d->image_height)) return kJpegRead;
+    t->cmyk = false;
     if (d->jpeg_color_space == JCS_GRAYSCALE) {
         d->out_color_space = JCS_GRAYSCALE;
         t->header.colour = kGrey;
     } else if (d->jpeg_color_space == JCS_YCbCr || d->jpeg_color_space == JCS_RGB) {
         d->out_color_space = JCS_RGB;
         t->header.colour = kRGB;
+    } else if (d->jpeg_color_space == JCS_CMYK || d->jpeg_color_space == JCS_YCCK) {
+        d->out_color_space = JCS_CMYK;
+        t->header.colour = kRGB;
+        t->cmyk = true;
+        t->inverted = d->saw_Adobe_marker != 0;
     } else {
-        return kJpegRead;
+        return kJpegColour;
     }
     t->header.width = static_cast<int>(d->image_width);
     t->header.height = static_cast<int>(d->image_height);
@@ -70,9 +80,22 @@ int header_of(j_decompress_ptr d, DecodeTarget* t) {
     return kOk;
 }
 
+// An ink c under black k as a channel: (255 - k) - c (255 - k) / 255, the division rounded.
+Sample ink_to_channel(unsigned c, unsigned k) {
+    const unsigned nk = 255 - k, t = c * nk + 128;
+    return static_cast<Sample>(nk - (((t >> 8) + t) >> 8));
+}
+
 void deliver_row(DecodeTarget* t, int y, const JSAMPLE* s) {
-    const int n = t->header.colour == kGrey ? t->header.width : 3 * t->header.width;
-    for (int i = 0; i < n; ++i) t->row[i] = s[i];
+    const int w = t->header.width;
+    if (t->cmyk) {
+        const unsigned flip = t->inverted ? 255 : 0;
+        for (int x = 0; x < w; ++x)
+            for (int c = 0; c < 3; ++c) t->row[3 * x + c] = ink_to_channel(s[4 * x + c] ^ flip, s[4 * x + 3] ^ flip);
+    } else {
+        const int n = t->header.colour == kGrey ? w : 3 * w;
+        for (int i = 0; i < n; ++i) t->row[i] = s[i];
+    }
     t->sink->row(y, t->row);
 }
 
@@ -166,12 +189,12 @@ const FrameFormatOps kJpegFrames = {decode_jpeg, nullptr, kBadInputDims, write_j
 
 int decode_jpeg(const std::uint8_t* data, std::size_t size, ImageHeader* header, RowSink* sink) {
     if (size == 0 || size > 0xffffffffu) return kJpegRead;
-    std::unique_ptr<std::uint16_t[]> row;
-    DecodeTarget t{ImageHeader{}, sink, nullptr};
+    std::unique_ptr<Sample[]> row;
+    DecodeTarget t{ImageHeader{}, sink, nullptr, false, false};
     if (sink) {
         ImageHeader h;  // the row buffer is sized from a header-only pass first
         V3D_CHECK(decode_jpeg(data, size, &h, nullptr));
-        row = make_io_buffer<std::uint16_t>(static_cast<std::size_t>(h.width) * 3);
+        row = make_io_buffer<Sample>(static_cast<std::size_t>(h.width) * 3);
         if (!row) return kNoBuffer;
         t.row = row.get();
     }

@@ -2,7 +2,10 @@
 // r/g/b frames, on top of the raw volume functions. Their files describe nothing, so the check
 // takes width, height and data type (and, for the volume, the colour type) from the caller and
 // verifies that every file exists (-600) and holds the data (-601); frame files of different
-// sizes give -521. The readers read frames of the volume's own width and height.
+// sizes give -521. A frame count of 0 asks the check how many frames there are: the numbered
+// files that exist, or what the length of the raw volume holds. Raw frames are always numbered
+// (digits -1 is -90). The readers read frames of the volume's own width and height.
+#include <climits>
 #include <cstdio>
 
 #include "io/imageseq.h"
@@ -26,6 +29,12 @@ long long file_size(const PathName& path) {
     return n;
 }
 
+// The arguments of a reader or writer of numbered raw frames: a series of one or more.
+int numbered_args(const char* base, int first, int digits, const char* ext, int count) {
+    V3D_CHECK(check_sequence_args(base, first, digits, ext, count));
+    return digits < 0 || count < 1 ? kInvalidParams : kOk;
+}
+
 int check_raw_info(const ImageSequenceInfo* info) {
     if (!info) return kInvalidParams;
     if (!image_size_ok(info->X, info->Y)) return kInvalidParams;
@@ -37,11 +46,17 @@ long long frame_bytes(const ImageSequenceInfo* info) {
     return static_cast<long long>(info->X) * info->Y * (info->type == kUC ? 1 : 4);
 }
 
-// Every frame file of every extension exists, holds a frame and has the size of the first.
+// Every frame file of every extension exists, holds a frame and has the size of the first;
+// count 0 takes every frame there is, up to the first number whose file cannot be opened.
 int check_frame_files(const char* base, int first, int digits, const char* const* exts, int n,
                       int count, ImageSequenceInfo* info) {
+    if (digits < 0) return kInvalidParams;  // raw frames are always numbered
     long long size0 = -1;
-    for (int z = 0; z < count; ++z)
+    int z = 0;
+    for (; count == 0 || z < count; ++z) {
+        if (count == 0 && (z == kMaxImageFrames || static_cast<long long>(first) + z > INT_MAX ||
+                           (z > 0 && file_size(frame_file_name(base, first + z, digits, exts[0])) < 0)))
+            break;
         for (int c = 0; c < n; ++c) {
             const long long size = file_size(frame_file_name(base, first + z, digits, exts[c]));
             if (size < 0) return kFopen;
@@ -49,7 +64,8 @@ int check_frame_files(const char* base, int first, int digits, const char* const
             if (size0 >= 0 && size != size0) return kBadInputDims;
             size0 = size;
         }
-    info->Z = count;
+    }
+    info->Z = z;
     info->bits = info->type == kUC ? 8 : 32;
     return kOk;
 }
@@ -67,25 +83,33 @@ int check_raw_frames(const char* base, int first, int digits, const char* ext, i
 int read_raw_frames(Volume* vol, const char* base, int first, int digits, const char* ext,
                     int count) {
     V3D_CHECK(CheckVolume(vol, kAnyType, kGrey));
-    V3D_CHECK(check_sequence_args(base, first, digits, ext, count));
+    V3D_CHECK(numbered_args(base, first, digits, ext, count));
     return fromdiskUCFI3D(vol, base, first, digits, &ext, count, vol->Y, vol->X);
 }
 
 int write_raw_frames(Volume* vol, const char* base, int first, int digits, const char* ext) {
     V3D_CHECK(CheckVolume(vol, kAnyType, kGrey));
-    V3D_CHECK(check_sequence_args(base, first, digits, ext, vol->Z));
+    V3D_CHECK(numbered_args(base, first, digits, ext, vol->Z));
     return todiskUCFI3D(vol, base, first, digits, &ext);
 }
 
+// count 0 takes as many frames as the file holds after the first `first` (whole frames of
+// every channel; a remainder is left unread).
 int check_raw_volume(const char* base, int first, int, const char* ext, int count,
                      ImageSequenceInfo* info) {
-    if (!base || !ext || first < 0 || count < 1 || count > kMaxImageFrames) return kInvalidParams;
+    if (!base || !ext || first < 0 || count < 0 || count > kMaxImageFrames) return kInvalidParams;
     V3D_CHECK(check_raw_info(info));
     if (info->colortype != kGrey && info->colortype != kRGB) return kWrongColor;
     const long long size = file_size(single_file_name(base, ext));
     if (size < 0) return kFopen;
-    const long long frames = static_cast<long long>(first) + static_cast<long long>(count) *
-                                                                  (info->colortype == kGrey ? 1 : 3);
+    const int channels = info->colortype == kGrey ? 1 : 3;
+    if (count == 0) {
+        const long long held = (size / frame_bytes(info) - first) / channels;
+        if (held < 1) return kFread;
+        if (held > kMaxImageFrames) return kInvalidParams;
+        count = static_cast<int>(held);
+    }
+    const long long frames = static_cast<long long>(first) + static_cast<long long>(count) * channels;
     if (size / frame_bytes(info) < frames) return kFread;
     info->Z = count;
     info->bits = info->type == kUC ? 8 : 32;
@@ -114,13 +138,13 @@ int check_raw_rgb(const char* base, int first, int digits, const char*, int coun
 
 int read_raw_rgb(Volume* vol, const char* base, int first, int digits, const char*, int count) {
     V3D_CHECK(CheckVolume(vol, kAnyType, kRGB));
-    V3D_CHECK(check_sequence_args(base, first, digits, "", count));
+    V3D_CHECK(numbered_args(base, first, digits, "", count));
     return fromdiskUCFI3D(vol, base, first, digits, kRgbExts, count, vol->Y, vol->X);
 }
 
 int write_raw_rgb(Volume* vol, const char* base, int first, int digits, const char*) {
     V3D_CHECK(CheckVolume(vol, kAnyType, kRGB));
-    V3D_CHECK(check_sequence_args(base, first, digits, "", vol->Z));
+    V3D_CHECK(numbered_args(base, first, digits, "", vol->Z));
     return todiskUCFI3D(vol, base, first, digits, kRgbExts);
 }
 

@@ -1,14 +1,22 @@
-// TIFF frames through libtiff. A page is accepted with compression none, LZW or PackBits, one
-// contiguous plane, and photometric interpretation
-//   0 or 1 (grey, white or black is zero), 8 or 16 bits, one sample;
-//   2 (RGB), 8 or 16 bits, three samples or more (the extra ones are ignored);
-//   3 (palette), 8 bits, one sample, the colour map scaled from 16 to 8 bits as 16-bit samples
-//     are, round(v * 255 / 65535) (a map whose values all fit 8 bits is taken as it is).
-// Photometric interpretation 2 or more means a colour frame. Everything else, and every libtiff
-// error, is -1000 "Error in TIFF"; the sequence check gives -1001 when a later frame differs
-// from the first in width, height, colour or depth. libtiff's messages are swallowed, and it may
-// allocate at most 256 MB at once (a strip), so corrupt strip sizes cannot exhaust memory.
+// TIFF frames through libtiff: every compression the libtiff at hand decodes (none, LZW,
+// PackBits, Deflate, JPEG, CCITT ...), strips or tiles, one contiguous plane or one plane per
+// sample, and photometric interpretation
+//   0 or 1 (grey, white or black is zero): unsigned samples of 1 to 16 bits, signed samples of
+//     2 to 16 bits, 32- or 64-bit floating point, one sample (further samples are ignored);
+//   2 (RGB): the same depths, three samples or more (extra samples, such as alpha, ignored);
+//   3 (palette): indices of 1 to 8 bits, the colour map scaled from 16 to 8 bits as 16-bit
+//     samples are, round(v * 255 / 65535) (a map whose values all fit 8 bits is taken as it is);
+//   6 (YCbCr) when JPEG-compressed, which libtiff turns into RGB.
+// Photometric interpretation 2 or more means a colour frame. Unsigned samples go into UC
+// volumes (scaled by their largest value) or I volumes, signed ones into I, floating point into
+// F. What the reader refuses names the property: -1010 compression, -1011 bits per sample,
+// -1012 sample format, -1013 photometric interpretation, -1014 too few samples; a file libtiff
+// cannot open or decode is -1000 "Error in TIFF", and the sequence check gives -1001 when a
+// later frame differs from the first in width, height, colour, depth or sample format.
+// libtiff's messages are swallowed, and it may allocate at most 256 MB at once (a strip), so
+// corrupt strip sizes cannot exhaust memory; our band of strips or tiles is at most 1 GB.
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 #include <tiffio.h>
@@ -60,17 +68,55 @@ toff_t mem_size(thandle_t h) { return static_cast<TiffFile*>(h)->size; }
 int mem_map(thandle_t, void**, toff_t*) { return 0; }
 void mem_unmap(thandle_t, void*, toff_t) {}
 
+// What the reader needs of a page.
 struct PageInfo {
     ImageHeader h;
     int samples = 1, bits = 8;
+    bool separate = false;   // one plane per sample
     bool white_zero = false;
-    std::uint8_t map[256 * 3] = {};
     bool palette = false;
+    std::uint8_t map[256 * 3] = {};
 };
+
+// The colour map of a palette page with indices of `bits` bits, as 8-bit entries.
+bool read_colour_map(TIFF* tif, int bits, PageInfo& p) {
+    std::uint16_t *r, *g, *b;
+    if (!TIFFGetField(tif, TIFFTAG_COLORMAP, &r, &g, &b)) return false;
+    const int n = 1 << bits;
+    bool wide = false;
+    for (int i = 0; i < n; ++i) wide = wide || r[i] > 255 || g[i] > 255 || b[i] > 255;
+    auto to8 = [wide](unsigned v) { return static_cast<std::uint8_t>(wide ? (v * 255u + 32767u) / 65535u : v); };
+    for (int i = 0; i < n; ++i) {
+        p.map[3 * i] = to8(r[i]);
+        p.map[3 * i + 1] = to8(g[i]);
+        p.map[3 * i + 2] = to8(b[i]);
+    }
+    p.palette = true;
+    return true;
+}
+
+// The sample kind of a SampleFormat value (void samples count as unsigned), or -1012.
+int sample_kind(unsigned format, SampleKind& kind) {
+    switch (format) {
+    case SAMPLEFORMAT_UINT:
+    case SAMPLEFORMAT_VOID: kind = SampleKind::Unsigned; return kOk;
+    case SAMPLEFORMAT_INT: kind = SampleKind::Signed; return kOk;
+    case SAMPLEFORMAT_IEEEFP: kind = SampleKind::Float; return kOk;
+    default: return kTiffSampleFormat;  // complex numbers
+    }
+}
+
+bool bits_supported(SampleKind kind, int bits) {
+    switch (kind) {
+    case SampleKind::Unsigned: return bits >= 1 && bits <= 16;
+    case SampleKind::Signed: return bits >= 2 && bits <= 16;
+    default: return bits == 32 || bits == 64;
+    }
+}
 
 int page_info(TIFF* tif, PageInfo& p) {
     std::uint32_t w = 0, h = 0;
-    std::uint16_t bits = 1, samples = 1, photometric = 0, compression = 1, planar = 1;
+    std::uint16_t bits = 1, samples = 1, photometric = 0, compression = 1, planar = 1, format = 1;
     if (!TIFFGetField(tif, TIFFTAG_IMAGEWIDTH, &w) || !TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &h) ||
         !TIFFGetField(tif, TIFFTAG_PHOTOMETRIC, &photometric))
         return kTiff;
@@ -78,77 +124,170 @@ int page_info(TIFF* tif, PageInfo& p) {
     TIFFGetFieldDefaulted(tif, TIFFTAG_SAMPLESPERPIXEL, &samples);
     TIFFGetFieldDefaulted(tif, TIFFTAG_COMPRESSION, &compression);
     TIFFGetFieldDefaulted(tif, TIFFTAG_PLANARCONFIG, &planar);
-    if (!image_size_ok(w, h) || TIFFIsTiled(tif)) return kTiff;
-    if (compression != COMPRESSION_NONE && compression != COMPRESSION_LZW &&
-        compression != COMPRESSION_PACKBITS)
-        return kTiff;
-    if (planar != PLANARCONFIG_CONTIG && samples > 1) return kTiff;
-    const bool deep_ok = bits == 8 || bits == 16;
+    TIFFGetFieldDefaulted(tif, TIFFTAG_SAMPLEFORMAT, &format);
+    if (!image_size_ok(w, h) || samples < 1) return kTiff;
+    if (!TIFFIsCODECConfigured(compression)) return kTiffCompression;
+    SampleKind kind;
+    V3D_CHECK(sample_kind(format, kind));
+    if (!bits_supported(kind, bits)) return kTiffBits;
+    const bool jpeg_ycbcr = photometric == PHOTOMETRIC_YCBCR && compression == COMPRESSION_JPEG;
     if (photometric <= PHOTOMETRIC_MINISBLACK) {
-        if (samples != 1 || !deep_ok) return kTiff;
-    } else if (photometric == PHOTOMETRIC_RGB) {
-        if (samples < 3 || !deep_ok) return kTiff;
+        if (photometric == PHOTOMETRIC_MINISWHITE && kind != SampleKind::Unsigned) return kTiffPhotometric;
+    } else if (photometric == PHOTOMETRIC_RGB || jpeg_ycbcr) {
+        if (samples < 3) return kTiffSamples;
+        // libtiff's JPEG codec hands YCbCr pages over as RGB
+        if (jpeg_ycbcr && !TIFFSetField(tif, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB)) return kTiff;
     } else if (photometric == PHOTOMETRIC_PALETTE) {
-        if (samples != 1 || bits != 8) return kTiff;
-        std::uint16_t *r, *g, *b;
-        if (!TIFFGetField(tif, TIFFTAG_COLORMAP, &r, &g, &b)) return kTiff;
-        bool wide = false;
-        for (int i = 0; i < 256; ++i) wide = wide || r[i] > 255 || g[i] > 255 || b[i] > 255;
-        auto to8 = [wide](unsigned v) {
-            return static_cast<std::uint8_t>(wide ? (v * 255u + 32767u) / 65535u : v);
-        };
-        for (int i = 0; i < 256; ++i) {
-            p.map[3 * i] = to8(r[i]);
-            p.map[3 * i + 1] = to8(g[i]);
-            p.map[3 * i + 2] = to8(b[i]);
-        }
-        p.palette = true;
+        if (kind != SampleKind::Unsigned || bits > 8) return kTiffBits;
+        if (!read_colour_map(tif, bits, p)) return kTiff;
     } else {
-        return kTiff;
+        return kTiffPhotometric;
     }
     p.h.width = static_cast<int>(w);
     p.h.height = static_cast<int>(h);
     p.h.colour = photometric >= PHOTOMETRIC_RGB ? kRGB : kGrey;
-    p.h.maxval = bits == 16 ? 65535 : 255;
+    p.h.kind = kind;
+    p.h.bits = p.palette ? 8 : bits;
+    p.h.maxval = p.palette ? 255 : (1 << std::min<int>(bits, 16)) - 1;
     p.samples = samples;
     p.bits = bits;
+    p.separate = planar == PLANARCONFIG_SEPARATE && samples > 1;
     p.white_zero = photometric == PHOTOMETRIC_MINISWHITE;
     return kOk;
 }
 
-int decode_page(TIFF* tif, const PageInfo& p, RowSink& sink) {
-    const std::size_t pixel_bytes = static_cast<std::size_t>(p.samples) * (p.bits / 8);
-    const tmsize_t line = TIFFScanlineSize(tif);
-    if (line <= 0 || static_cast<std::size_t>(line) < pixel_bytes * p.h.width) return kTiff;
-    const int n = p.h.colour == kGrey ? 1 : 3;
-    auto buf = make_io_buffer<std::uint8_t>(static_cast<std::size_t>(line));
-    auto row = make_io_buffer<std::uint16_t>(static_cast<std::size_t>(p.h.width) * n);
-    if (!buf || !row) return kNoBuffer;
-    // 8-bit samples without a palette or inversion are the samples as they are
-    const bool plain = !p.palette && p.bits == 8 && !p.white_zero && p.samples == n;
-    for (int y = 0; y < p.h.height; ++y) {
-        if (TIFFReadScanline(tif, buf.get(), static_cast<std::uint32_t>(y), 0) < 0) return kTiff;
-        if (plain) {
-            for (int i = 0; i < p.h.width * n; ++i) row[i] = buf[i];
-            sink.row(y, row.get());
-            continue;
+// Sample number i of a row of packed samples (libtiff has put 16-, 32- and 64-bit samples in
+// the machine's byte order; narrower ones are packed most significant bit first).
+Sample fetch(const std::uint8_t* row, std::size_t i, int bits, SampleKind kind) {
+    switch (bits) {
+    case 8: return kind == SampleKind::Signed ? static_cast<std::int8_t>(row[i]) : row[i];
+    case 16: {
+        std::uint16_t v;
+        std::memcpy(&v, row + 2 * i, 2);
+        return kind == SampleKind::Signed ? static_cast<std::int16_t>(v) : v;
+    }
+    case 32: {
+        float v;
+        std::memcpy(&v, row + 4 * i, 4);
+        return v;
+    }
+    case 64: {
+        double v;
+        std::memcpy(&v, row + 8 * i, 8);
+        return static_cast<Sample>(v);
+    }
+    default: break;
+    }
+    std::uint32_t v = 0;
+    const std::size_t bit = i * static_cast<std::size_t>(bits);
+    for (int k = 0; k < bits; ++k) {
+        const std::size_t b = bit + k;
+        v = (v << 1) | ((row[b >> 3] >> (7 - (b & 7))) & 1u);
+    }
+    if (kind == SampleKind::Signed && (v >> (bits - 1)))
+        return static_cast<Sample>(static_cast<std::int32_t>(v) - (1 << bits));
+    return static_cast<Sample>(v);
+}
+
+// The encoded units of a page (strips, or tiles) read one band of rows at a time: units
+// across, planes of the colour samples read (all in one plane unless the page is separate).
+class Bands {
+public:
+    Bands(TIFF* tif, const PageInfo& p) : tif_(tif), p_(p) {}
+
+    int open() {
+        tiled_ = TIFFIsTiled(tif_) != 0;
+        std::uint32_t tw = 0, th = 0, rows = 0;
+        if (tiled_) {
+            if (!TIFFGetField(tif_, TIFFTAG_TILEWIDTH, &tw) || !TIFFGetField(tif_, TIFFTAG_TILELENGTH, &th) ||
+                tw == 0 || th == 0)
+                return kTiff;
+            unit_width_ = tw;
+            band_rows_ = th;
+            unit_bytes_ = TIFFTileSize(tif_);
+            unit_row_bytes_ = TIFFTileRowSize(tif_);
+        } else {
+            TIFFGetFieldDefaulted(tif_, TIFFTAG_ROWSPERSTRIP, &rows);
+            unit_width_ = static_cast<std::uint32_t>(p_.h.width);
+            band_rows_ = std::min<std::uint32_t>(rows ? rows : 1, static_cast<std::uint32_t>(p_.h.height));
+            unit_bytes_ = TIFFVStripSize(tif_, band_rows_);
+            unit_row_bytes_ = TIFFScanlineSize(tif_);
         }
-        for (int x = 0; x < p.h.width; ++x) {
-            const std::uint8_t* px = buf.get() + pixel_bytes * x;
-            for (int c = 0; c < n; ++c) {
-                unsigned v;
-                if (p.palette) v = p.map[3 * px[0] + c];
-                else if (p.bits == 16) {
-                    std::uint16_t s16;  // libtiff has put it in the machine's byte order
-                    std::memcpy(&s16, px + 2 * c, 2);
-                    v = s16;
-                } else {
-                    v = px[c];
-                }
-                row[x * n + c] = static_cast<std::uint16_t>(p.white_zero ? p.h.maxval - v : v);
+        const std::size_t spp = p_.separate ? 1 : static_cast<std::size_t>(p_.samples);
+        if (unit_bytes_ <= 0 || unit_row_bytes_ <= 0 ||
+            static_cast<std::uint64_t>(unit_row_bytes_) * 8 < static_cast<std::uint64_t>(unit_width_) * spp * p_.bits ||
+            static_cast<std::uint64_t>(unit_bytes_) < static_cast<std::uint64_t>(unit_row_bytes_) * band_rows_)
+            return kTiff;
+        across_ = (static_cast<std::uint32_t>(p_.h.width) + unit_width_ - 1) / unit_width_;
+        planes_ = p_.separate ? (p_.h.colour == kGrey || p_.palette ? 1 : 3) : 1;
+        std::size_t total = 0;
+        if (!checked_product(&total, {across_, planes_, unit_bytes_}) || total > (std::size_t{1} << 30))
+            return kNoBuffer;
+        data_ = make_io_buffer<std::uint8_t>(total);
+        return data_ ? kOk : kNoBuffer;
+    }
+    std::uint32_t rows() const { return band_rows_; }
+
+    // Decodes the band whose first row is y0.
+    int read(std::uint32_t y0) {
+        const std::uint32_t rows = std::min(band_rows_, static_cast<std::uint32_t>(p_.h.height) - y0);
+        const tmsize_t need = unit_row_bytes_ * static_cast<tmsize_t>(rows);
+        for (std::uint32_t plane = 0; plane < planes_; ++plane)
+            for (std::uint32_t u = 0; u < across_; ++u) {
+                std::uint8_t* dst = unit(plane, u);
+                const auto sample = static_cast<std::uint16_t>(plane);
+                const tmsize_t got =
+                    tiled_ ? TIFFReadEncodedTile(tif_, TIFFComputeTile(tif_, u * unit_width_, y0, 0, sample), dst, unit_bytes_)
+                           : TIFFReadEncodedStrip(tif_, TIFFComputeStrip(tif_, y0, sample), dst, unit_bytes_);
+                if (got < need) return kTiff;
             }
+        return kOk;
+    }
+
+    // Sample c (a colour sample) of pixel x in row r of the band.
+    Sample sample(std::uint32_t r, std::uint32_t x, int c) const {
+        const std::uint32_t u = x / unit_width_, xx = x % unit_width_;
+        const std::uint8_t* row = unit(p_.separate ? c : 0, u) + static_cast<std::size_t>(r) * unit_row_bytes_;
+        const std::size_t i = p_.separate ? xx : static_cast<std::size_t>(xx) * p_.samples + c;
+        return fetch(row, i, p_.bits, p_.h.kind);
+    }
+
+private:
+    std::uint8_t* unit(std::uint32_t plane, std::uint32_t u) const {
+        return data_.get() + (static_cast<std::size_t>(plane) * across_ + u) * static_cast<std::size_t>(unit_bytes_);
+    }
+    TIFF* tif_;
+    const PageInfo& p_;
+    bool tiled_ = false;
+    std::uint32_t unit_width_ = 0, band_rows_ = 0, across_ = 0, planes_ = 1;
+    tmsize_t unit_bytes_ = 0, unit_row_bytes_ = 0;
+    std::unique_ptr<std::uint8_t[]> data_;
+};
+
+int decode_page(TIFF* tif, const PageInfo& p, RowSink& sink) {
+    Bands bands(tif, p);
+    V3D_CHECK(bands.open());
+    const int n = p.h.colour == kGrey ? 1 : 3;
+    auto row = make_io_buffer<Sample>(static_cast<std::size_t>(p.h.width) * n);
+    if (!row) return kNoBuffer;
+    const Sample top = static_cast<Sample>(p.h.maxval);
+    for (std::uint32_t y0 = 0; y0 < static_cast<std::uint32_t>(p.h.height); y0 += bands.rows()) {
+        V3D_CHECK(bands.read(y0));
+        const std::uint32_t rows = std::min(bands.rows(), static_cast<std::uint32_t>(p.h.height) - y0);
+        for (std::uint32_t r = 0; r < rows; ++r) {
+            for (int x = 0; x < p.h.width; ++x) {
+                if (p.palette) {
+                    const int index = static_cast<int>(bands.sample(r, x, 0));
+                    for (int c = 0; c < 3; ++c) row[x * 3 + c] = p.map[3 * index + c];
+                    continue;
+                }
+                for (int c = 0; c < n; ++c) {
+                    const Sample v = bands.sample(r, x, c);
+                    row[x * n + c] = p.white_zero ? top - v : v;
+                }
+            }
+            sink.row(static_cast<int>(y0 + r), row.get());
         }
-        sink.row(y, row.get());
     }
     return kOk;
 }

@@ -2,7 +2,8 @@
 // volumes travel today. Pages are read as TIFF frames are (io/tiff.cpp). first is the first page
 // to read (0 = the first page of the file); count 0 reads every page from there to the end.
 // -1000 when the file cannot be opened, the first page does not exist, fewer than count pages
-// follow it or a page cannot be decoded; -1001 when a later page differs from the first.
+// follow it or a page cannot be decoded; -1001 when a later page differs from the first; what
+// a page uses that the reader does not support, as for TIFF frames (-1010 ... -1014).
 #include "io/imageseq.h"
 
 namespace v3d {
@@ -30,7 +31,7 @@ int walk_tiff_pages(TiffFile* t, int first, int count, ImageSequenceInfo* info, 
             return kTiff;
         }
     }
-    if (info) *info = {head.width, head.height, z + 1, kUC, head.colour, head.maxval > 255 ? 16 : 8};
+    if (info) *info = {head.width, head.height, z + 1, head.volume_type(), head.colour, head.bits};
     return kOk;
 }
 
@@ -58,7 +59,7 @@ int check_tiff_stack(const char* base, int first, int, const char* ext, int coun
 }
 
 int read_tiff_stack(Volume* vol, const char* base, int first, int, const char* ext, int count) {
-    V3D_CHECK(CheckVolume(vol, kUC | kI, kAnyColor));
+    V3D_CHECK(CheckVolume(vol, kAnyType, kAnyColor));
     V3D_CHECK(stack_args(base, first, ext, count));
     if (count > vol->Z) return kBadInputDims;
     return walk_file(base, first, ext, count, nullptr, vol);

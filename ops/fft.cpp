@@ -1,17 +1,26 @@
 // The three-dimensional Fourier transform of a complex F block: row-column (every frame by the
 // two-dimensional transform, then the Z lines) and vector-radix 2 x 2 x 2 over a cube.
 //
-// Lines are never transformed one strided column at a time: a batch of up to kBatch lines is
-// gathered into a small contiguous buffer (whole rows of a frame at a time, in bit-reversed
-// order), transformed together so that every butterfly works on a vector of columns, and
-// written back.
+// Lines are never transformed one strided column at a time: a batch of lines is gathered into
+// a small contiguous buffer in bit-reversed order (eight rows of a frame through 8 x 8
+// transposes, or chunks of 16 columns of whole rows), transformed together so that every
+// butterfly works on a vector of lines, and written back. The volume is swept as few times as
+// the decomposition allows: twice for the row-column transform (frames, then Z lines), and
+// for cubes from 64 on twice for the vector-radix one (see vr_large_cube); rows about to be
+// read are asked for ahead of their turn.
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 
 #include "core/common.h"
 #include "core/parallel.h"
 #include "ops/fft_core.h"
+
+#if defined(__SSE__) || defined(_M_X64)
+#include <xmmintrin.h>
+#define V3D_HAVE_SSE 1
+#endif
 
 // Row kernels stay separate functions so that their restrict arguments keep their meaning.
 // The butterfly kernels are built twice on x86-64 Linux with GCC, for AVX2 and for the
@@ -65,6 +74,16 @@ bool Twiddles::make(int size, int sign) {
         cos[k] = static_cast<float>(std::cos(angle));
         sin[k] = static_cast<float>(std::sin(angle));
     }
+    return true;
+}
+
+bool FloatBuffer::make(std::size_t n) {
+    constexpr std::size_t kLine = 64 / sizeof(float);
+    block_ = make_buffer<float>(n + kLine);
+    data_ = nullptr;
+    if (!block_) return false;
+    const auto at = reinterpret_cast<std::uintptr_t>(block_.get());
+    data_ = block_.get() + ((64 - at % 64) % 64) / sizeof(float);
     return true;
 }
 
@@ -192,24 +211,206 @@ void butterflies(float* re, float* im, int n, int width, const Twiddles& tw) {
     }
 }
 
+// ---- block transposes ---------------------------------------------------------------------------
+
+namespace {
+
+// Asks for the cache lines of a row of n values ahead of their use.
+V3D_INLINE void prefetch_row(const float* row, int n) {
+#if defined(__GNUC__)
+    for (int x = 0; x < n; x += 16) __builtin_prefetch(row + x);
+#else
+    (void)row;
+    (void)n;
+#endif
+}
+
+// The same for a row about to be written.
+V3D_INLINE void prefetch_row_for_writing(float* row, int n) {
+#if defined(__GNUC__)
+    for (int x = 0; x < n; x += 16) __builtin_prefetch(row + x, 1);
+#else
+    (void)row;
+    (void)n;
+#endif
+}
+
+// Chunks of W columns: the n rows of a column chunk lie one after the other (row p at p W).
+// gather_chunk takes the columns col .. col+W-1 of the rows first + rev[p] into chunk row p;
+// scatter_chunk writes chunk row p, scaled, to the columns col .. of row first + p.
+template <int W>
+V3D_INLINE void gather_chunk_w(float* const* rows, int first, int col, const int* __restrict rev,
+                               int n, float* __restrict chunk) {
+    constexpr int kAhead = 16;  // rows asked for ahead of their turn
+    for (int p = 0; p < n; ++p) {
+        if (p + kAhead < n) prefetch_row(rows[first + rev[p + kAhead]] + col, W);
+        const float* __restrict src = rows[first + rev[p]] + col;
+        for (int k = 0; k < W; ++k) chunk[p * W + k] = src[k];
+    }
+}
+
+template <int W>
+V3D_INLINE void scatter_chunk_w(const float* __restrict chunk, int n, float* const* rows,
+                                int first, int col, float scale) {
+    for (int p = 0; p < n; ++p) {
+        float* __restrict dst = rows[first + p] + col;
+        for (int k = 0; k < W; ++k) dst[k] = chunk[p * W + k] * scale;
+    }
+}
+
+V3D_NOINLINE V3D_SIMD_CLONES void gather_chunk(float* const* rows, int first, int col,
+                                               const int* rev, int n, int W, float* chunk) {
+    switch (W) {
+    case 16: gather_chunk_w<16>(rows, first, col, rev, n, chunk); break;
+    case 8: gather_chunk_w<8>(rows, first, col, rev, n, chunk); break;
+    case 4: gather_chunk_w<4>(rows, first, col, rev, n, chunk); break;
+    case 2: gather_chunk_w<2>(rows, first, col, rev, n, chunk); break;
+    default: gather_chunk_w<1>(rows, first, col, rev, n, chunk); break;
+    }
+}
+
+V3D_NOINLINE V3D_SIMD_CLONES void scatter_chunk(const float* chunk, int n, int W,
+                                                float* const* rows, int first, int col,
+                                                float scale) {
+    switch (W) {
+    case 16: scatter_chunk_w<16>(chunk, n, rows, first, col, scale); break;
+    case 8: scatter_chunk_w<8>(chunk, n, rows, first, col, scale); break;
+    case 4: scatter_chunk_w<4>(chunk, n, rows, first, col, scale); break;
+    case 2: scatter_chunk_w<2>(chunk, n, rows, first, col, scale); break;
+    default: scatter_chunk_w<1>(chunk, n, rows, first, col, scale); break;
+    }
+}
+
+// Whole rows and column chunks: row p (of n values) goes in pieces of W to row rev[p] of the
+// chunks (chunk c at chunks + c * chunk), each row read from start to end, the rows of the
+// next set (when given) asked for on the way; and back, row p of the chunks to row p, scaled.
+template <int W>
+V3D_INLINE void rows_to_chunks_w(const float* const* rows, const float* const* next,
+                                 const int* __restrict rev, int count, int n,
+                                 float* __restrict chunks, std::size_t chunk) {
+    for (int p = 0; p < count; ++p) {
+        if (next) prefetch_row(next[p], n);
+        const float* __restrict src = rows[p];
+        float* __restrict dst = chunks + static_cast<std::size_t>(rev[p]) * W;
+        for (int c = 0; c < n / W; ++c)
+            for (int k = 0; k < W; ++k) dst[c * chunk + k] = src[c * W + k];
+    }
+}
+
+template <int W>
+V3D_INLINE void chunks_to_rows_w(const float* __restrict chunks, std::size_t chunk, int count,
+                                 int n, float* const* rows, float scale) {
+    for (int p = 0; p < count; ++p) {
+        const float* __restrict src = chunks + static_cast<std::size_t>(p) * W;
+        float* __restrict dst = rows[p];
+        for (int c = 0; c < n / W; ++c)
+            for (int k = 0; k < W; ++k) dst[c * W + k] = src[c * chunk + k] * scale;
+    }
+}
+
+V3D_NOINLINE V3D_SIMD_CLONES void rows_to_chunks(const float* const* rows, const float* const* next,
+                                                 const int* rev, int count, int n, int W,
+                                                 float* chunks, std::size_t chunk) {
+    switch (W) {
+    case 16: rows_to_chunks_w<16>(rows, next, rev, count, n, chunks, chunk); break;
+    case 8: rows_to_chunks_w<8>(rows, next, rev, count, n, chunks, chunk); break;
+    case 4: rows_to_chunks_w<4>(rows, next, rev, count, n, chunks, chunk); break;
+    case 2: rows_to_chunks_w<2>(rows, next, rev, count, n, chunks, chunk); break;
+    default: rows_to_chunks_w<1>(rows, next, rev, count, n, chunks, chunk); break;
+    }
+}
+
+V3D_NOINLINE V3D_SIMD_CLONES void chunks_to_rows(const float* chunks, std::size_t chunk, int count,
+                                                 int n, int W, float* const* rows, float scale) {
+    switch (W) {
+    case 16: chunks_to_rows_w<16>(chunks, chunk, count, n, rows, scale); break;
+    case 8: chunks_to_rows_w<8>(chunks, chunk, count, n, rows, scale); break;
+    case 4: chunks_to_rows_w<4>(chunks, chunk, count, n, rows, scale); break;
+    case 2: chunks_to_rows_w<2>(chunks, chunk, count, n, rows, scale); break;
+    default: chunks_to_rows_w<1>(chunks, chunk, count, n, rows, scale); break;
+    }
+}
+
+// dst[c][r] = src[r][c] for an 8 x 8 block: data movement only, so its results do not depend on
+// how it is done.
+V3D_INLINE void transpose8(const float* const* src, float* const* dst) {
+#if defined(V3D_HAVE_SSE)
+    for (int r = 0; r < 8; r += 4)
+        for (int c = 0; c < 8; c += 4) {
+            __m128 a = _mm_loadu_ps(src[r] + c), b = _mm_loadu_ps(src[r + 1] + c);
+            __m128 d = _mm_loadu_ps(src[r + 2] + c), e = _mm_loadu_ps(src[r + 3] + c);
+            _MM_TRANSPOSE4_PS(a, b, d, e);
+            _mm_storeu_ps(dst[c] + r, a);
+            _mm_storeu_ps(dst[c + 1] + r, b);
+            _mm_storeu_ps(dst[c + 2] + r, d);
+            _mm_storeu_ps(dst[c + 3] + r, e);
+        }
+#else
+    for (int r = 0; r < 8; ++r)
+        for (int c = 0; c < 8; ++c) dst[c][r] = src[r][c];
+#endif
+}
+
+// Rows into lanes: lanes[rev[x] * B + j] = row(j)[x] for B rows of n columns (row(j) points at
+// column 0 of row j).
+template <class Row>
+void rows_to_lanes(Row row, int B, int n, const int* rev, float* lanes) {
+    if (B % 8 != 0 || n % 8 != 0) {
+        for (int j = 0; j < B; ++j)
+            for (int x = 0; x < n; ++x) lanes[rev[x] * B + j] = row(j)[x];
+        return;
+    }
+    for (int j = 0; j < B; j += 8)
+        for (int x = 0; x < n; x += 8) {
+            const float* src[8];
+            float* dst[8];
+            for (int k = 0; k < 8; ++k) {
+                src[k] = row(j + k) + x;
+                dst[k] = lanes + static_cast<std::size_t>(rev[x + k]) * B + j;
+            }
+            transpose8(src, dst);
+        }
+}
+
+// Lanes back into rows: at(j, x)[0] = lanes[x * B + j], where at(j, x) points at column x of
+// row j and the columns x .. x+7 of a row (x a multiple of 8) lie side by side.
+template <class At>
+void lanes_to_rows(const float* lanes, int B, int n, At at) {
+    if (B % 8 != 0 || n % 8 != 0) {
+        for (int j = 0; j < B; ++j)
+            for (int x = 0; x < n; ++x) *at(j, x) = lanes[x * B + j];
+        return;
+    }
+    for (int j = 0; j < B; j += 8)
+        for (int x = 0; x < n; x += 8) {
+            const float* src[8];
+            float* dst[8];
+            for (int k = 0; k < 8; ++k) {
+                src[k] = lanes + static_cast<std::size_t>(x + k) * B + j;
+                dst[k] = at(j + k, x);
+            }
+            transpose8(src, dst);
+        }
+}
+
+}  // namespace
+
 // ---- the two-dimensional frame transform ------------------------------------------------------
 
 int FrameTransform::prepare(int rows, int cols, int direction) {
     rows_ = rows;
     cols_ = cols;
-    block_ = std::min(kBatch, rows);
+    block_ = std::min(8, rows);  // rows transformed together, one in each lane
     width_ = std::min(kBatch, cols);
     scale_ = direction == 1 ? 1.0f / (static_cast<float>(rows) * static_cast<float>(cols)) : 1.0f;
     const int sign = direction == 1 ? 1 : -1;
-    const std::size_t area = static_cast<std::size_t>(rows) * cols;
     rev_x_ = bit_reversal(cols);
     rev_y_ = bit_reversal(rows);
-    line_re_ = make_buffer<float>(static_cast<std::size_t>(block_) * cols);
-    line_im_ = make_buffer<float>(static_cast<std::size_t>(block_) * cols);
-    work_re_ = make_buffer<float>(area);
-    work_im_ = make_buffer<float>(area);
-    if (!rev_x_ || !rev_y_ || !line_re_ || !line_im_ || !work_re_ || !work_im_ ||
-        !tx_.make(cols, sign) || !ty_.make(rows, sign))
+    const std::size_t line = static_cast<std::size_t>(block_) * cols;
+    const std::size_t chunk = static_cast<std::size_t>(rows) * width_;
+    if (!rev_x_ || !rev_y_ || !line_re_.make(line) || !line_im_.make(line) ||
+        !chunk_re_.make(chunk) || !chunk_im_.make(chunk) || !tx_.make(cols, sign) ||
+        !ty_.make(rows, sign))
         return kNoBuffer;
     return kOk;
 }
@@ -219,50 +420,33 @@ void FrameTransform::run(float* const* src_re, float* const* src_im, int r1, int
     const int B = block_, W = width_, rows = rows_, cols = cols_;
     float* lre = line_re_.get();
     float* lim = line_im_.get();
-    float* wre = work_re_.get();
-    float* wim = work_im_.get();
     const int* rx = rev_x_.get();
-    const int* ry = rev_y_.get();
-    const std::size_t chunk = static_cast<std::size_t>(rows) * W;  // one column chunk of work
-
-    // rows along X, B at a time: gather transposed and bit-reversed, transform, then place
-    // into the column chunks of the work area at bit-reversed row positions
+    // rows along X, B at a time: gathered transposed and bit-reversed (both parts of the B rows
+    // are read before any is written), transformed, written to the destination rows
     for (int r0 = 0; r0 < rows; r0 += B) {
-        for (int j = 0; j < B; ++j) {
-            const float* sr = src_re[r1 + r0 + j] + c1;
-            const float* si = src_im[r1 + r0 + j] + c1;
-            for (int x = 0; x < cols; ++x) {
-                lre[rx[x] * B + j] = sr[x];
-                lim[rx[x] * B + j] = si[x];
+        if (r0 + B < rows)  // the next block's rows, to read and to write
+            for (int j = 0; j < B; ++j) {
+                prefetch_row(src_re[r1 + r0 + B + j] + c1, cols);
+                prefetch_row(src_im[r1 + r0 + B + j] + c1, cols);
+                prefetch_row_for_writing(dst_re[dr + r0 + B + j] + dc, cols);
+                prefetch_row_for_writing(dst_im[dr + r0 + B + j] + dc, cols);
             }
-        }
+        rows_to_lanes([&](int j) { return src_re[r1 + r0 + j] + c1; }, B, cols, rx, lre);
+        rows_to_lanes([&](int j) { return src_im[r1 + r0 + j] + c1; }, B, cols, rx, lim);
         butterflies(lre, lim, cols, B, tx_);
-        for (int j = 0; j < B; ++j) {
-            const std::size_t row = static_cast<std::size_t>(ry[r0 + j]) * W;
-            for (int cx = 0; cx < cols; cx += W) {
-                float* dr_ = wre + (cx / W) * chunk + row;
-                float* di_ = wim + (cx / W) * chunk + row;
-                for (int k = 0; k < W; ++k) {
-                    dr_[k] = lre[(cx + k) * B + j];
-                    di_[k] = lim[(cx + k) * B + j];
-                }
-            }
-        }
+        lanes_to_rows(lre, B, cols, [&](int j, int x) { return dst_re[dr + r0 + j] + dc + x; });
+        lanes_to_rows(lim, B, cols, [&](int j, int x) { return dst_im[dr + r0 + j] + dc + x; });
     }
-    // columns along Y, W at a time
-    for (int cx = 0; cx < cols; cx += W)
-        butterflies(wre + (cx / W) * chunk, wim + (cx / W) * chunk, rows, W, ty_);
-    for (int y = 0; y < rows; ++y) {
-        float* orow = dst_re[dr + y] + dc;
-        float* irow = dst_im[dr + y] + dc;
-        for (int cx = 0; cx < cols; cx += W) {
-            const float* sr = wre + (cx / W) * chunk + static_cast<std::size_t>(y) * W;
-            const float* si = wim + (cx / W) * chunk + static_cast<std::size_t>(y) * W;
-            for (int k = 0; k < W; ++k) {
-                orow[cx + k] = sr[k] * scale_;
-                irow[cx + k] = si[k] * scale_;
-            }
-        }
+    // then the columns along Y, W at a time: gathered at bit-reversed row positions into a
+    // chunk, transformed, written back scaled
+    float* cre = chunk_re_.get();
+    float* cim = chunk_im_.get();
+    for (int cx = 0; cx < cols; cx += W) {
+        gather_chunk(dst_re, dr, dc + cx, rev_y_.get(), rows, W, cre);
+        gather_chunk(dst_im, dr, dc + cx, rev_y_.get(), rows, W, cim);
+        butterflies(cre, cim, rows, W, ty_);
+        scatter_chunk(cre, rows, W, dst_re, dr, dc + cx, scale_);
+        scatter_chunk(cim, rows, W, dst_im, dr, dc + cx, scale_);
     }
 }
 
@@ -276,9 +460,28 @@ int fft2d(float* const* src_re, float* const* src_im, int rows, int cols, int r1
         return kSourceTooLarge;
     if (!is_power_of_two(r2 - r1) || !is_power_of_two(c2 - c1)) return kNotPowerOf2;
     if (direction != 0 && direction != 1) return kInvalidParams;
+    const int h = r2 - r1, w = c2 - c1;
     FrameTransform frame;
-    V3D_CHECK(frame.prepare(r2 - r1, c2 - c1, direction));
-    frame.run(src_re, src_im, r1, c1, dst_re, dst_im, dr, dc);
+    V3D_CHECK(frame.prepare(h, w, direction));
+    // the transform writes destination rows while later source rows are still unread: an area
+    // of the same images at another place is copied first
+    const bool shared = src_re == dst_re || src_re == dst_im || src_im == dst_re || src_im == dst_im;
+    if (!shared || (r1 == dr && c1 == dc)) {
+        frame.run(src_re, src_im, r1, c1, dst_re, dst_im, dr, dc);
+        return kOk;
+    }
+    FloatBuffer copy_re, copy_im;
+    auto rows_re = std::unique_ptr<float*[]>(new (std::nothrow) float*[h]);
+    auto rows_im = std::unique_ptr<float*[]>(new (std::nothrow) float*[h]);
+    const std::size_t area = static_cast<std::size_t>(h) * w;
+    if (!rows_re || !rows_im || !copy_re.make(area) || !copy_im.make(area)) return kNoBuffer;
+    for (int y = 0; y < h; ++y) {
+        rows_re[y] = copy_re.get() + static_cast<std::size_t>(y) * w;
+        rows_im[y] = copy_im.get() + static_cast<std::size_t>(y) * w;
+        std::memcpy(rows_re[y], src_re[r1 + y] + c1, w * sizeof(float));
+        std::memcpy(rows_im[y], src_im[r1 + y] + c1, w * sizeof(float));
+    }
+    frame.run(rows_re.get(), rows_im.get(), 0, 0, dst_re, dst_im, dr, dc);
     return kOk;
 }
 
@@ -288,9 +491,8 @@ int LineTransform::prepare(int n, int direction) {
     n_ = n;
     scale_ = direction == 1 ? 1.0f / static_cast<float>(n) : 1.0f;
     rev_ = bit_reversal(n);
-    re_ = make_buffer<float>(n);
-    im_ = make_buffer<float>(n);
-    if (!rev_ || !re_ || !im_ || !tw_.make(n, direction == 1 ? 1 : -1)) return kNoBuffer;
+    if (!rev_ || !re_.make(n) || !im_.make(n) || !tw_.make(n, direction == 1 ? 1 : -1))
+        return kNoBuffer;
     return kOk;
 }
 
@@ -354,39 +556,41 @@ public:
         ex_ = Ex;
         width_ = std::min(kBatch, Ex);
         scale_ = direction == 1 ? 1.0f / static_cast<float>(Ez) : 1.0f;
-        re_ = make_buffer<float>(static_cast<std::size_t>(Ez) * Ex);
-        im_ = make_buffer<float>(static_cast<std::size_t>(Ez) * Ex);
+        const std::size_t size = static_cast<std::size_t>(Ez) * Ex;
         rev_ = bit_reversal(Ez);
-        if (!re_ || !im_ || !rev_ || !tw_.make(Ez, direction == 1 ? 1 : -1)) return kNoBuffer;
+        rows_.reset(new (std::nothrow) float*[4 * static_cast<std::size_t>(Ez)]);
+        if (!re_.make(size) || !im_.make(size) || !rev_ || !rows_ ||
+            !tw_.make(Ez, direction == 1 ? 1 : -1))
+            return kNoBuffer;
         return kOk;
     }
 
-    void run(float*** re, float*** im, int y, int z0, int x0) {
-        const int W = width_;
-        const std::size_t chunk = static_cast<std::size_t>(ez_) * W;
-        for (int z = 0; z < ez_; ++z) {
-            const float* sr = re[z0 + z][y] + x0;
-            const float* si = im[z0 + z][y] + x0;
-            const std::size_t at = static_cast<std::size_t>(rev_[z]) * W;
-            for (int cx = 0; cx < ex_; cx += W) {
-                std::memcpy(re_.get() + (cx / W) * chunk + at, sr + cx, W * sizeof(float));
-                std::memcpy(im_.get() + (cx / W) * chunk + at, si + cx, W * sizeof(float));
+    // Row y of the frames z0 .. z0+Ez-1 from column x0; the rows of y + 1 (when below last)
+    // are asked for on the way.
+    void run(float*** re, float*** im, int y, int last, int z0, int x0) {
+        const int W = width_, ez = ez_, ex = ex_;
+        const std::size_t chunk = static_cast<std::size_t>(ez) * W;
+        float** rows_re = rows_.get();
+        float** rows_im = rows_re + ez;
+        float** next_re = rows_im + ez;
+        float** next_im = next_re + ez;
+        const bool ahead = y + 1 < last;
+        for (int z = 0; z < ez; ++z) {
+            rows_re[z] = re[z0 + z][y] + x0;
+            rows_im[z] = im[z0 + z][y] + x0;
+            if (ahead) {
+                next_re[z] = re[z0 + z][y + 1] + x0;
+                next_im[z] = im[z0 + z][y + 1] + x0;
             }
         }
-        for (int cx = 0; cx < ex_; cx += W)
-            butterflies(re_.get() + (cx / W) * chunk, im_.get() + (cx / W) * chunk, ez_, W, tw_);
-        for (int z = 0; z < ez_; ++z) {
-            float* dr = re[z0 + z][y] + x0;
-            float* di = im[z0 + z][y] + x0;
-            for (int cx = 0; cx < ex_; cx += W) {
-                const float* sr = re_.get() + (cx / W) * chunk + static_cast<std::size_t>(z) * W;
-                const float* si = im_.get() + (cx / W) * chunk + static_cast<std::size_t>(z) * W;
-                for (int k = 0; k < W; ++k) {
-                    dr[cx + k] = sr[k] * scale_;
-                    di[cx + k] = si[k] * scale_;
-                }
-            }
-        }
+        float* lre = re_.get();
+        float* lim = im_.get();
+        rows_to_chunks(rows_re, ahead ? next_re : nullptr, rev_.get(), ez, ex, W, lre, chunk);
+        rows_to_chunks(rows_im, ahead ? next_im : nullptr, rev_.get(), ez, ex, W, lim, chunk);
+        for (int cx = 0; cx < ex; cx += W)
+            butterflies(lre + (cx / W) * chunk, lim + (cx / W) * chunk, ez, W, tw_);
+        chunks_to_rows(lre, chunk, ez, ex, W, rows_re, scale_);
+        chunks_to_rows(lim, chunk, ez, ex, W, rows_im, scale_);
     }
 
 private:
@@ -394,7 +598,8 @@ private:
     float scale_ = 1.0f;
     Twiddles tw_;
     std::unique_ptr<int[]> rev_;
-    std::unique_ptr<float[]> re_, im_;
+    std::unique_ptr<float*[]> rows_;
+    FloatBuffer re_, im_;
 };
 
 // The work objects of the tasks of a transform, one each.
@@ -573,10 +778,12 @@ void vr_cube(const Cube& c, int n) {
     parallel_for(0, h, [&](int p) { vr_stage(c, 0, 0, 0, n, h, p, p + 1); });
 }
 
-// Places the VOI of the input at bit-reversed positions (all three axes) of the output block,
-// scaled. Rows are handled in pairs (r, reversed r), both read before either is written, so
-// the input may be the output at the same place.
-int gather_bit_reversed(Volume* inRe, Volume* inIm, const Cube& c, int n, float scale) {
+// Places the VOI of the input at bit-reversed positions of the output block: rows at (rev z,
+// rev y), and within them columns at rev x when asked, scaled. Rows are handled in pairs
+// (r, reversed r), both read before either is written, so the input may be the output at the
+// same place.
+int gather_bit_reversed(Volume* inRe, Volume* inIm, const Cube& c, int n, float scale,
+                        bool columns = true) {
     auto rev = bit_reversal(n);
     auto buf = make_buffer<float>(4 * static_cast<std::size_t>(n));
     if (!rev || !buf) return kNoBuffer;
@@ -597,6 +804,13 @@ int gather_bit_reversed(Volume* inRe, Volume* inIm, const Cube& c, int n, float 
             float* o_im = c.im[c.z0 + z][c.y0 + y] + c.x0;
             float* p_re = c.re[c.z0 + rz][c.y0 + ry] + c.x0;
             float* p_im = c.im[c.z0 + rz][c.y0 + ry] + c.x0;
+            if (!columns) {
+                std::memcpy(o_re, br, n * sizeof(float));
+                std::memcpy(o_im, bi, n * sizeof(float));
+                std::memcpy(p_re, ar, n * sizeof(float));
+                std::memcpy(p_im, ai, n * sizeof(float));
+                continue;
+            }
             for (int x = 0; x < n; ++x) {
                 o_re[x] = br[rev[x]] * scale;
                 o_im[x] = bi[rev[x]] * scale;
@@ -607,7 +821,339 @@ int gather_bit_reversed(Volume* inRe, Volume* inIm, const Cube& c, int n, float 
     return kOk;
 }
 
+// ---- vector radix over large cubes --------------------------------------------------------------
+//
+// From an edge of 64 on, the cube is done in a few sweeps over the output block, each over sets
+// of whole rows held in a cache-resident buffer:
+//  - the first sweep gathers the input at bit-reversed positions and runs the stages that build
+//    the sub-cubes of edge M (8, or 16 from an edge of 128 on). The sub-cube at x origin
+//    M rev(c) holds the input columns c, c + N/M, c + 2N/M ... (rev reversing the bits of
+//    c < N/M), so the sub-cubes of eight consecutive c sit side by side in the input rows: they
+//    are read eight neighbouring values at a time and transformed together, one in each lane
+//    of the buffer, all lanes sharing their twiddles;
+//  - each later sweep runs a group of the remaining stages (half-sizes lo .. hi/2) over the
+//    rows they join: those whose z agree modulo lo and in z / hi, and the same in y.
+// A sweep reads and writes only the rows of its sets, so the sets may run on any thread; in
+// place, the rows are first exchanged with their bit-reversed partners and the first sweep
+// then reads the block itself.
+
+constexpr int kLanes = 8;
+constexpr int kLaneEdge = 8;                                       // edge of a lane octant
+constexpr int kOctant = kLaneEdge * kLaneEdge * kLaneEdge * kLanes;  // its floats
+constexpr int kLargeCube = 64;          // the smallest edge done this way
+constexpr int kSweepPoints = 1 << 16;   // points of one set of a later sweep (512 KB)
+
+V3D_INLINE void cmul_by(float& r, float& i, const float* w) { cmul(r, i, w[0], w[1]); }
+
+// The eight-point butterfly of eight lane vectors at re/im + DZ bz + DY by + DX bx, the input b
+// (= 4 bz + 2 by + bx) first multiplied by the combined twiddle w[2 (b - 1)], w[2 (b - 1) + 1]
+// (none in the first stage). The additions are those of vr_butterfly.
+template <int DZ, int DY, int DX, bool kTwiddled>
+V3D_INLINE void lane_butterfly(float* __restrict re, float* __restrict im, const float* w) {
+    V3D_IVDEP for (int l = 0; l < kLanes; ++l) {
+        float a0r = re[l], a0i = im[l];
+        float a1r = re[DX + l], a1i = im[DX + l];
+        float a2r = re[DY + l], a2i = im[DY + l];
+        float a3r = re[DY + DX + l], a3i = im[DY + DX + l];
+        float a4r = re[DZ + l], a4i = im[DZ + l];
+        float a5r = re[DZ + DX + l], a5i = im[DZ + DX + l];
+        float a6r = re[DZ + DY + l], a6i = im[DZ + DY + l];
+        float a7r = re[DZ + DY + DX + l], a7i = im[DZ + DY + DX + l];
+        if (kTwiddled) {
+            cmul_by(a1r, a1i, w);
+            cmul_by(a2r, a2i, w + 2);
+            cmul_by(a3r, a3i, w + 4);
+            cmul_by(a4r, a4i, w + 6);
+            cmul_by(a5r, a5i, w + 8);
+            cmul_by(a6r, a6i, w + 10);
+            cmul_by(a7r, a7i, w + 12);
+        }
+        const float b0r = a0r + a1r, b0i = a0i + a1i, b1r = a0r - a1r, b1i = a0i - a1i;
+        const float b2r = a2r + a3r, b2i = a2i + a3i, b3r = a2r - a3r, b3i = a2i - a3i;
+        const float b4r = a4r + a5r, b4i = a4i + a5i, b5r = a4r - a5r, b5i = a4i - a5i;
+        const float b6r = a6r + a7r, b6i = a6i + a7i, b7r = a6r - a7r, b7i = a6i - a7i;
+        const float c0r = b0r + b2r, c0i = b0i + b2i, c2r = b0r - b2r, c2i = b0i - b2i;
+        const float c1r = b1r + b3r, c1i = b1i + b3i, c3r = b1r - b3r, c3i = b1i - b3i;
+        const float c4r = b4r + b6r, c4i = b4i + b6i, c6r = b4r - b6r, c6i = b4i - b6i;
+        const float c5r = b5r + b7r, c5i = b5i + b7i, c7r = b5r - b7r, c7i = b5i - b7i;
+        re[l] = c0r + c4r; im[l] = c0i + c4i;
+        re[DX + l] = c1r + c5r; im[DX + l] = c1i + c5i;
+        re[DY + l] = c2r + c6r; im[DY + l] = c2i + c6i;
+        re[DY + DX + l] = c3r + c7r; im[DY + DX + l] = c3i + c7i;
+        re[DZ + l] = c0r - c4r; im[DZ + l] = c0i - c4i;
+        re[DZ + DX + l] = c1r - c5r; im[DZ + DX + l] = c1i - c5i;
+        re[DZ + DY + l] = c2r - c6r; im[DZ + DY + l] = c2i - c6i;
+        re[DZ + DY + DX + l] = c3r - c7r; im[DZ + DY + DX + l] = c3i - c7i;
+    }
+}
+
+// One stage of half-size M inside a lane octant (element (z, y, x) at ((z 8 + y) 8 + x) 8).
+template <int M>
+V3D_INLINE void octant_stage(float* re, float* im, const float* tw) {
+    for (int bz = 0; bz < kLaneEdge; bz += 2 * M)
+        for (int kz = 0; kz < M; ++kz)
+            for (int by = 0; by < kLaneEdge; by += 2 * M)
+                for (int ky = 0; ky < M; ++ky)
+                    for (int bx = 0; bx < kLaneEdge; bx += 2 * M)
+                        for (int kx = 0; kx < M; ++kx) {
+                            const int at = (((bz + kz) * 8 + by + ky) * 8 + bx + kx) * kLanes;
+                            lane_butterfly<M * 512, M * 64, M * 8, (M > 1)>(
+                                re + at, im + at, tw + ((kz * M + ky) * M + kx) * 14);
+                        }
+}
+
+// The stages of the sub-cubes of one lane batch: those of half-size 1, 2, 4 in each octant,
+// then, for sub-cubes of 16, the stage of half-size 8 joining the octants (octant
+// 4 bz + 2 by + bx at bz, by, bx times 8).
+V3D_NOINLINE V3D_SIMD_CLONES void lane_stages(float* re, float* im, int sub, const float* tw2,
+                                              const float* tw4, const float* tw8) {
+    const int octants = sub == 16 ? 8 : 1;
+    for (int o = 0; o < octants; ++o) {
+        float* r = re + o * kOctant;
+        float* i = im + o * kOctant;
+        octant_stage<1>(r, i, nullptr);
+        octant_stage<2>(r, i, tw2);
+        octant_stage<4>(r, i, tw4);
+    }
+    if (sub != 16) return;
+    for (int k = 0; k < 512; ++k)
+        lane_butterfly<4 * kOctant, 2 * kOctant, kOctant, true>(re + k * kLanes, im + k * kLanes,
+                                                                tw8 + k * 14);
+}
+
+// One source row into the lane batches: the eight input values at r N/M + 8 b .. + 7 go to lane
+// batch b at the offset of sub-cube column rev(r), scaled. The row is read from start to end.
+V3D_NOINLINE V3D_SIMD_CLONES void row_to_lane_batches(const float* __restrict row, int n, int sub,
+                                                      const int* __restrict column,
+                                                      float* __restrict lanes,
+                                                      std::size_t batch, float scale) {
+    const int stride = n / sub, batches = stride / kLanes;
+    for (int r = 0; r < sub; ++r) {
+        const float* src = row + r * stride;
+        float* dst = lanes + column[r];
+        for (int b = 0; b < batches; ++b)
+            for (int l = 0; l < kLanes; ++l) dst[b * batch + l] = src[b * kLanes + l] * scale;
+    }
+}
+
+// What the large-cube transform needs for one edge and direction.
+struct VrPlan {
+    int n = 0;        // the cube's edge
+    int sub = 0;      // the edge M of the sub-cubes of the first sweep
+    int batches = 0;  // lane batches across a row: N / M / 8
+    float scale = 1.0f;
+    std::unique_ptr<int[]> rev;      // bit reversal of 0 .. N-1
+    std::unique_ptr<int[]> sub_rev;  // bit reversal of 0 .. M-1
+    std::unique_ptr<int[]> origin;   // x origin of the sub-cube of input column c: M rev(c)
+    std::unique_ptr<int[]> column;   // offset in a lane batch of the column of input column r
+    FloatBuffer lane_tw;             // combined twiddles of the lane stages of half-size 2, 4, 8
+    int lane_at[3] = {};
+    FloatBuffer twr, twi;            // w_2m^k at m + k for every half-size m
+    int groups = 0;                  // the later sweeps: stages lo[g] .. hi[g] / 2
+    int lo[32] = {}, hi[32] = {};
+    std::size_t scratch = 0;         // floats of each part of a worker's buffer
+
+    int prepare(int edge, int direction, int sweep_points) {
+        n = edge;
+        sub = n >= 128 ? 16 : 8;
+        batches = n / sub / kLanes;
+        const int sign = direction == 1 ? 1 : -1;
+        scale = direction == 1 ? 1.0f / (static_cast<float>(n) * n * n) : 1.0f;
+        rev = bit_reversal(n);
+        sub_rev = bit_reversal(sub);
+        auto lane_rev = bit_reversal(n / sub);
+        origin = make_buffer<int>(n / sub);
+        column = make_buffer<int>(sub);
+        if (!rev || !sub_rev || !lane_rev || !origin || !column || !twr.make(n) || !twi.make(n) ||
+            !lane_tw.make(14 * (8 + 64 + 512)))
+            return kNoBuffer;
+        for (int c = 0; c < n / sub; ++c) origin[c] = sub * lane_rev[c];
+        for (int r = 0; r < sub; ++r) {
+            const int X = sub_rev[r];  // the sub-cube column that input column r goes to
+            column[r] = (X >> 3) * kOctant + (X & 7) * kLanes;
+        }
+        for (int m = 1; m < n; m *= 2)
+            for (int k = 0; k < m; ++k) {
+                const double angle = k * (static_cast<double>(sign) / (2 * m)) * 6.28318530717959;
+                twr[m + k] = static_cast<float>(std::cos(angle));
+                twi[m + k] = static_cast<float>(std::sin(angle));
+            }
+        // w_2m^(kz bz + ky by + kx bx) in double, for half-sizes 2, 4, 8
+        int at = 0;
+        for (int s = 0, m = 2; m <= 8; ++s, m *= 2) {
+            lane_at[s] = at;
+            for (int kz = 0; kz < m; ++kz)
+                for (int ky = 0; ky < m; ++ky)
+                    for (int kx = 0; kx < m; ++kx)
+                        for (int b = 1; b < 8; ++b) {
+                            const int e = kz * (b >> 2) + ky * ((b >> 1) & 1) + kx * (b & 1);
+                            const double angle = e * (static_cast<double>(sign) / (2 * m)) * 6.28318530717959;
+                            lane_tw[at++] = static_cast<float>(std::cos(angle));
+                            lane_tw[at++] = static_cast<float>(std::sin(angle));
+                        }
+        }
+        // later sweeps: as many stages per sweep as keep a set within sweep_points
+        const int rows = std::max(4, sweep_points / n);
+        const int per_sweep = std::max(1, log2_of(rows) / 2);
+        scratch = static_cast<std::size_t>(sub) * sub * n;
+        for (int l = sub; l < n; l = hi[groups++]) {
+            lo[groups] = l;
+            hi[groups] = std::min(n, l << per_sweep);
+            const std::size_t a = hi[groups] / l;
+            scratch = std::max(scratch, a * a * n);
+        }
+        return kOk;
+    }
+};
+
+// The first sweep over the rows [oz, oz + M) x [oy, oy + M) of the block: gather into the lane
+// batches, transform, scatter the sub-cubes to their places (an 8 x 8 transpose turns the lane
+// values of eight columns into eight pieces of row).
+void sub_cube_sweep(const VrPlan& p, float* const* const* src_re, float* const* const* src_im,
+                    int sz, int sy, int sx, bool reversed_rows, float*** ore, float*** oim, int z0,
+                    int y0, int x0, int unit, float* sre, float* sim) {
+    const int n = p.n, M = p.sub, per_axis = n / M;
+    const int oz = unit / per_axis * M, oy = unit % per_axis * M;
+    const std::size_t batch = static_cast<std::size_t>(M) * M * M * kLanes;
+    auto at = [&](int Z, int Y) {
+        return ((Z >> 3) * 4 + (Y >> 3) * 2) * kOctant + ((Z & 7) * 8 + (Y & 7)) * 8 * kLanes;
+    };
+    auto source = [&](float* const* const* s, int i) {
+        const int Z = i / M, Y = i % M;
+        const int z = reversed_rows ? p.rev[oz + Z] : oz + Z;
+        const int y = reversed_rows ? p.rev[oy + Y] : oy + Y;
+        return s[sz + z][sy + y] + sx;
+    };
+    constexpr int kAhead = 4;  // rows fetched ahead of their turn
+    for (int i = 0; i < M * M; ++i) {
+        if (i + kAhead < M * M) {
+            prefetch_row(source(src_re, i + kAhead), n);
+            prefetch_row(source(src_im, i + kAhead), n);
+        }
+        const std::size_t to = at(i / M, i % M);
+        row_to_lane_batches(source(src_re, i), n, M, p.column.get(), sre + to, batch, p.scale);
+        row_to_lane_batches(source(src_im, i), n, M, p.column.get(), sim + to, batch, p.scale);
+    }
+    const float* tw = p.lane_tw.get();
+    for (int b = 0; b < p.batches; ++b)
+        lane_stages(sre + b * batch, sim + b * batch, M, tw + p.lane_at[0], tw + p.lane_at[1],
+                    tw + p.lane_at[2]);
+    for (int Z = 0; Z < M; ++Z)
+        for (int Y = 0; Y < M; ++Y) {
+            float* rr = ore[z0 + oz + Z][y0 + oy + Y] + x0;
+            float* ri = oim[z0 + oz + Z][y0 + oy + Y] + x0;
+            for (int b = 0; b < p.batches; ++b)
+                for (int hx = 0; hx < M / 8; ++hx) {
+                    const std::size_t from = b * batch + at(Z, Y) + hx * kOctant;
+                    const float *lr[8], *li[8];
+                    float *dr[8], *di[8];
+                    for (int k = 0; k < 8; ++k) {
+                        lr[k] = sre + from + k * kLanes;
+                        li[k] = sim + from + k * kLanes;
+                        const int x = p.origin[b * kLanes + k] + hx * 8;
+                        dr[k] = rr + x;
+                        di[k] = ri + x;
+                    }
+                    transpose8(lr, dr);
+                    transpose8(li, di);
+                }
+        }
+}
+
+// A later sweep over one set of rows, for the stages of half-sizes lo .. hi/2: the set's rows
+// (A = hi / lo of them along z and y) are copied into the buffer, transformed, copied back.
+void late_sweep(const VrPlan& p, int lo, int hi, float*** ore, float*** oim, int z0, int y0,
+                int x0, int unit, float* sre, float* sim) {
+    const int n = p.n, A = hi / lo, per_axis = n / A;
+    const int uz = unit / per_axis, uy = unit % per_axis;
+    auto z_of = [&](int a) { return z0 + uz / lo * hi + a * lo + uz % lo; };
+    auto y_of = [&](int b) { return y0 + uy / lo * hi + b * lo + uy % lo; };
+    auto row = [&](float* s, int a, int b) { return s + (static_cast<std::size_t>(a) * A + b) * n; };
+    constexpr int kAhead = 4;  // rows fetched ahead of their turn
+    for (int i = 0; i < A * A; ++i) {
+        if (i + kAhead < A * A) {
+            const int a = (i + kAhead) / A, b = (i + kAhead) % A;
+            prefetch_row(ore[z_of(a)][y_of(b)] + x0, n);
+            prefetch_row(oim[z_of(a)][y_of(b)] + x0, n);
+        }
+        const int a = i / A, b = i % A;
+        std::memcpy(row(sre, a, b), ore[z_of(a)][y_of(b)] + x0, n * sizeof(float));
+        std::memcpy(row(sim, a, b), oim[z_of(a)][y_of(b)] + x0, n * sizeof(float));
+    }
+    for (int m = lo; m < hi; m *= 2) {
+        const int d = m / lo;
+        const float* twr = p.twr.get() + m;
+        const float* twi = p.twi.get() + m;
+        for (int a0 = 0; a0 < A; a0 += 2 * d)
+            for (int ka = 0; ka < d; ++ka)
+                for (int b0 = 0; b0 < A; b0 += 2 * d)
+                    for (int kb = 0; kb < d; ++kb) {
+                        const int kz = ka * lo + uz % lo, ky = kb * lo + uy % lo;
+                        const int a = a0 + ka, b = b0 + kb;
+                        RowGroup g;
+                        g.wzr = twr[kz];
+                        g.wzi = twi[kz];
+                        g.wyr = twr[ky];
+                        g.wyi = twi[ky];
+                        g.wzyr = g.wzr * g.wyr - g.wzi * g.wyi;
+                        g.wzyi = g.wzr * g.wyi + g.wzi * g.wyr;
+                        vr_rows(row(sre, a, b), row(sre, a, b + d), row(sre, a + d, b),
+                                row(sre, a + d, b + d), row(sim, a, b), row(sim, a, b + d),
+                                row(sim, a + d, b), row(sim, a + d, b + d), n, m, twr, twi, g);
+                    }
+    }
+    for (int a = 0; a < A; ++a)
+        for (int b = 0; b < A; ++b) {
+            std::memcpy(ore[z_of(a)][y_of(b)] + x0, row(sre, a, b), n * sizeof(float));
+            std::memcpy(oim[z_of(a)][y_of(b)] + x0, row(sim, a, b), n * sizeof(float));
+        }
+}
+
+// The buffer of one task of the large-cube transform.
+struct VrScratch {
+    FloatBuffer re, im;
+    int prepare(std::size_t n) { return re.make(n) && im.make(n) ? kOk : kNoBuffer; }
+};
+
 }  // namespace
+
+// The vector-radix transform of a cube of edge 64 or more (checks done), the later sweeps
+// working on sets of at most sweep_points points.
+int vr_large_cube(Volume* inRe, Volume* inIm, Volume* outRe, Volume* outIm, int direction,
+                  int z0, int y0, int x0, int sweep_points) {
+    const Voi v = voi_of(inRe);
+    const int n = v.nz();
+    const bool in_place = sharing_storage(inRe, inIm, outRe, outIm);
+    VrPlan plan;
+    V3D_CHECK(plan.prepare(n, direction, sweep_points));
+    const int sets = (n / plan.sub) * (n / plan.sub);
+    Workers<VrScratch> work;
+    V3D_CHECK(make_workers(work, in_place ? 1 : thread_count(), sets,
+                           [&](VrScratch& s) { return s.prepare(plan.scratch); }));
+    float*** ore = outRe->data[0].f;
+    float*** oim = outIm->data[0].f;
+    if (in_place) {
+        const Cube block{ore, oim, z0, y0, x0, nullptr, nullptr, 0.0f};
+        V3D_CHECK(gather_bit_reversed(inRe, inIm, block, n, 1.0f, false));
+    }
+    float*** sre = in_place ? ore : inRe->data[0].f;
+    float*** sim = in_place ? oim : inIm->data[0].f;
+    const int sz = in_place ? z0 : v.z1, sy = in_place ? y0 : v.y1, sx = in_place ? x0 : v.x1;
+    parallel_blocks(0, sets, work.count, [&](int t, int first, int last) {
+        for (int u = first; u < last; ++u)
+            sub_cube_sweep(plan, sre, sim, sz, sy, sx, !in_place, ore, oim, z0, y0, x0, u,
+                           work[t].re.get(), work[t].im.get());
+    });
+    for (int g = 0; g < plan.groups; ++g) {
+        const int per_axis = n / (plan.hi[g] / plan.lo[g]);
+        parallel_blocks(0, per_axis * per_axis, work.count, [&](int t, int first, int last) {
+            for (int u = first; u < last; ++u)
+                late_sweep(plan, plan.lo[g], plan.hi[g], ore, oim, z0, y0, x0, u,
+                           work[t].re.get(), work[t].im.get());
+        });
+    }
+    return kOk;
+}
 
 }  // namespace v3d
 
@@ -642,8 +1188,9 @@ int lrcfft3d(Volume* inRe, Volume* inIm, Volume* outRe, Volume* outIm, int direc
     if (r.nz() < 2) return kOk;
     const int nl = lines.count;
     parallel_for(0, nl, [&](int t) {
-        for (int y = y0 + share_begin(t, nl, r.ny()); y < y0 + share_begin(t + 1, nl, r.ny()); ++y)
-            lines[t].run(outRe->data[0].f, outIm->data[0].f, y, z0, x0);
+        const int last = y0 + share_begin(t + 1, nl, r.ny());
+        for (int y = y0 + share_begin(t, nl, r.ny()); y < last; ++y)
+            lines[t].run(outRe->data[0].f, outIm->data[0].f, y, last, z0, x0);
     });
     return kOk;
 }
@@ -652,6 +1199,8 @@ int vrfft3d(Volume* inRe, Volume* inIm, Volume* outRe, Volume* outIm, int direct
             int y0, int x0) {
     V3D_CHECK(check_transform(inRe, inIm, outRe, outIm, direction, z0, y0, x0, true));
     const int n = inRe->z2 - inRe->z1;
+    if (n >= kLargeCube)
+        return vr_large_cube(inRe, inIm, outRe, outIm, direction, z0, y0, x0, kSweepPoints);
     const int sign = direction == 1 ? 1 : -1;
     // stage twiddles w_2m^k at m + k for every half-size m
     auto twr = make_buffer<float>(n);

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <memory>
 
+#include "vexilo3d_types.h"
+
 namespace v3d {
 
 // n > 0 whose binary form has a single 1 (the extent is shifted right while its lowest bit is 0;
@@ -22,6 +24,20 @@ struct Twiddles {
     int n = 0;
     int sign = -1;
     bool make(int size, int sign);  // false when memory is short
+};
+
+// A float buffer that starts on a cache line (whole vectors never straddle two lines); null
+// when memory is short.
+class FloatBuffer {
+public:
+    bool make(std::size_t n);
+    float* get() const { return data_; }
+    float& operator[](std::size_t i) const { return data_[i]; }
+    explicit operator bool() const { return data_ != nullptr; }
+
+private:
+    std::unique_ptr<float[]> block_;
+    float* data_ = nullptr;
 };
 
 // The bit-reversal permutation of 0 .. n-1 (n a power of two).
@@ -44,8 +60,8 @@ public:
     // 0, or -9 when memory is short.
     int prepare(int rows, int cols, int direction);
     // Reads rows r1.., columns c1.. of the source images and writes the transform at rows dr..,
-    // columns dc.. of the destination images. The source area is read completely before
-    // anything is written, so source and destination may be the same images.
+    // columns dc.. of the destination images. Source and destination may be the same images
+    // only at the same place (rows are written while later ones are still to be read).
     void run(float* const* src_re, float* const* src_im, int r1, int c1, float* const* dst_re,
              float* const* dst_im, int dr, int dc);
 
@@ -54,7 +70,7 @@ private:
     float scale_ = 1.0f;
     Twiddles tx_, ty_;
     std::unique_ptr<int[]> rev_x_, rev_y_;
-    std::unique_ptr<float[]> line_re_, line_im_, work_re_, work_im_;
+    FloatBuffer line_re_, line_im_, chunk_re_, chunk_im_;
 };
 
 // The image library's entry: checks the work area (r1 .. r2-1, c1 .. c2-1 inside the source's
@@ -76,7 +92,13 @@ private:
     float scale_ = 1.0f;
     Twiddles tw_;
     std::unique_ptr<int[]> rev_;
-    std::unique_ptr<float[]> re_, im_;
+    FloatBuffer re_, im_;
 };
+
+// The vector-radix transform of a cube of edge 64 or more whose checks have passed. Its later
+// sweeps work on sets of rows of at most sweep_points points (vrfft3d passes 65536; less
+// reaches, on small cubes, the several-sweep plans of very large ones).
+int vr_large_cube(Volume* inRe, Volume* inIm, Volume* outRe, Volume* outIm, int direction,
+                  int z0, int y0, int x0, int sweep_points);
 
 }  // namespace v3d

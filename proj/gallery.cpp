@@ -38,10 +38,10 @@ struct Layout {
 
 // The grid's checks after the volume checks: -521 for a VOI one row or column wide, -520 for
 // tiles below 25 pixels or no tile row.
-int layout_of(const Voi& v, const Volume* out, int n, Layout& g) {
+int layout_of(const Voi& v, const Volume* out, int n, double aspect, Layout& g) {
     if (v.ny() == 1 || v.nx() == 1) return kBadInputDims;
     g.TW = out->X / n;
-    const double th = static_cast<double>(v.ny()) / v.nx() * g.TW;
+    const double th = static_cast<double>(v.ny()) / v.nx() * g.TW * aspect;
     g.TH = th >= INT_MAX ? INT_MAX : static_cast<int>(th);
     if (g.TW < 25 || g.TH < 25) return kBadOutputDims;
     g.R = out->Y / g.TH;
@@ -78,13 +78,17 @@ void draw_tiles(Volume* in, unsigned char** const* frame, int n, const Layout& g
 using namespace v3d;
 
 extern "C" int ProduceFrameGallery3d(Volume* in, Volume* out, int n, int method) {
+    return ProduceFrameGallery3dAspect(in, out, n, method, 1.0);
+}
+
+extern "C" int ProduceFrameGallery3dAspect(Volume* in, Volume* out, int n, int method, double aspect) {
     V3D_CHECK(CheckVolume(in, kUC, kAnyColor));
     V3D_CHECK(CheckVolume(out, kUC, kAnyColor));
     if (out->colortype != in->colortype) return kBadOutputColor;
-    if (n < 1) return kInvalidParams;
+    if (n < 1 || !finite_real(aspect) || aspect <= 0.0) return kInvalidParams;
     const Voi v = voi_of(in);
     Layout g;
-    V3D_CHECK(layout_of(v, out, n, g));
+    V3D_CHECK(layout_of(v, out, n, aspect, g));
     const bool linear = method != 0;
     const auto ty = taps(g.TH, v.ny(), v.y1, linear);
     const auto tx = taps(g.TW, v.nx(), v.x1, linear);

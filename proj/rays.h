@@ -73,8 +73,10 @@ struct Ray {
 // start + offset[t], truncated to whole voxels.
 class Rays {
 public:
-    // -9 when the offset tables cannot be allocated.
-    int setup(const Box& box, const View& view, int H, int W);
+    // -9 when the offset tables cannot be allocated. scale (z, y, x; null: cubes) is each
+    // axis's voxel size in picture pixels: the view's vectors are unit steps of the scaled
+    // space, and the rays take them in voxel units.
+    int setup(const Box& box, const View& view, int H, int W, const double* scale = nullptr);
 
     // The ray of pixel (r, c); false when none of its samples falls inside the box.
     bool ray(int r, int c, Ray& out) const;

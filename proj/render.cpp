@@ -61,18 +61,24 @@ double floor_of(double x) {
 
 }  // namespace
 
-int Rays::setup(const Box& box, const View& view, int H, int W) {
+int Rays::setup(const Box& box, const View& view, int H, int W, const double* scale) {
+    static const double kCubes[3] = {1.0, 1.0, 1.0};
+    const double* s = scale ? scale : kCubes;
     box_ = box;
-    view_ = view;
     H_ = H;
     W_ = W;
+    for (int k = 0; k < 3; ++k) {
+        view_.d[k] = static_cast<float>(view.d[k] / s[k]);
+        view_.col[k] = static_cast<float>(view.col[k] / s[k]);
+        view_.up[k] = static_cast<float>(view.up[k] / s[k]);
+    }
     // The extent of the box along the rays, measured from its centre, with a voxel to spare
-    // on every side (ray starts are rounded to whole voxels).
+    // on every side (ray starts are rounded to whole voxels); distances in the scaled space.
     double tmin = 0, tmax = 0;
     for (int k = 0; k < 3; ++k) {
         centre_[k] = (box.lo[k] + box.hi[k] - 1) / 2.0;
-        const double a = view.d[k] * (box.lo[k] - 1 - centre_[k]);
-        const double b = view.d[k] * (box.hi[k] + 1 - centre_[k]);
+        const double a = view.d[k] * s[k] * (box.lo[k] - 1 - centre_[k]);
+        const double b = view.d[k] * s[k] * (box.hi[k] + 1 - centre_[k]);
         tmin += std::min(a, b);
         tmax += std::max(a, b);
     }
@@ -83,13 +89,13 @@ int Rays::setup(const Box& box, const View& view, int H, int W) {
     for (int k = 0; k < 3; ++k) {
         off_[k] = make_buffer<float>(static_cast<size_t>(length_));
         if (!off_[k]) return kNoBuffer;
-        for (int t = 0; t < length_; ++t) off_[k][t] = static_cast<float>(t) * view.d[k];
+        for (int t = 0; t < length_; ++t) off_[k][t] = static_cast<float>(t) * view_.d[k];
     }
     // Per axis, where s + offset crosses the bounds of the box as t grows: a truncated
     // coordinate is at least v >= 1 from v on and at least 0 from above -1 on.
     double smallest = 1.0;
     for (int k = 0; k < 3; ++k) {
-        const float d = view.d[k];
+        const float d = view_.d[k];
         auto crossing = [](int bound) { return bound == 0 ? -1.0 : static_cast<double>(bound); };
         sign_[k] = d > 0 ? 1 : (d < 0 ? -1 : 0);
         if (!sign_[k]) continue;
@@ -268,13 +274,13 @@ void trace(const Rays& rays, const Ray& ray, const Frames& frames, const Channel
 // pointers (-1), sizes and parameters (-90), the sample tables and the frame table (-9).
 // empty: trimming found nothing to draw.
 int prepare(Volume* in, Image2d image, int H, int W, bool params_ok, int azimuth, int elevation,
-            int trim, Rays& rays, Frames& frames, bool& empty) {
+            int trim, Rays& rays, Frames& frames, bool& empty, const double* scale = nullptr) {
     V3D_CHECK(CheckVolume(in, kUC, kAnyColor));
     if (!image_present(image, channels(in))) return kNullImage;
     if (H < 1 || W < 1 || !params_ok) return kInvalidParams;
     Box box;
     empty = !render_box(in, trim, box);
-    V3D_CHECK(rays.setup(box, view_of(azimuth, elevation), H, W));
+    V3D_CHECK(rays.setup(box, view_of(azimuth, elevation), H, W, scale));
     return frames.setup(in, box);
 }
 
@@ -399,11 +405,11 @@ bool whole_sums_exact(const Rays& rays) { return static_cast<long long>(rays.len
 // The pictures made of one walk per ray, without a picture-wide pass.
 template <Rule rule>
 int composite(Volume* in, Image2d image, int H, int W, int az, int el, int trim,
-              const unsigned char* threshold, bool params_ok = true) {
+              const unsigned char* threshold, bool params_ok = true, const double* scale = nullptr) {
     Rays rays;
     Frames frames;
     bool empty;
-    V3D_CHECK(prepare(in, image, H, W, params_ok, az, el, trim, rays, frames, empty));
+    V3D_CHECK(prepare(in, image, H, W, params_ok, az, el, trim, rays, frames, empty, scale));
     clear_image(image, channels(in), H, W);
     if (empty) return kOk;
     const Channels ch(in);
@@ -485,11 +491,11 @@ double depth_cue(const Depths& d, int depth) {
 unsigned char scaled(double v) { return clamp_uc(static_cast<int>(std::floor(v + 0.5))); }
 
 int surface(Volume* in, Image2d image, int H, int W, int az, int el, int trim,
-            const unsigned char* threshold, int depthcue, bool coloured) {
+            const unsigned char* threshold, int depthcue, bool coloured, const double* scale = nullptr) {
     Rays rays;
     Frames frames;
     bool empty;
-    V3D_CHECK(prepare(in, image, H, W, threshold != nullptr, az, el, trim, rays, frames, empty));
+    V3D_CHECK(prepare(in, image, H, W, threshold != nullptr, az, el, trim, rays, frames, empty, scale));
     OwnedVolume depth, colour;
     V3D_CHECK(depth.create(1, H, W, kI, kGrey));
     if (coloured) V3D_CHECK(colour.create(1, H, W, kUC, in->colortype));
@@ -514,11 +520,12 @@ int surface(Volume* in, Image2d image, int H, int W, int az, int el, int trim,
 }
 
 // Nearer set voxels brighter: 255 at the nearest depth of the picture, 55 at the farthest.
-int depth_shaded_binary(Volume* in, Image2d image, int H, int W, int az, int el, int trim) {
+int depth_shaded_binary(Volume* in, Image2d image, int H, int W, int az, int el, int trim,
+                        const double* scale) {
     Rays rays;
     Frames frames;
     bool empty;
-    V3D_CHECK(prepare(in, image, H, W, true, az, el, trim, rays, frames, empty));
+    V3D_CHECK(prepare(in, image, H, W, true, az, el, trim, rays, frames, empty, scale));
     OwnedVolume depth;
     V3D_CHECK(depth.create(1, H, W, kI, kGrey));
     const int n = channels(in);
@@ -539,9 +546,21 @@ int depth_shaded_binary(Volume* in, Image2d image, int H, int W, int az, int el,
     return kOk;
 }
 
-int binary(Volume* in, Image2d image, int H, int W, int az, int el, int trim, int param) {
-    if (param == 1) return depth_shaded_binary(in, image, H, W, az, el, trim);
-    return composite<Rule::Silhouette>(in, image, H, W, az, el, trim, nullptr, param == 0);
+int binary(Volume* in, Image2d image, int H, int W, int az, int el, int trim, int param,
+           const double* scale = nullptr) {
+    if (param == 1) return depth_shaded_binary(in, image, H, W, az, el, trim, scale);
+    return composite<Rule::Silhouette>(in, image, H, W, az, el, trim, nullptr, param == 0, scale);
+}
+
+// The voxel sizes in picture pixels: each spacing over the smallest; false for a spacing that
+// is not a finite number above 0.
+bool scale_of(double sz, double sy, double sx, double scale[3]) {
+    const double s[3] = {sz, sy, sx};
+    for (double v : s)
+        if (!finite_real(v) || v <= 0.0) return false;
+    const double least = std::min({sz, sy, sx});
+    for (int k = 0; k < 3; ++k) scale[k] = s[k] / least;
+    return true;
 }
 
 }  // namespace
@@ -596,6 +615,31 @@ int Provoli3dSurface(Volume* in, Image2d image, int H, int W, int azimuth, int e
 int Provoli3dSurfaceColor(Volume* in, Image2d image, int H, int W, int azimuth, int elevation,
                           int trim, const unsigned char* threshold, int depthcue) {
     return surface(in, image, H, W, azimuth, elevation, trim, threshold, depthcue, true);
+}
+
+int ProvoliSpaced3d(Volume* in, Image2d image, int H, int W, int mode, int azimuth, int elevation,
+                    int trim, const unsigned char* threshold, int param, double sz, double sy,
+                    double sx) {
+    double scale[3];
+    if (!scale_of(sz, sy, sx, scale) || mode < V3D_PROVOLI_THRESHOLD || mode > V3D_PROVOLI_SURFACE_COLOR) {
+        Rays unused;
+        Frames no_frames;
+        bool empty;
+        return prepare(in, image, H, W, false, azimuth, elevation, trim, unused, no_frames, empty);
+    }
+    switch (mode) {
+    case V3D_PROVOLI_THRESHOLD:
+        return composite<Rule::Threshold>(in, image, H, W, azimuth, elevation, trim, threshold,
+                                          threshold != nullptr, scale);
+    case V3D_PROVOLI_MEAN:
+        return composite<Rule::Mean>(in, image, H, W, azimuth, elevation, trim, nullptr, true, scale);
+    case V3D_PROVOLI_MAX:
+        return composite<Rule::Max>(in, image, H, W, azimuth, elevation, trim, nullptr, true, scale);
+    case V3D_PROVOLI_BINARY: return binary(in, image, H, W, azimuth, elevation, trim, param, scale);
+    default:
+        return surface(in, image, H, W, azimuth, elevation, trim, threshold, param,
+                       mode == V3D_PROVOLI_SURFACE_COLOR, scale);
+    }
 }
 
 }  // extern "C"

@@ -113,6 +113,16 @@ enum Text : int {
     kSaveProjection = 3143,        // a projection window's system-menu item
     kAlignmentTitle = 3150,        // the alignment tool's position view
     kAlignmentVolumeChanged = 3151,
+    kSpacingText = 3160,           // "%g x %g x %g mm (z, y, x)": State of Volumes
+    kOrientationText = 3161,       // "sform %d, qform %d: x %+.4g %+.4g %+.4g ..."
+    kNoOrientation = 3162,
+
+    // the open/save format dialog: samples deeper than 8 bits, and sizes that do not match
+    kDeepSamples = 3170,           // "Samples over 8 bits:"
+    kDeepScale, kDeepStretch, kDeepKeep,
+    kRawFileLonger = 3174,         // a raw volume longer than the size typed reads
+    kRawFrameLonger = 3175,        // a raw frame file longer than a frame
+    kMoreFrames = 3176,            // frames left unread
 
     kOffsetX = 5001, kOffsetY, kOffsetZ,
     kChannel1 = 5004, kChannel2, kChannel3,

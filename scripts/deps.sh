@@ -5,10 +5,11 @@ packages=(
   build-essential cmake pkg-config
   qt6-base-dev
   libtiff-dev libjpeg-dev
+  libnifti2-dev libteem-dev zlib1g-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libfftw3-dev
   clang libclang-rt-14-dev
-  imagemagick python3-pil
+  imagemagick python3-pil python3-tifffile python3-nibabel
   python3-dev pybind11-dev python3-numpy python3-pytest python3-dask python3-distributed
   xvfb xauth
 )

@@ -55,6 +55,22 @@ inline void fill_random(Volume* v, uint32_t seed, int range = 256) {
                 }
 }
 
+// Binary contents: each voxel 255 with probability percent / 100.
+inline void fill_binary(Volume* v, uint32_t seed, int percent) {
+    uint32_t s = seed * 747796405u + 1u;
+    for (int z = 0; z < v->Z; ++z)
+        for (int y = 0; y < v->Y; ++y)
+            for (int x = 0; x < v->X; ++x)
+                v->data[0].uc[z][y][x] = next_random(s) % 100 < static_cast<uint32_t>(percent) ? 255 : 0;
+}
+
+// Sets voxel (z, y, x) of UC channel c to f(z, y, x).
+template <class F> void fill(Volume* v, F f, int c = 0) {
+    for (int z = 0; z < v->Z; ++z)
+        for (int y = 0; y < v->Y; ++y)
+            for (int x = 0; x < v->X; ++x) v->data[c].uc[z][y][x] = static_cast<unsigned char>(f(z, y, x));
+}
+
 // A copy of every voxel of every channel as doubles, for comparing before and after.
 inline std::vector<double> snapshot(const Volume* v) {
     std::vector<double> out;
@@ -90,10 +106,11 @@ struct V3dRun {
     std::string out;  // what it printed, stdout and stderr together
 };
 
-// Runs "v3d ARGS" through the shell, in directory dir when one is given.
-inline V3dRun run_v3d(const std::string& args, const std::string& dir = "") {
-    const std::string command =
-        (dir.empty() ? "" : "cd '" + dir + "' && ") + "'" V3D_EXE "' " + args + " 2>&1";
+// Runs "v3d ARGS" through the shell, in directory dir and after the shell command setup (a
+// ulimit, say) when they are given.
+inline V3dRun run_v3d(const std::string& args, const std::string& dir = "", const std::string& setup = "") {
+    const std::string command = (dir.empty() ? "" : "cd '" + dir + "' && ") +
+                                (setup.empty() ? "" : setup + " && ") + "'" V3D_EXE "' " + args + " 2>&1";
     V3dRun r{-1, ""};
     FILE* p = popen(command.c_str(), "r");
     if (!p) return r;

@@ -10,6 +10,7 @@
 #include <QSignalBlocker>
 #include <QSlider>
 #include <algorithm>
+#include <cmath>
 #include <tuple>
 
 namespace view {
@@ -48,11 +49,16 @@ SectionPane::SectionPane(SectionView* owner, int index)
     viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
 }
 
-void SectionPane::set_picture(const QImage& picture, int stretch) {
+void SectionPane::set_picture(const QImage& picture, QSizeF stretch) {
     picture_ = picture;
-    stretch_ = std::max(stretch, 1);
+    stretch_ = QSizeF(std::max(stretch.width(), 1.0), std::max(stretch.height(), 1.0));
     update_ranges();
     viewport()->update();
+}
+
+QSize SectionPane::content_size() const {
+    return {static_cast<int>(std::lround(picture_.width() * stretch_.width())),
+            static_cast<int>(std::lround(picture_.height() * stretch_.height()))};
 }
 
 void SectionPane::set_mark(QPoint mark) {
@@ -72,7 +78,7 @@ QPoint SectionPane::scroll_position() const {
 void SectionPane::update_ranges() {
     const QSize content = content_size(), port = viewport()->size();
     // one step moves a voxel at high factors, a few pixels otherwise
-    const int step = std::max(stretch_, 8);
+    const int step = std::max(static_cast<int>(std::max(stretch_.width(), stretch_.height())), 8);
     for (auto [bar, length, page] : {std::tuple{horizontalScrollBar(), content.width(), port.width()},
                                      std::tuple{verticalScrollBar(), content.height(), port.height()}}) {
         bar->setRange(0, std::max(length - page, 0));
@@ -95,11 +101,17 @@ bool SectionPane::paint(QPainter& painter) {
     const QRect shown = QRect(-scroll, content_size()) & port;
     if (picture_.isNull() || shown.isEmpty()) return true;
     painter.setClipRect(shown);
-    // only the picture pixels that reach the viewport, each stretch_ x stretch_ pixels
-    const int s = stretch_;
-    const QRect source(QPoint((shown.left() + scroll.x()) / s, (shown.top() + scroll.y()) / s),
-                       QPoint((shown.right() + scroll.x()) / s, (shown.bottom() + scroll.y()) / s));
-    const QRect target(source.topLeft() * s - scroll, source.size() * s);
+    // only the picture pixels that reach the viewport, each stretched across and down
+    const double sx = stretch_.width(), sy = stretch_.height();
+    const auto cell = [](int content, double s, int last) {
+        return std::min(static_cast<int>(content / s), last);
+    };
+    const QRect source(QPoint(cell(shown.left() + scroll.x(), sx, picture_.width() - 1),
+                              cell(shown.top() + scroll.y(), sy, picture_.height() - 1)),
+                       QPoint(cell(shown.right() + scroll.x(), sx, picture_.width() - 1),
+                              cell(shown.bottom() + scroll.y(), sy, picture_.height() - 1)));
+    const QRectF target(source.left() * sx - scroll.x(), source.top() * sy - scroll.y(),
+                        source.width() * sx, source.height() * sy);
     painter.drawImage(target, picture_, source);
     painter.setPen(QPen(kMarkColour, 0));
     const QPoint mark = mark_ - scroll;

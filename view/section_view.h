@@ -26,10 +26,11 @@ class SectionPane : public QAbstractScrollArea {
 public:
     SectionPane(SectionView* owner, int index);
 
-    // The picture and how many screen pixels one of its pixels takes.
-    void set_picture(const QImage& picture, int stretch);
+    // The picture and how many screen pixels one of its pixels takes across and down (the
+    // magnification times the voxels' proportions).
+    void set_picture(const QImage& picture, QSizeF stretch);
     const QImage& picture() const { return picture_; }
-    QSize content_size() const { return picture_.size() * stretch_; }
+    QSize content_size() const;
     // The content pixel the marking lines go through.
     void set_mark(QPoint mark);
     QPoint mark() const { return mark_; }
@@ -54,7 +55,7 @@ private:
     SectionView* owner_;
     int index_;
     QImage picture_;
-    int stretch_ = 1;
+    QSizeF stretch_{1.0, 1.0};
     QPoint mark_{-1, -1};
 };
 

@@ -13,17 +13,6 @@
 namespace app {
 namespace {
 
-// The reader's naming of what the format dialog describes: a single file's base name and
-// extension, or the series' base name and the first extension.
-void reader_names(const FormatRequest& f, std::string& base, std::string& ext) {
-    if (single_file(f.format)) {
-        split_file_name(f.file, base, ext);
-    } else {
-        base = f.base;
-        ext = f.exts[0];
-    }
-}
-
 // The format's check, the target slot ("Get Volume" with the dimensions found), the volume
 // prepared or created, then the format's reader.
 void open_volume(const CommandSpec&) {
@@ -34,21 +23,25 @@ void open_volume(const CommandSpec&) {
     if (!format) return;
     std::string base, ext;
     reader_names(f, base, ext);
-    const int count = f.last - f.first + 1;
     ImageSequenceInfo info{};
     if (format->raw) {
         info.X = f.width, info.Y = f.height, info.type = f.type;
         info.colortype = fixed_colortype(f.format) ? fixed_colortype(f.format) : f.colortype;
     }
+    int first = 0, count = 0;  // a volume file's time point is its frames
     {
         WaitCursor wait;
-        if (const int status =
-                format->check(base.c_str(), f.first, f.digits, ext.c_str(), count, &info)) {
+        int status = frame_range(f, first, count);
+        if (status == 0)
+            status = sample_file(f) ? check_sample_file(f, info)
+                                    : format->check(base.c_str(), first, f.digits, ext.c_str(), count, &info);
+        if (status) {
             error_handler(status);
             return;
         }
     }
     if (info.Z < 1) info.Z = count;
+    const ReadPlan plan = read_plan(info, f.deep);  // samples over 8 bits as the dialog says
     SelectRequest r;
     r.kind = SelectKind::OpenTarget;
     r.caption = res::text(res::kSelectToOpen);
@@ -63,11 +56,11 @@ void open_volume(const CommandSpec&) {
     bool created = false;
     if (vol) {
         const int fit =
-            VerifyOutputVolume(vol, info.X, info.Y, info.Z, info.type, info.colortype, true);
+            VerifyOutputVolume(vol, info.X, info.Y, info.Z, plan.type, info.colortype, true);
         if (fit == kDeclined || fit == kReallocFailed) return;
     } else {
         // a new volume from a file is subject to the restricted edition's size limit
-        const int type = info.type == V3D_TYPE_UC ? V3D_TYPE_UC_FROM_FILE : info.type;
+        const int type = plan.type == V3D_TYPE_UC ? V3D_TYPE_UC_FROM_FILE : plan.type;
         const int status = CreateVolumeEx(type, info.colortype, info.Z, info.Y, info.X, 0, &vol);
         if (status) {
             if (status != -1) error_handler(status);
@@ -75,7 +68,7 @@ void open_volume(const CommandSpec&) {
         }
         created = true;
     }
-    if (const int status = format->read(vol, base.c_str(), f.first, f.digits, ext.c_str(), info.Z)) {
+    if (const int status = read_frames(f, plan, vol, first, info.Z)) {
         error_handler(status);
         if (created) DestroyVolume(vol);
         return;

@@ -1,6 +1,7 @@
 // The frame gallery (command 1315): the frames of a volume's VOI as tiles of one picture in a
 // projection window of the gallery type, rendered again whenever the volume changes.
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "app/command_table.h"
@@ -19,9 +20,17 @@ constexpr long long kMaxPixels = 1LL << 26;
 // The client width assumed when no window system tells one.
 constexpr int kDefaultWidth = 1024;
 
-// The tile height the library derives from a tile width: the frames' aspect ratio, truncated.
-long long tile_height(int ey, int ex, long long tw) {
-    return static_cast<long long>(static_cast<double>(ey) / ex * static_cast<double>(tw));
+// The tile height the library derives from a tile width: the frames' aspect ratio in their
+// true proportions, truncated.
+long long tile_height(int ey, int ex, long long tw, double aspect) {
+    return static_cast<long long>(static_cast<double>(ey) / ex * static_cast<double>(tw) * aspect);
+}
+
+// Rows over columns of the frames' voxels: tiles keep the frames' true proportions.
+double aspect_of(const Volume* vol) {
+    double sz, sy, sx;
+    if (GetVolumeSpacing(const_cast<Volume*>(vol), &sz, &sy, &sx) != 0) return 1.0;
+    return sy / sx;
 }
 
 GalleryLayout layout_of(const Projection* p) {
@@ -79,11 +88,14 @@ static_assert(sizeof(GalleryLayout) <= kGalleryUserArea);
 bool gallery_picture_size(const Volume* vol, int n, int width, int& W, int& H) {
     const int ex = vol->x2 - vol->x1, ey = vol->y2 - vol->y1, frames = vol->z2 - vol->z1;
     if (ex < 2 || ey < 2 || frames < 1 || n < 1) return false;
+    const double aspect = aspect_of(vol);
     long long tw = std::max(kMinTile, std::min(ex, width / n));
-    tw = std::max(tw, (static_cast<long long>(kMinTile) * ex + ey - 1) / ey);
-    while (tile_height(ey, ex, tw) < kMinTile) ++tw;
+    const double widest = std::ceil(kMinTile * ex / (ey * aspect));
+    if (!(widest <= kMaxPixels)) return false;  // frames too flat in their proportions
+    tw = std::max(tw, static_cast<long long>(widest));
+    while (tile_height(ey, ex, tw, aspect) < kMinTile) ++tw;
     const long long rows = (frames + n - 1) / n;
-    const long long w = tw * n, h = tile_height(ey, ex, tw) * rows;
+    const long long w = tw * n, h = tile_height(ey, ex, tw, aspect) * rows;
     if (w > kMaxPixels || h > kMaxPixels || w * h > kMaxPixels) return false;
     W = static_cast<int>(w);
     H = static_cast<int>(h);
@@ -97,7 +109,8 @@ int render_gallery(const Projection* p, Buffer* buffer) {
     OwnedVolume frame(1, buffer->height, buffer->width, V3D_TYPE_UC, buffer->colortype);
     if (frame.status()) return frame.status();
     auto* vol = static_cast<Volume*>(p->source);
-    if (const int status = ProduceFrameGallery3d(vol, frame.get(), layout.frames_per_row, layout.method))
+    if (const int status = ProduceFrameGallery3dAspect(vol, frame.get(), layout.frames_per_row, layout.method,
+                                                       aspect_of(vol)))
         return status;
     const int channels = buffer->colortype == V3D_COLOR_RGB ? 3 : 1;
     for (int c = 0; c < channels; ++c)

@@ -1,6 +1,7 @@
 #include "app/tools/sections.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "res/strings.h"
 
@@ -19,14 +20,22 @@ Point voxel_of(int pane, const Point& p, int r, int c) {
     }
 }
 
-// A voxel coordinate at a setting: the content pixel it starts at, or (s >= 1) the middle of
-// the s pixels it takes.
-int pixel_of(int coordinate, int setting) {
-    return setting >= 1 ? coordinate * setting + setting / 2 : coordinate / -setting;
-}
+// The axes (0 x, 1 y, 2 z) that run across and down a pane.
+int across(int pane) { return pane == kYZ ? 2 : 0; }
+int down(int pane) { return pane == kXZ ? 2 : 1; }
+
+// The picture pixel of a voxel coordinate, and the picture length of an extent (all samples
+// for s >= 1, every |s|-th otherwise).
+int picture_pixel(int coordinate, int setting) { return setting >= 1 ? coordinate : coordinate / -setting; }
+
+// The content pixel in the middle of the screen pixels a picture pixel takes.
+int middle_of(int pixel, double stretch) { return static_cast<int>(std::floor((pixel + 0.5) * stretch)); }
 
 // The section coordinate under a content pixel.
-int coordinate_of(int pixel, int setting) { return setting >= 1 ? pixel / setting : pixel * -setting; }
+int coordinate_of(int content, double stretch, int setting) {
+    const int pixel = static_cast<int>(std::floor(content / stretch));
+    return setting >= 1 ? pixel : pixel * -setting;
+}
 
 }  // namespace
 
@@ -42,6 +51,8 @@ std::string factor_text(int trackbar, int setting) {
 
 int scaled(int n, int setting) { return setting >= 1 ? n * setting : n / -setting; }
 
+int span(int n, double stretch) { return static_cast<int>(std::lround(n * stretch)); }
+
 int edit_of_pane(int pane) {
     // XY is cut at z (edit 3), XZ at y (edit 5), YZ at x (edit 4)
     static const int edits[kPanes] = {0, 2, 1};
@@ -54,7 +65,15 @@ Record Record::create(Volume* vol, int w, int h) {
     r.split_x = w / 2;
     r.split_y = h / 2;
     r.point = {vol->X / 2, vol->Y / 2, vol->Z / 2};
+    r.read_proportions();
     return r;
+}
+
+void Record::read_proportions() {
+    double s[3] = {1.0, 1.0, 1.0};  // z, y, x
+    GetVolumeSpacing(vol, &s[0], &s[1], &s[2]);
+    const double least = std::min({s[0], s[1], s[2]});
+    for (int axis = 0; axis < 3; ++axis) proportion[axis] = std::min(s[2 - axis] / least, kMaxProportion);
 }
 
 void Record::extent(int pane, int& cols, int& rows) const {
@@ -89,27 +108,31 @@ Picture Record::picture(int pane) const {
 void Record::content_size(int pane, int& w, int& h) const {
     int cols, rows;
     extent(pane, cols, rows);
-    w = scaled(cols, settings[pane]);
-    h = scaled(rows, settings[pane]);
+    w = span(picture_pixel(cols, settings[pane]), stretch_x(pane));
+    h = span(picture_pixel(rows, settings[pane]), stretch_y(pane));
 }
 
-int Record::stretch(int pane) const { return std::max(settings[pane], 1); }
+double Record::stretch_x(int pane) const { return std::max(settings[pane], 1) * proportion[across(pane)]; }
+double Record::stretch_y(int pane) const { return std::max(settings[pane], 1) * proportion[down(pane)]; }
 
 bool Record::voxel_at(int pane, int px, int py, Point& voxel) const {
     int w, h;
     content_size(pane, w, h);
     if (px < 0 || py < 0 || px >= w || py >= h) return false;
     const int s = settings[pane];
-    voxel = voxel_of(pane, point, coordinate_of(py, s), coordinate_of(px, s));
-    return true;
+    voxel = voxel_of(pane, point, coordinate_of(py, stretch_y(pane), s), coordinate_of(px, stretch_x(pane), s));
+    int cols, rows;
+    extent(pane, cols, rows);  // the last screen pixel may round past the picture's edge
+    const int col = pane == kYZ ? voxel.z : voxel.x, row = pane == kXZ ? voxel.z : voxel.y;
+    return col < cols && row < rows;
 }
 
 void Record::mark(int pane, int& px, int& py) const {
     const int s = settings[pane];
     const int col = pane == kYZ ? point.z : point.x;
     const int row = pane == kXZ ? point.z : point.y;
-    px = pixel_of(col, s);
-    py = pixel_of(row, s);
+    px = middle_of(picture_pixel(col, s), stretch_x(pane));
+    py = middle_of(picture_pixel(row, s), stretch_y(pane));
 }
 
 int Record::move_trackbar(int trackbar, int position) {

@@ -2,6 +2,11 @@
 // current point of a UC volume (the XY frame at z, the XZ plane at y, the YZ plane at x), each
 // with its own magnification, the panes separated by two movable splitter gaps. The window
 // (view::SectionView) paints what these rules compute and reports what the user did.
+//
+// Sections are drawn in the volume's true proportions: a pane stretches each of its directions
+// by that axis's voxel spacing over the smallest of the three (GetVolumeSpacing), on top of its
+// magnification, so that the XZ and YZ panes of a 0.5 x 0.5 x 5 mm series are ten times as tall
+// in Z as the frames' voxels are wide. Cubic voxels (every volume without a spacing) stretch by 1.
 #pragma once
 
 #include <string>
@@ -22,6 +27,9 @@ constexpr int kFirstTrackbar = 6;     // trackbars 6, 7, 8
 constexpr int kTrackbarMin = 0, kTrackbarMax = 100, kTrackbarStart = 50;
 constexpr int kTickFrequency = 10;
 constexpr int kTrackbarWidth = 100;
+// The largest stretch for proportions: a spacing ratio beyond it (a mistyped spacing) would
+// make panes of absurd sizes.
+constexpr double kMaxProportion = 32.0;
 
 struct Rect {
     int x = 0, y = 0, w = 0, h = 0;
@@ -46,6 +54,8 @@ double factor(int setting);
 std::string factor_text(int trackbar, int setting);
 // A length of n voxels on the screen: n * s, or n / |s| (integer division).
 int scaled(int n, int setting);
+// n picture pixels stretched by stretch screen pixels each, rounded.
+int span(int n, double stretch);
 
 // ---- layout -------------------------------------------------------------------------------
 
@@ -88,10 +98,14 @@ struct Record {
     int settings[kPanes] = {1, 1, 1};  // factor 1 while the trackbars stand at 50
     int split_x = 0, split_y = 0;
     Point point;
+    // screen pixels per voxel along x, y and z at magnification 1: the true proportions
+    double proportion[3] = {1.0, 1.0, 1.0};
 
     // A record for a view of vol whose client is w x h: the splitters at the middle, the point
-    // at the volume's middle.
+    // at the volume's middle, the proportions of its voxels.
     static Record create(Volume* vol, int w, int h);
+    // The proportions from the volume's spacing again (it may have changed since).
+    void read_proportions();
 
     // The section extent of a pane in voxels (columns, rows).
     void extent(int pane, int& cols, int& rows) const;
@@ -100,8 +114,10 @@ struct Record {
     Picture picture(int pane) const;
     // The pane's content size on the screen (the picture stretched or sampled).
     void content_size(int pane, int& w, int& h) const;
-    // How many screen pixels one picture pixel takes (s for s >= 1, else 1).
-    int stretch(int pane) const;
+    // How many screen pixels one picture pixel takes across and down: s for s >= 1, else 1,
+    // times the proportion of the pane's axis in that direction.
+    double stretch_x(int pane) const;
+    double stretch_y(int pane) const;
     // The voxel under content pixel (px, py) of a pane (scroll position included); false off
     // the section.
     bool voxel_at(int pane, int px, int py, Point& voxel) const;

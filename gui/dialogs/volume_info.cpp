@@ -23,11 +23,20 @@ VolumeInfoDialog::VolumeInfoDialog(Kind kind, QWidget* parent) : QDialog(parent)
     fill_list(list_, app::volume_list(V3D_TYPE_ANY, V3D_COLOR_ANY, 1, unused));
     top->addLayout(left);
     auto* right = new QVBoxLayout;
-    right->addLayout(volume_fields(this, fields_, kind == State));
+    QFormLayout* form = volume_fields(this, fields_, kind == State);
+    right->addLayout(form);
     for (QLineEdit* e : {fields_.x, fields_.y, fields_.z, fields_.info}) e->setReadOnly(true);
     if (kind == SetVoi) {
         fields_.info->setReadOnly(false);
         right->addLayout(voi_fields(this, voi_));
+    } else {
+        // what a file told of its voxels (or 1 x 1 x 1): the size and where they lie
+        spacing_ = make_edit(7030, this);
+        orientation_ = make_edit(7031, this);
+        for (QLineEdit* e : {spacing_, orientation_}) e->setReadOnly(true);
+        orientation_->setMinimumWidth(orientation_->fontMetrics().averageCharWidth() * 40);
+        form->addRow("Voxel Spacing:", spacing_);
+        form->addRow("Orientation:", orientation_);
     }
     top->addLayout(right);
     auto* main = new QVBoxLayout(this);
@@ -41,6 +50,13 @@ void VolumeInfoDialog::selected() {
     const Volume* v = volume_of(list_);
     if (!v) return;
     show_volume(v, fields_);
+    if (spacing_) {
+        Volume* shown = volume_of(list_);
+        spacing_->setText(QString::fromStdString(app::spacing_text(shown)));
+        orientation_->setText(QString::fromStdString(app::orientation_text(shown)));
+        orientation_->setCursorPosition(0);
+        orientation_->setToolTip(orientation_->text());  // longer than the field
+    }
     if (kind_ == SetVoi) {
         show_voi(v, voi_);
         ok_->setEnabled(true);

@@ -1,4 +1,5 @@
-// "State Of Volumes" (read-only) and "Set VOI" (applies the VOI on OK).
+// "State Of Volumes" (read-only; also the voxel spacing 7030 and orientation 7031 a volume
+// carries) and "Set VOI" (applies the VOI on OK).
 #pragma once
 
 #include "gui/dialogs/common.h"
@@ -20,6 +21,7 @@ private:
     QListWidget* list_;
     VolumeFields fields_;
     QLineEdit* voi_[6] = {};
+    QLineEdit *spacing_ = nullptr, *orientation_ = nullptr;
     QPushButton* ok_;
 };
 

@@ -57,10 +57,28 @@ Window* find_window(void* handle) {
     return nullptr;
 }
 
+// The volume's voxel spacing (z, y, x) when the view draws it and it is not cubic.
+bool spacing_to_draw(const View& v, Volume* vol, double s[3]) {
+    if (!v.proportions || GetVolumeSpacing(vol, &s[0], &s[1], &s[2]) != 0) return false;
+    return !(s[0] == s[1] && s[1] == s[2]);
+}
+
+// Voxels that are not cubes go through the library's spaced renderer, which draws the same
+// pictures in the voxels' proportions (one pixel per smallest spacing).
+int render_spaced(const View& v, Volume* vol, Buffer* b, const unsigned char* threshold, const double s[3]) {
+    static const int kModes[] = {V3D_PROVOLI_MAX, V3D_PROVOLI_MEAN, V3D_PROVOLI_THRESHOLD, V3D_PROVOLI_SURFACE};
+    int mode = kModes[v.mode];
+    if (mode == V3D_PROVOLI_SURFACE && vol->colortype == V3D_COLOR_RGB) mode = V3D_PROVOLI_SURFACE_COLOR;
+    return ProvoliSpaced3d(vol, b->image, b->height, b->width, mode, v.azimuth, v.elevation, v.trim,
+                           threshold, v.depth_cue, s[0], s[1], s[2]);
+}
+
 int render(const View& v, Volume* vol, Buffer* b) {
     const auto t = static_cast<unsigned char>(v.threshold);
     const unsigned char threshold[3] = {t, t, t};
     const int H = b->height, W = b->width;
+    double spacing[3];
+    if (spacing_to_draw(v, vol, spacing)) return render_spaced(v, vol, b, threshold, spacing);
     switch (v.mode) {
     case kMaximum: return ProvoliMax3d(vol, b->image, H, W, v.azimuth, v.elevation, v.trim);
     case kMean: return ProvoliAvrg3d(vol, b->image, H, W, v.azimuth, v.elevation, v.trim);
@@ -75,10 +93,16 @@ int render(const View& v, Volume* vol, Buffer* b) {
     }
 }
 
-// A square picture as wide as the VOI's diagonal, so that every direction sees the whole box,
-// but no larger than the frame window's client area.
-int picture_side(const Volume* v) {
-    const double ex = v->x2 - v->x1, ey = v->y2 - v->y1, ez = v->z2 - v->z1;
+// A square picture as wide as the VOI's diagonal (in its true proportions when the view draws
+// them), so that every direction sees the whole box, but no larger than the frame window's
+// client area.
+int picture_side(const View& view, Volume* v) {
+    double s[3] = {1, 1, 1};
+    if (spacing_to_draw(view, v, s)) {
+        const double least = std::min({s[0], s[1], s[2]});
+        for (double& k : s) k /= least;
+    }
+    const double ex = (v->x2 - v->x1) * s[2], ey = (v->y2 - v->y1) * s[1], ez = (v->z2 - v->z1) * s[0];
     int side = static_cast<int>(std::ceil(std::sqrt(ex * ex + ey * ey + ez * ez)));
     if (const auto* client = static_cast<const QWidget*>(GetVexilo3DInfo()->client_window))
         side = std::min({side, client->width() - kFrameAllowance, client->height() - kFrameAllowance});
@@ -163,7 +187,7 @@ int render_command(int mode) {
     view = g_last = dialog.view();
     if (g_projection_type < 0) g_projection_type = RegisterProjectionType();
 
-    const int side = picture_side(vol);
+    const int side = picture_side(view, vol);
     Buffer* buffer = CreateBuffer(vol->colortype, side, side);
     Projection* proj = CreateProjection(g_projection_type, vol, sizeof(View));
     int status = buffer && proj ? 0 : V3D_ERR_NO_BUFFER;

@@ -28,11 +28,14 @@ RenderDialog::RenderDialog(const View& view, QWidget* parent) : QDialog(parent),
     depth_cue_->setChecked(view.depth_cue);
     trim_ = new QCheckBox("Only the object's bounding box", this);
     trim_->setChecked(view.trim);
+    proportions_ = new QCheckBox("Voxels in their spacing's proportions", this);
+    proportions_->setChecked(view.proportions);
     form->addRow("Azimuth:", azimuth_);
     form->addRow("Elevation:", elevation_);
     form->addRow("Threshold:", threshold_);
     form->addRow("Depth cue:", depth_cue_);
     form->addRow("Trim:", trim_);
+    form->addRow("True proportions:", proportions_);
     // the maximum and the mean take every voxel; only the surface is shaded by depth
     threshold_->setEnabled(view.mode == kThreshold || view.mode == kSurface);
     depth_cue_->setEnabled(view.mode == kSurface);
@@ -49,6 +52,7 @@ View RenderDialog::view() const {
     v.threshold = threshold_->value();
     v.depth_cue = depth_cue_->isChecked() ? 1 : 0;
     v.trim = trim_->isChecked() ? 1 : 0;
+    v.proportions = proportions_->isChecked() ? 1 : 0;
     return v;
 }
 

@@ -1,5 +1,6 @@
 // The render module's one dialog: the view direction (azimuth, elevation), the threshold, the
-// depth cue and trimming to the object, as far as the chosen renderer uses them.
+// depth cue, trimming to the object and the voxels' true proportions, as far as the chosen
+// renderer uses them.
 #pragma once
 
 #include <QDialog>
@@ -19,6 +20,7 @@ struct View {
     int threshold = 100;               // threshold and surface: voxels above it count
     int depth_cue = 1;                 // surface: farther is darker
     int trim = 0;                      // 1: only the bounding box of the non-zero voxels
+    int proportions = 1;               // 1: voxels drawn in their spacing's proportions
 };
 
 class RenderDialog : public QDialog {
@@ -31,7 +33,7 @@ public:
 private:
     View view_;
     QSpinBox *azimuth_, *elevation_, *threshold_;
-    QCheckBox *depth_cue_, *trim_;
+    QCheckBox *depth_cue_, *trim_, *proportions_;
 };
 
 }  // namespace render

@@ -46,7 +46,8 @@ public:
 };
 
 // The raw volume first (the workstation reads it from its command line), the multi-page TIFF
-// stack, then every image-sequence writer of the library in the order of its open dialog.
+// stack, then every writer of the library in the order of its open dialog (the volume files
+// last: they keep the voxel spacing and orientation).
 std::vector<Choice> volume_choices() {
     std::vector<Choice> choices;
     auto add = [&choices](int index) {
@@ -58,6 +59,9 @@ std::vector<Choice> volume_choices() {
         if (index == V3D_FORMAT_TIFF_STACK || index == V3D_FORMAT_TIFF) patterns = "*.tif *.tiff";
         if (index == V3D_FORMAT_JPEG) patterns = "*.jpg *.jpeg";
         if (index == V3D_FORMAT_PNM) patterns = "*.pgm *.ppm";
+        if (index == V3D_FORMAT_NIFTI) patterns = "*.nii *.nii.gz *.hdr";
+        if (index == V3D_FORMAT_NRRD) patterns = "*.nrrd *.nhdr";
+        if (index == V3D_FORMAT_METAIMAGE) patterns = "*.mha *.mhd";
         choices.push_back({QString("%1 (%2)").arg(f->title, patterns), ext, index});
     };
     add(V3D_FORMAT_RAW_VOLUME);

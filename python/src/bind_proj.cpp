@@ -30,7 +30,8 @@ py::array render(py::handle input, py::handle voi, py::handle shape, Fallback fa
     Call call;
     Volume* in = call.input(input, voi);
     const Triple e = voi_extent(in);
-    const auto [h, w] = picture_size(shape, fallback(e));
+    const auto size = picture_size(shape, fallback(e));
+    const int h = size.first, w = size.second;  // plain names: lambdas cannot capture bindings in C++17
     if (h < 1 || w < 1) raise_status(V3D_ERR_INVALID_PARAMS);
     Picture picture(in->colortype == V3D_COLOR_RGB ? 3 : 1, h, w);
     call.run([&] { return draw(in, picture.image(), h, w); });

@@ -30,4 +30,21 @@ TEST(CommandLine, TakesTheRawVolumeGrammarAndRefusesWhatItCannotRead) {
     EXPECT_TRUE(app::parse_command_line({}, none, error));
 }
 
+TEST(CommandLine, TakesFileVoxelTypesByteOrderOffsetAndSpacing) {
+    app::CommandLine line;
+    std::string error;
+    ASSERT_TRUE(app::parse_command_line({"--size", "2x3x4", "--type", "i16", "--endian", "big", "--byte-offset",
+                                         "352", "--spacing", "5,0.5,0.5", "ct.img"}, line, error)) << error;
+    const cli::RawVolumeSpec& v = line.volume;
+    EXPECT_EQ(std::vector<int>({v.type, v.sample, v.big_endian ? 1 : 0}), std::vector<int>({V3D_TYPE_I, V3D_SAMPLE_S16, 1}));
+    EXPECT_EQ(v.offset, 352);
+    EXPECT_EQ(std::vector(v.spacing, v.spacing + 3), std::vector({5.0, 0.5, 0.5}));
+    for (const auto& bad : std::vector<std::vector<std::string>>{
+             {"--type", "u64"}, {"--endian", "native"}, {"--byte-offset", "-1"}, {"--spacing", "1,1"},
+             {"--spacing", "1,nan,1"}}) {
+        app::CommandLine refused;
+        EXPECT_FALSE(app::parse_command_line(bad, refused, error)) << bad.at(0) << " " << bad.at(1);
+    }
+}
+
 }  // namespace

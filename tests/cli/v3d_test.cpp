@@ -1,7 +1,5 @@
 // The v3d tool end to end on temporary files.
-#include <cstdio>
 #include <string>
-#include <utility>
 
 #include "support.h"
 
@@ -57,33 +55,4 @@ TEST(V3d, ConvertsTypesThroughFiles) {
     EXPECT_EQ(read_file(f).size(), 8u * 12 * 16 * 4);
     ASSERT_EQ(v3d_run("f2uc --in " + f + " --size 8x12x16 --type f --out " + back).code, 0);
     EXPECT_EQ(read_file(back), read_file(in));
-}
-
-TEST(V3d, FailuresPrintTheStatusTextAndExitNonZero) {
-    const std::string in = write_phantom();
-    const std::pair<std::string, const char*> cases[] = {
-        {"count --in " + in + " --size 8x12x16 --voi 0:9,0:12,0:16", "Invalid VOI definitions"},
-        {"count --in " + in + " --size 9x12x16", "fread error"},  // the file is too short
-        {"and --in " + in + " --in2 " + in + " --size 8x12x16 --out " + t3d::temp_path("x.raw"),
-         "Volume is not binary"},
-        // the file is measured before a volume of that size is made
-        {"count --in " + in + " --size 100000x100000x100000", "fewer than its description needs"},
-    };
-    for (const auto& c : cases) {
-        const Result r = v3d_run(c.first);
-        EXPECT_EQ(r.code, 1) << c.first;
-        EXPECT_NE(r.out.find(c.second), std::string::npos) << r.out;
-    }
-}
-
-TEST(V3d, MistakesInTheCommandLineExitWithTwo) {
-    const std::string in = write_phantom(), out = t3d::temp_path("cli_typo.raw");
-    std::remove(out.c_str());
-    EXPECT_EQ(v3d_run("rotate2d --in " + in + " --size 8x12x16 --angel 5 --out " + out).code, 2);
-    const Result r = v3d_run("symmetric --in " + in + " --size 8x12x16 --colour 3 --out " + out);
-    EXPECT_EQ(r.code, 2);
-    EXPECT_NE(r.out.find("unknown option --colour"), std::string::npos) << r.out;
-    EXPECT_TRUE(read_file(out).empty());  // nothing written
-    EXPECT_EQ(v3d_run("count --in " + in + " --size 8x12").code, 2);
-    EXPECT_EQ(v3d_run("count --in " + in + " --size 8x12x16 --type double").code, 2);
 }

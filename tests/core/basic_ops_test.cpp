@@ -1,23 +1,14 @@
 // Basic operations: check orders, exact values, writes confined to the VOI or the target box.
+#include <algorithm>
+#include <climits>
 #include <cmath>
+#include <string>
 #include <vector>
 
 #include "core/parallel.h"
 #include "support.h"
 
 using t3d::Vol;
-
-namespace {
-
-// Fills a binary one-channel volume from a seed.
-void fill_binary(Volume* v, uint32_t seed) {
-    t3d::fill_random(v, seed, 2);
-    for (int z = 0; z < v->Z; ++z)
-        for (int y = 0; y < v->Y; ++y)
-            for (int x = 0; x < v->X; ++x) v->data[0].uc[z][y][x] *= 255;
-}
-
-}  // namespace
 
 TEST(ClearVolume, WritesOnlyTheVoiAndChecksEveryValueFirst) {
     Vol v(4, 4, 4, 1, 2);
@@ -139,11 +130,83 @@ TEST(UCVolume2FVolume, ConvertsAtAnOffset) {
     EXPECT_EQ(out.f(0, 0, 0, 0), 0.0f);
 }
 
+TEST(IVolume2FVolume, ConvertsAtAnOffsetAndChecksLikeTheUCConversion) {
+    Vol in(2, 2, 3, 4, 2), out(3, 2, 4, 2, 2), grey(3, 2, 4, 2, 1);
+    t3d::fill_random(in.get(), 4, 70000);
+    in.i(1, 1, 2, 1) = 16777217;  // the nearest float is 2^24
+    EXPECT_EQ(IVolume2FVolume(out.get(), out.get(), 0, 0, 0), -502);
+    EXPECT_EQ(IVolume2FVolume(in.get(), in.get(), 0, 0, 0), -502);
+    EXPECT_EQ(IVolume2FVolume(in.get(), grey.get(), 0, 0, 0), -523);
+    EXPECT_EQ(IVolume2FVolume(in.get(), out.get(), 0, 0, -1), -90);
+    EXPECT_EQ(IVolume2FVolume(in.get(), out.get(), 0, 1, 0), -520);
+    ASSERT_EQ(IVolume2FVolume(in.get(), out.get(), 1, 0, 1), 0);
+    EXPECT_EQ(out.f(2, 1, 3, 1), 16777216.0f);
+    EXPECT_EQ(out.f(1, 0, 1, 2), static_cast<float>(in.i(0, 0, 0, 2)));
+    EXPECT_EQ(out.f(0, 0, 0, 0), 0.0f);
+}
+
+// floor(255 (v - low) / (high - low) + 0.5) clamped, computed the plain way.
+int windowed(long long v, long long low, long long high) {
+    const double t = std::floor(255.0 * static_cast<double>(v - low) / static_cast<double>(high - low) + 0.5);
+    return t < 0 ? 0 : t > 255 ? 255 : static_cast<int>(t);
+}
+
+TEST(IVolume2UCVolume_window, MapsTheWindowLinearlyInsideTheVoi) {
+    Vol in(3, 4, 5, 4, 2), out(3, 4, 6, 1, 2);
+    t3d::fill_random(in.get(), 12, 40000);
+    in.voi(1, 3, 0, 3, 1, 5);
+    in.i(1, 0, 1, 1) = INT_MIN;  // far outside any window: clamped, no overflow
+    in.i(2, 2, 4, 0) = INT_MAX;
+    const struct { int low, high; } windows[] = {{-1024, 3071}, {0, 1}, {-5, 65535}, {0, 0}};
+    for (const auto& w : windows) {
+        SCOPED_TRACE(std::to_string(w.low) + ":" + std::to_string(w.high));
+        for (int c = 0; c < 3; ++c)
+            for (int z = 0; z < 3; ++z)
+                for (int y = 0; y < 4; ++y)
+                    for (int x = 0; x < 6; ++x) out.uc(z, y, x, c) = 77;
+        ASSERT_EQ(IVolume2UCVolume_window(in.get(), out.get(), w.low, w.high), 0);
+        long long low = w.low, high = w.high;
+        if (low == 0 && high == 0) {  // the minimum and maximum of the VOI, all channels
+            low = INT_MAX, high = INT_MIN;
+            for (int c = 0; c < 3; ++c)
+                for (int z = 1; z < 3; ++z)
+                    for (int y = 0; y < 3; ++y)
+                        for (int x = 1; x < 5; ++x) low = std::min<long long>(low, in.i(z, y, x, c)),
+                                                    high = std::max<long long>(high, in.i(z, y, x, c));
+        }
+        for (int c = 0; c < 3; ++c)
+            for (int z = 0; z < 3; ++z)
+                for (int y = 0; y < 4; ++y)
+                    for (int x = 0; x < 6; ++x) {
+                        const bool inside = z >= 1 && y < 3 && x >= 1 && x < 5;
+                        ASSERT_EQ(out.uc(z, y, x, c), inside ? windowed(in.i(z, y, x, c), low, high) : 77)
+                            << c << " " << z << " " << y << " " << x;
+                    }
+    }
+    EXPECT_EQ(windowed(-1024, -1024, 3071), 0);
+    EXPECT_EQ(out.uc(2, 2, 4, 0), 255);
+}
+
+TEST(IVolume2UCVolume_window, ConstantVolumesAndChecks) {
+    Vol in(1, 2, 2, 4), out(1, 2, 2, 1), f(1, 2, 2, 2), small(1, 2, 1, 1), rgb(1, 2, 2, 1, 2);
+    for (int value : {300, -5, 7}) {
+        for (int i = 0; i < 4; ++i) in.i(0, i / 2, i % 2) = value;
+        ASSERT_EQ(IVolume2UCVolume_window(in.get(), out.get(), 0, 0), 0);
+        EXPECT_EQ(out.uc(0, 1, 1), value < 0 ? 0 : std::min(value, 255)) << value;
+    }
+    EXPECT_EQ(IVolume2UCVolume_window(f.get(), out.get(), 0, 1), -502);
+    EXPECT_EQ(IVolume2UCVolume_window(in.get(), f.get(), 0, 1), -502);
+    EXPECT_EQ(IVolume2UCVolume_window(in.get(), small.get(), 0, 1), -520);
+    EXPECT_EQ(IVolume2UCVolume_window(in.get(), rgb.get(), 0, 1), -523);
+    EXPECT_EQ(IVolume2UCVolume_window(in.get(), out.get(), 2, 1), -90);
+    EXPECT_EQ(IVolume2UCVolume_window(in.get(), out.get(), 5, 5), -90);
+    EXPECT_EQ(IVolume2UCVolume_window(nullptr, out.get(), 0, 1), -501);
+}
+
 TEST(CountNonZeroSurfacePoints3d, IgnoresTheVoiBorderLayer) {
     Vol full(5, 5, 5), padded(7, 7, 7);
-    for (int z = 0; z < 5; ++z)
-        for (int y = 0; y < 5; ++y)
-            for (int x = 0; x < 5; ++x) full.uc(z, y, x) = padded.uc(z + 1, y + 1, x + 1) = 255;
+    t3d::fill(full.get(), [](int, int, int) { return 255; });
+    t3d::fill(padded.get(), [](int z, int y, int x) { return std::max({z, y, x}) < 6 && std::min({z, y, x}) > 0 ? 255 : 0; });
     unsigned int n = 1;
     ASSERT_EQ(CountNonZeroSurfacePoints3d(full.get(), &n), 0);
     EXPECT_EQ(n, 0u);
@@ -185,8 +248,8 @@ TEST(Metrics, CountMinMaxAndBoundingBoxOverTheVoi) {
 
 TEST(Logic, CombinesBinaryVolumesOverTheFirstVoi) {
     Vol a(3, 4, 5), b(3, 4, 5), out(3, 4, 5);
-    fill_binary(a.get(), 1);
-    fill_binary(b.get(), 2);
+    t3d::fill_binary(a.get(), 1, 50);
+    t3d::fill_binary(b.get(), 2, 50);
     a.voi(1, 3, 0, 4, 1, 5);
     ASSERT_EQ(xor3d(a.get(), a.get(), out.get()), 0);
     ASSERT_EQ(and3d(a.get(), b.get(), out.get()), 0);

@@ -171,6 +171,8 @@ std::vector<Config> library_configs() {
     c.push_back({"FVolume2UCVolume", [](World& w) { return FVolume2UCVolume(w[F], w[OUT], 1, 1, 1); }, out});
     c.push_back({"FVolume2UCVolume_norm", [](World& w) { return FVolume2UCVolume_norm(w[F], w[OUT], 0, 0, 0); }, out});
     c.push_back({"UCVolume2FVolume", [](World& w) { return UCVolume2FVolume(w[A], w[FO1], 0, 0, 0); }, fo1});
+    c.push_back({"IVolume2FVolume", [](World& w) { return IVolume2FVolume(w[ACC], w[FO1], 1, 2, 0); }, fo1});
+    c.push_back({"IVolume2UCVolume_window", [](World& w) { return IVolume2UCVolume_window(w[ACC], w[OUT], -3, 9); }, out});
     c.push_back({"CountNonZeroSurfacePoints3d+CountNonZeroPoints3d+FindMinMaxIntensity+FindBoundingBox3d", [](World& w) {
         unsigned n, lo, hi;
         int b[6];
@@ -312,6 +314,14 @@ std::vector<Config> library_configs() {
         return 0;
     }});
     c.push_back({"ProduceFrameGallery3d", [](World& w) { return ProduceFrameGallery3d(w[A], w[GAL], 2, 1); }, bit(GAL)});
+    c.push_back({"ProduceFrameGallery3dAspect", [](World& w) { return ProduceFrameGallery3dAspect(w[A], w[GAL], 2, 0, 1.5); },
+                 bit(GAL)});
+    c.push_back({"ProvoliSpaced3d", [](World& w) {
+        static const unsigned char t[3] = {90, 90, 90};
+        for (int mode = V3D_PROVOLI_THRESHOLD; mode <= V3D_PROVOLI_SURFACE_COLOR; ++mode)
+            V3D_CHECK(ProvoliSpaced3d(mode == V3D_PROVOLI_SURFACE_COLOR ? w[RGB] : w[A], w.image, 32, 32, mode, 30, 20,
+                                      0, t, 1, 2.5, 1.0, 0.5));
+        return 0; }, pic, true});
     return c;
 }
 
@@ -410,6 +420,42 @@ std::vector<Config> file_configs() {
             SaveTgaSequence(v[RGB], rle.c_str(), 0, 0, "tga", 1);
             SaveGifSequence(v[A], rle.c_str(), 0, 0, "gif", 1);
         }});
+    // the volume files with a header: what they tell, and the writers with their options
+    const std::string vf = path("vf");
+    auto volume_files = [vf] {
+        World v;
+        SetVolumeSpacing(v[A], 2.5, 1.0, 0.5);
+        SaveNiftiVolume(v[A], (vf + ".nii").c_str(), 0);
+        SaveNrrdVolume(v[A], (vf + ".nhdr").c_str(), 1);
+        SaveMetaImageVolume(v[A], (vf + ".mha").c_str(), 1);
+    };
+    const std::string vf_nii = vf + ".nii", vf_nhdr = vf + ".nhdr", vf_mha = vf + ".mha";
+    c.push_back({"DescribeVolumeFile", [vf_nii, vf_nhdr, vf_mha](World&) {
+        VolumeFileInfo info;
+        V3D_CHECK(DescribeVolumeFile(V3D_FORMAT_NIFTI, vf_nii.c_str(), &info));
+        V3D_CHECK(DescribeVolumeFile(V3D_FORMAT_NRRD, vf_nhdr.c_str(), &info));
+        V3D_CHECK(DescribeVolumeFile(V3D_FORMAT_METAIMAGE, vf_mha.c_str(), &info));
+        return info.spacing[0] == 2.5 ? 0 : kBroken; }, 0, false, {}, volume_files});
+    c.push_back({"read gzipped NRRD and deflated MetaImage", [vf](World& v) {
+        V3D_CHECK(GetImageSequenceFormat(V3D_FORMAT_NRRD)->read(v[O8], vf.c_str(), 2, 0, "nhdr", 0));
+        return GetImageSequenceFormat(V3D_FORMAT_METAIMAGE)->read(v[O8], vf.c_str(), 0, 0, "mha", 8); },
+        bit(O8), true, {}, volume_files});
+    const std::string nii2 = path("w2.nii.gz"), nhdr = path("w.nhdr"), mhd = path("w.mhd");
+    c.push_back({"SaveNiftiVolume", [nii2](World& v) { return SaveNiftiVolume(v[RGB], nii2.c_str(), 2); }});
+    c.push_back({"SaveNrrdVolume", [nhdr](World& v) { return SaveNrrdVolume(v[ACC], nhdr.c_str(), 1); }});
+    c.push_back({"SaveMetaImageVolume", [mhd](World& v) { return SaveMetaImageVolume(v[F], mhd.c_str(), 1); }});
+    const std::string samples = path("samples.u16");
+    c.push_back({"ReadRawSamples", [samples](World& v) {
+        return ReadRawSamples(v[ACC], samples.c_str(), 10, 1, V3D_SAMPLE_U16, 1, 3, 3, 16); }, bit(ACC), true, {},
+        [samples] { std::ofstream(samples, std::ios::binary) << std::string(10 + 4 * 3 * 16 * 2, '\x7f'); }});
+    // the decoders of animations, planes and floating-point samples, on seeds of the fuzz corpus
+    const std::string corpus = V3D_SOURCE_DIR "/tests/fuzz/corpus/", anim = corpus + "gif/anim_disposals_hand",
+                      planar = corpus + "tiff/planar_tifffile", floats = corpus + "tiff/float32_tifffile";
+    c.push_back({"read animated GIF, planar TIFF and floating-point TIFF by name", [=](World& v) {
+        V3D_CHECK(GetImageSequenceFormat(V3D_FORMAT_GIF)->read(v[ORGB], anim.c_str(), 0, -1, "gif", 5));
+        V3D_CHECK(GetImageSequenceFormat(V3D_FORMAT_TIFF)->read(v[ORGB], planar.c_str(), 0, -1, "tif", 1));
+        return GetImageSequenceFormat(V3D_FORMAT_TIFF)->read(v[FO1], floats.c_str(), 0, -1, "tif", 1); },
+        orgb | bit(FO1), true});
     return c;
 }
 
@@ -535,7 +581,9 @@ TEST(AllocationFailureCoverage, EveryExportedFunctionIsExercised) {
         "InitializeVolume", "fill_in_VOI", "CheckVolume", "GetVolumeByIndex", "GetVolumeIndex",
         "GetStatusText", "SetDefaultImageSize", "GetDefaultImageSize", "SetMessageHook",
         "RegisterProjectionType", "GetStartDirectory", "FindImageSequenceFormat",
-        "CoefficientFileMessage", "ColorLabelledVolume3d", "SetDefaultLabelColors3d"};
+        "CoefficientFileMessage", "ColorLabelledVolume3d", "SetDefaultLabelColors3d",
+        "GetVolumeSpacing", "SetVolumeSpacing", "GetVolumeOrientation", "SetVolumeOrientation",
+        "CopyVolumeGeometry"};
     std::set<std::string> exercised;
     for (const Config& c : configs()) {
         const std::string names = c.name.substr(0, c.name.find(' '));

@@ -8,7 +8,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (v3d::walk_tiff_pages(t.get(), 0, 0, &info, nullptr) == 0 &&
         static_cast<long long>(info.X) * info.Y * info.Z <= fuzz::kMaxPixels) {
         Volume v{};
-        InitializeVolume(&v, info.Z, info.Y, info.X, 1, info.colortype);
+        InitializeVolume(&v, info.Z, info.Y, info.X, info.type, info.colortype);
         if (CreateVolume(&v) == 0) {
             const Volume before = v;
             v3d::walk_tiff_pages(t.get(), 0, info.Z, nullptr, &v);

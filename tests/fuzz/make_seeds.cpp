@@ -70,5 +70,23 @@ int main(int argc, char** argv) {
     const unsigned char raw[3 + 2 * 12] = {3, 1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12,
                                            13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24};
     std::ofstream(root + "raw/uc_4x2", std::ios::binary).write(reinterpret_cast<const char*>(raw), sizeof raw);
+    // volume files: spacing and orientation, every voxel kind, raw and compressed data
+    const VolumeOrientation turned{{{0, 0, -2, 5}, {0.5, 0, 0, -6}, {0, 0.5, 0, 7}}, 1, 2};
+    for (Vol* v : {&stack, &colour, &deep}) {
+        all &= ok(SetVolumeSpacing(v->get(), 2, 0.5, 0.5), "spacing");
+        all &= ok(SetVolumeOrientation(v->get(), &turned), "orientation");
+    }
+    Vol reals(2, 3, 2, 2, 1);
+    all &= ok(SaveNiftiVolume(stack.get(), (root + "nifti/stack.nii").c_str(), 0), "nifti");
+    all &= ok(SaveNiftiVolume(colour.get(), (root + "nifti/colour.nii").c_str(), 0), "nifti");
+    all &= ok(SaveNiftiVolume(deep.get(), (root + "nifti/deep2.nii").c_str(), 2), "nifti 2");
+    all &= ok(SaveNiftiVolume(deep.get(), (root + "nifti/deep.nii.gz").c_str(), 0), "nifti gzip");
+    all &= ok(SaveNiftiVolume(reals.get(), (root + "nifti/reals.nii").c_str(), 0), "nifti");
+    all &= ok(SaveNrrdVolume(stack.get(), (root + "nrrd/stack.nrrd").c_str(), 0), "nrrd");
+    all &= ok(SaveNrrdVolume(colour.get(), (root + "nrrd/colour.nrrd").c_str(), 1), "nrrd gzip");
+    all &= ok(SaveNrrdVolume(reals.get(), (root + "nrrd/reals.nrrd").c_str(), 0), "nrrd");
+    all &= ok(SaveMetaImageVolume(stack.get(), (root + "metaimage/stack.mha").c_str(), 0), "mha");
+    all &= ok(SaveMetaImageVolume(colour.get(), (root + "metaimage/colour.mha").c_str(), 1), "mha zlib");
+    all &= ok(SaveMetaImageVolume(deep.get(), (root + "metaimage/deep.mha").c_str(), 0), "mha");
     return all ? 0 : 1;
 }

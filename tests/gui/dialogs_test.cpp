@@ -20,6 +20,7 @@
 #include "gui/dialogs/format.h"
 #include "gui/dialogs/pixel_input.h"
 #include "gui/dialogs/about.h"
+#include "vexilo3d_volume.hpp"
 #include "fixture.h"
 
 namespace t3d {
@@ -67,6 +68,21 @@ app::SelectRequest request(app::SelectKind kind, int typemask = 7, int colormask
     return r;
 }
 
+// The template follows the request: the kind of volume asked for, the number of values.
+TEST_F(Dialogs, TheTemplateFollowsTheRequest) {
+    const std::pair<app::SelectKind, const char*> kinds[] = {{app::SelectKind::Input, "Get_InOut_Volume"},
+                                                             {app::SelectKind::Output, "Select Same Output Volume"},
+                                                             {app::SelectKind::Other, "Select Volume"}};
+    for (const auto& [kind, name] : kinds) {
+        gui::VolumeSelectDialog d(request(kind));
+        EXPECT_EQ(d.objectName(), name);
+        EXPECT_EQ(d.windowTitle(), "Caption");
+    }
+    const char* names[4] = {"Give 1 Value", "Give 2 Values", "Give Values", "Give values"};
+    for (int n = 1; n <= 4; ++n)
+        EXPECT_EQ(gui::ValuesDialog("Give", std::vector<std::string>(n, "L")).objectName(), names[n - 1]);
+}
+
 // A double-click selects the entry; only OK ends the dialog.
 TEST_F(Dialogs, DoubleClickSelectsWithoutEndingTheDialog) {
     make(2, 2, 2);
@@ -87,13 +103,10 @@ TEST_F(Dialogs, InputDialogEnablesOnSelectionAndValidatesTheVoi) {
     Volume* v = make(4, 5, 6);
     std::snprintf(v->name, sizeof v->name, "%s", "phantom");
     gui::VolumeSelectDialog d(request(app::SelectKind::Input));
-    EXPECT_EQ(d.objectName(), "Get_InOut_Volume");
-    EXPECT_EQ(d.windowTitle(), "Caption");
     EXPECT_EQ(entries(&d), QStringList{"0"});
     EXPECT_FALSE(enabled(&d, 1));
     for (int id : {745, 747, 1303, 1187, 1102, 1107}) EXPECT_FALSE(control(&d, id)->isEnabled()) << id;
     EXPECT_FALSE(control<QCheckBox>(&d, 1101)->isChecked());
-    EXPECT_EQ(control<QPushButton>(&d, 2)->text(), "Cancel");
     // a current entry that is not selected (the list took the focus) does not count
     control<QListWidget>(&d, 604)->setCurrentRow(0, QItemSelectionModel::NoUpdate);
     EXPECT_FALSE(enabled(&d, 1));
@@ -135,7 +148,6 @@ TEST_F(Dialogs, OutputDialogOffersANewSlotWithTheProposedDimensions) {
     app::SelectRequest r = request(app::SelectKind::Output);
     r.X = 10, r.Y = 20, r.Z = 30;
     gui::VolumeSelectDialog d(r);
-    EXPECT_EQ(d.objectName(), "Select Same Output Volume");
     EXPECT_EQ(entries(&d), (QStringList{"0", "New[1]"}));
     EXPECT_FALSE(enabled(&d, 1));
     EXPECT_FALSE(enabled(&d, 745));
@@ -161,7 +173,6 @@ TEST_F(Dialogs, SelectVolumeLeavesOutTheSlotsAlreadyChosen) {
     app::SelectRequest r = request(app::SelectKind::Other, 1, 1);
     r.exclude = {0, 2};
     gui::VolumeSelectDialog d(r);
-    EXPECT_EQ(d.objectName(), "Select Volume");
     EXPECT_EQ(entries(&d), QStringList{"1"});
     choose(&d, "1");
     ok(&d);
@@ -172,7 +183,6 @@ TEST_F(Dialogs, SelectVolumeLeavesOutTheSlotsAlreadyChosen) {
 TEST_F(Dialogs, CreateDialogChecksDimensionsAndTakesTypesFromTheTexts) {
     make(1, 1, 1);
     gui::CreateVolumeDialog d;
-    EXPECT_EQ(d.windowTitle(), "Select Volume to Create");
     EXPECT_EQ(entries(&d).size(), 99);                 // free slots only
     EXPECT_EQ(entries(&d).first(), "1");
     EXPECT_FALSE(enabled(&d, 1));
@@ -205,11 +215,8 @@ TEST_F(Dialogs, DestroyDialogDestroysSeveralAndMovesTheSelectionBack) {
     Volume* c = make(2, 2, 2);
     ASSERT_TRUE(window->open_display(2, c, 0, 0, 1, 0));
     gui::DestroyVolumeDialog d("Select Volume to Free");
-    EXPECT_EQ(d.windowTitle(), "Select Volume to Free");
     auto* list = control<QListWidget>(&d, 604);
     auto* destroy = control<QPushButton>(&d, 1003);
-    EXPECT_EQ(destroy->text(), "Destroy");
-    EXPECT_EQ(control<QPushButton>(&d, 1004)->text(), "Close");
     list->setCurrentRow(2);
     destroy->click();                                  // the last entry: selection moves back
     EXPECT_EQ(c->type, 0);
@@ -227,12 +234,19 @@ TEST_F(Dialogs, DestroyDialogDestroysSeveralAndMovesTheSelectionBack) {
 TEST_F(Dialogs, StateAndSetVoiShowTheSlotAndSetVoiValidates) {
     Volume* v = make(3, 4, 5, 4, 1);
     gui::VolumeInfoDialog state(gui::VolumeInfoDialog::State);
-    EXPECT_EQ(state.windowTitle(), "State Of Volumes");
     choose(&state, "0");
-    expect_texts(&state, {{1313, "I"}, {1314, "1 Channel"}, {1303, "3"}});
+    expect_texts(&state, {{1313, "I"}, {1314, "1 Channel"}, {1303, "3"}, {7030, "1 x 1 x 1 mm (z, y, x)"},
+                          {7031, "none"}});
+    Volume* spaced = make(2, 2, 2);
+    const VolumeOrientation o{{{-2, 0, 0, 32}, {0, 2, 0, -40}, {0, 0, 2.2, -16}}, 1, 2};
+    ASSERT_EQ(SetVolumeSpacing(spaced, 2.2, 2, 2), 0);
+    ASSERT_EQ(SetVolumeOrientation(spaced, &o), 0);
+    gui::VolumeInfoDialog again(gui::VolumeInfoDialog::State);
+    choose(&again, "1");
+    expect_texts(&again, {{7030, "2.2 x 2 x 2 mm (z, y, x)"},
+                          {7031, "sform 2, qform 1: (-2 0 0 32) (0 2 0 -40) (0 0 2.2 -16)"}});
 
     gui::VolumeInfoDialog voi(gui::VolumeInfoDialog::SetVoi);
-    EXPECT_EQ(voi.windowTitle(), "Set VOI");
     EXPECT_EQ(voi.findChild<QCheckBox*>("1101"), nullptr);
     EXPECT_FALSE(enabled(&voi, 1));
     choose(&voi, "0");
@@ -240,20 +254,20 @@ TEST_F(Dialogs, StateAndSetVoiShowTheSlotAndSetVoiValidates) {
     ok(&voi);
     EXPECT_EQ(ui.log.back(), "error: 615");
     EXPECT_EQ(voi.result(), 0);
-    set(&voi, {{1104, "1"}, {1106, "4"}});
+    set(&voi, {{1104, "3"}, {1105, "2"}});            // reversed
+    ok(&voi);
+    EXPECT_EQ(voi.result(), 0);
+    set(&voi, {{1104, "1"}, {1105, "4"}, {1106, "4"}});
     ok(&voi);
     EXPECT_EQ(voi.result(), 1);
     EXPECT_EQ(std::vector({v->y1, v->x1, v->x2}), std::vector({1, 4, 5}));
 }
 
-TEST_F(Dialogs, ValueDialogsAreNamedByTheirCountAndCarryTheLabels) {
-    const char* names[4] = {"Give 1 Value", "Give 2 Values", "Give Values", "Give values"};
+TEST_F(Dialogs, ValueDialogsCarryTheLabelsAndOneFieldEach) {
     for (int n = 1; n <= 4; ++n) {
         std::vector<std::string> labels;
         for (int i = 0; i < n; ++i) labels.push_back(QString("L%1").arg(i).toStdString());
         gui::ValuesDialog d("Give Window Dimensions", labels);
-        EXPECT_EQ(d.objectName(), names[n - 1]);
-        EXPECT_EQ(d.windowTitle(), "Give Window Dimensions");
         for (int i = 0; i < n; ++i) {
             EXPECT_EQ(control<QLabel>(&d, 974 + i)->text(), QString("L%1").arg(i));
             EXPECT_TRUE(control<QLineEdit>(&d, 970 + i)->text().isEmpty());
@@ -265,49 +279,26 @@ TEST_F(Dialogs, ValueDialogsAreNamedByTheirCountAndCarryTheLabels) {
     }
 }
 
-TEST_F(Dialogs, OptionDialogsHaveTheirControls) {
-    app::OptionsRequest r;
-    r.caption = "3D Interpolation Options";
-    gui::OptionsDialog interp(r);
-    EXPECT_EQ(interp.windowTitle(), "3D Interpolation Options");
-    EXPECT_EQ(control<QCheckBox>(&interp, 1156)->text(), "Extract factors from output volume");
+// Extracting the factors from the output disables the factor fields; the choice is the radio's.
+TEST_F(Dialogs, InterpolationOptionsEnableAndAnswer) {
+    gui::OptionsDialog interp(app::OptionsRequest{});
     EXPECT_TRUE(control<QRadioButton>(&interp, 1163)->isChecked());
-    EXPECT_EQ(control<QRadioButton>(&interp, 1164)->text(), "Linear");
     control<QCheckBox>(&interp, 1156)->setChecked(true);
     EXPECT_FALSE(enabled(&interp, 1157));
     control<QRadioButton>(&interp, 1164)->setChecked(true);
     EXPECT_EQ(interp.result().choice, 1);
     EXPECT_TRUE(interp.result().check);
-
-    r.kind = app::OptionsKind::BinaryFrameInterpolation;
-    r.caption.clear();
-    gui::OptionsDialog binary(r);
-    EXPECT_EQ(binary.windowTitle(), "Binary Frame Interpolation Options");
-    EXPECT_EQ(control<QCheckBox>(&binary, 1165)->text(), "Use edge coherence");
-    EXPECT_EQ(control<QRadioButton>(&binary, 1167)->text(), "2 frames between each pair");
-
-    r.kind = app::OptionsKind::WeightsSource;
-    gui::OptionsDialog weights(r);
-    EXPECT_EQ(weights.windowTitle(), "Select Weights Source");
-    EXPECT_EQ(control<QRadioButton>(&weights, 1176)->text(), "File WIN_UC3D.PAR");
-    EXPECT_EQ(control<QRadioButton>(&weights, 1177)->text(), "Existing Volume");
 }
 
 TEST_F(Dialogs, LevelsDialogStartsWithTheWholeRangeAndValidates) {
     Volume* v = make(9, 2, 2);
     gui::LevelsDialog d(v);
-    EXPECT_EQ(d.windowTitle(), "Get Display 3D Levels - Delay");
     expect_texts(&d, {{1301, "8"}, {1302, "0"}, {1304, "0.0"}});
     EXPECT_EQ(control<QLineEdit>(&d, 1304)->maxLength(), 4);
     set(&d, 1304, "1a");
     ok(&d);
     EXPECT_EQ(ui.log.back(), "error: 90");
-    set(&d, 1304, "0.25");
-    EXPECT_EQ(text(&d, 1304), "0.25");
-    set(&d, {{1302, "5"}, {1301, "4"}});             // lower above upper
-    ok(&d);
-    EXPECT_EQ(d.result(), 0);
-    set(&d, 1301, "12");                              // the dispatcher refuses it later (611)
+    set(&d, {{1304, "0.25"}, {1302, "5"}, {1301, "12"}});  // the dispatcher refuses 12 later (611)
     ok(&d);
     ASSERT_EQ(d.result(), 1);
     EXPECT_EQ(d.levels().upper, 12);
@@ -326,26 +317,24 @@ TEST_F(Dialogs, FormatDialogChecksFramesDimensionsAndTheFile) {
     EXPECT_FALSE(enabled(&d, 7011));
     EXPECT_TRUE(enabled(&d, 7012));
     EXPECT_FALSE(enabled(&d, 7021));
-    set(&d, {{7013, "9"}, {7014, "8"}});
+    // the range first, then the sizes, then the first file (slice7.raw does not exist)
+    set(&d, {{7013, "9"}, {7014, "8"}, {7016, "0"}, {7017, "4"}, {7015, "0"}});
     ok(&d);
     EXPECT_EQ(ui.log.back(), "error: 7000");
-    set(&d, {{7013, "7"}, {7014, "9"}, {7016, "0"}, {7017, "4"}});
+    set(&d, {{7013, "7"}, {7014, "9"}});
     ok(&d);
     EXPECT_EQ(ui.log.back(), "error: 7001");
-    set(&d, {{7016, "4"}, {7015, "0"}});             // slice7.raw does not exist
+    set(&d, 7016, "4");
     ok(&d);
     EXPECT_EQ(ui.log.back(), "error: 7002");
+    control<QComboBox>(&d, 7019)->setCurrentIndex(1);  // raw frames are grey whatever is chosen
     set(&d, 7015, "3");                               // slice007.raw does
     control<QComboBox>(&d, 7018)->setCurrentIndex(1);
     ok(&d);
     ASSERT_EQ(d.result(), 1);
-    EXPECT_EQ(std::vector({d.request().digits, d.request().type, d.request().last}),
-              std::vector({3, 2, 9}));
-    // the formats are the image-sequence table's, in its order
+    EXPECT_EQ(std::vector({d.request().digits, d.request().type, d.request().last, d.request().colortype}),
+              std::vector({3, 2, 9, 1}));
     auto* formats = control<QComboBox>(&d, 7010);
-    ASSERT_EQ(formats->count(), V3D_FORMAT_COUNT);
-    for (int i = 0; i < V3D_FORMAT_COUNT; ++i)
-        EXPECT_EQ(formats->itemText(i).toStdString(), GetImageSequenceFormat(i)->title);
     formats->setCurrentIndex(V3D_FORMAT_RAW_RGB);       // r, g, b and three channels, fixed
     expect_texts(&d, {{7020, "r"}, {7022, "b"}});
     EXPECT_FALSE(enabled(&d, 7020));
@@ -359,17 +348,91 @@ TEST_F(Dialogs, FormatDialogChecksFramesDimensionsAndTheFile) {
     formats->setCurrentIndex(V3D_FORMAT_TIFF_STACK);    // one file
     EXPECT_TRUE(enabled(&d, 7011));
     EXPECT_FALSE(enabled(&d, 7012));
+    EXPECT_FALSE(enabled(&d, 7027));
+    formats->setCurrentIndex(V3D_FORMAT_NIFTI);         // the header tells all but the time point
+    EXPECT_TRUE(enabled(&d, 7011) && enabled(&d, 7027));
+    for (int id : {7013, 7014, 7016, 7018, 7025, 7026}) EXPECT_FALSE(enabled(&d, id)) << id;
 }
 
-TEST_F(Dialogs, PixelInputAndAboutTexts) {
-    gui::PixelInputDialog pixel;
-    EXPECT_EQ(pixel.windowTitle(), "Pixel Input");
-    EXPECT_FALSE(pixel.isModal());
-    QStringList texts;
-    for (auto* l : pixel.findChildren<QLabel*>()) texts << l->text();
-    EXPECT_TRUE(texts.contains("Use Left Button to click on the desired points in input volume."));
-    EXPECT_TRUE(texts.contains("Click OK when you are done."));
-    EXPECT_EQ(gui::AboutDialog().windowTitle(), "About");
+TEST_F(Dialogs, FormatDialogTakesRawVoxelTypesByteOrderAndHeaderSize) {
+    QTemporaryDir dir;
+    const QString file = dir.filePath("ct.img");
+    QFile(file).open(QIODevice::WriteOnly);
+    app::FormatRequest start;
+    start.format = V3D_FORMAT_RAW_VOLUME;
+    start.file = file.toStdString();
+    gui::FormatDialog d(start);
+    EXPECT_TRUE(enabled(&d, 7025) && enabled(&d, 7026));
+    EXPECT_FALSE(enabled(&d, 7027));
+    auto* types = control<QComboBox>(&d, 7018);
+    ASSERT_EQ(types->count(), 8);
+    types->setCurrentIndex(4);  // signed 16-bit
+    control<QComboBox>(&d, 7025)->setCurrentIndex(1);
+    set(&d, {{7016, "3"}, {7017, "2"}, {7026, "352"}});
+    ok(&d);
+    ASSERT_EQ(d.result(), 1);
+    const app::FormatRequest r = d.request();
+    EXPECT_EQ(std::vector<long long>({r.type, r.sample, r.big_endian, r.offset}),
+              std::vector<long long>({V3D_TYPE_I, V3D_SAMPLE_S16, 1, 352}));
+    // the same choices do not fit a series of raw frames
+    gui::FormatDialog frames(r);
+    control<QComboBox>(&frames, 7010)->setCurrentIndex(V3D_FORMAT_RAW_FRAMES);
+    EXPECT_FALSE(enabled(&frames, 7026));
+    ok(&frames);
+    EXPECT_EQ(ui.log.back(), "error: 7001");
+}
+
+// What the files tell fills the fields as soon as they are named; OK asks before a file is
+// read only in part.
+TEST_F(Dialogs, FormatDialogPrefillsWhatTheFilesTellAndAsksAboutTheRest) {
+    QTemporaryDir dir;
+    const std::string stack = dir.filePath("stack").toStdString();
+    v3d::OwnedVolume pages(5, 6, 7, 1, 1);
+    ASSERT_EQ(SaveTiffStack(pages.get(), stack.c_str(), "tif", V3D_TIFF_NONE), 0);
+    app::FormatRequest start;
+    start.format = V3D_FORMAT_TIFF_STACK;
+    gui::FormatDialog d(start);
+    auto leave = [&](int id, const QString& value) {  // the user types and leaves the field
+        set(&d, id, value);
+        emit control<QLineEdit>(&d, id)->editingFinished();
+    };
+    leave(7011, QString::fromStdString(stack + ".tif"));
+    expect_texts(&d, {{7013, "0"}, {7014, "4"}, {7016, "7"}, {7017, "6"}});
+    leave(7013, "2");                                  // from page 2 on: 3 pages
+    EXPECT_EQ(text(&d, 7014), "4");
+    set(&d, 7014, "3");                                // one page left unread: asked
+    ui.no().yes();
+    ok(&d);
+    EXPECT_EQ(ui.log.back(), "question: There are 3 frames; frames 2 to 3 (2) will be read.\nOpen them all the same?");
+    EXPECT_EQ(d.result(), 0);
+    ok(&d);
+    ASSERT_EQ(d.result(), 1);
+    EXPECT_EQ(d.request().last, 3);
+
+    // a raw volume: its frames from its length once width and height are typed; a file longer
+    // than the size reads (a header, say) is asked about
+    const QString raw = dir.filePath("ct.raw");
+    QFile file(raw);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(352 + 2 * 80, 1));  // a 352-byte header and two frames of 5 x 4 ints
+    file.close();
+    app::FormatRequest r;
+    r.format = V3D_FORMAT_RAW_VOLUME;
+    gui::FormatDialog rawd(r);
+    set(&rawd, 7011, raw);
+    control<QComboBox>(&rawd, 7018)->setCurrentIndex(2);  // I: 4 bytes a voxel
+    set(&rawd, 7016, "5");
+    emit control<QLineEdit>(&rawd, 7016)->editingFinished();
+    EXPECT_EQ(text(&rawd, 7014), "0");                 // no height yet: nothing told
+    set(&rawd, 7017, "4");
+    emit control<QLineEdit>(&rawd, 7017)->editingFinished();
+    EXPECT_EQ(text(&rawd, 7014), "5");                 // 512 bytes hold six whole frames of 80
+    ui.no();
+    ok(&rawd);
+    EXPECT_EQ(rawd.result(), 0);
+    EXPECT_NE(ui.log.back().find("holds 512 bytes; the size given reads only the first 480 of them"),
+              std::string::npos) << ui.log.back();
+    EXPECT_EQ(control<QComboBox>(&rawd, 7024)->count(), 3);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // A frame window with a scripted user interface and a fresh volume table.
 #pragma once
 
+#include <QTest>
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -11,16 +12,10 @@
 #include "app/tools/tools.h"
 #include "app/state.h"
 #include "scripted_ui.h"
+#include "support.h"
 #include "view/frame_display.h"
 
 namespace t3d {
-
-// Sets voxel (z, y, x) of UC channel c to f(z, y, x).
-template <class F> void fill(Volume* v, F f, int c = 0) {
-    for (int z = 0; z < v->Z; ++z)
-        for (int y = 0; y < v->Y; ++y)
-            for (int x = 0; x < v->X; ++x) v->data[c].uc[z][y][x] = static_cast<unsigned char>(f(z, y, x));
-}
 
 class AppTest : public ::testing::Test {
 protected:
@@ -41,6 +36,18 @@ protected:
         return v;
     }
     int slot(Volume* v) { return GetVolumeIndex(v); }
+    // Shows the frame window at w x h and waits until the window system has put it on the screen.
+    void show_window(int w, int h) {
+        window->resize(w, h);
+        window->show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+    }
+    // A press and release of button at `at` of target (its centre by default), given to the
+    // window-system window of target's top-level window, as a user's click arrives.
+    static void click(QWidget* target, QPoint at = {-1, -1}, Qt::MouseButton button = Qt::LeftButton) {
+        QWidget* top = target->window();
+        QTest::mouseClick(top->windowHandle(), button, {}, target->mapTo(top, at.x() < 0 ? target->rect().center() : at));
+    }
     int windows(const Volume* v) { return static_cast<int>(window->displays(v).size()); }
     void run(int id) { window->run_command(id); }
 

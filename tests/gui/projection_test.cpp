@@ -38,9 +38,6 @@ intptr_t module_handler(void* window, unsigned msg, uintptr_t wp, intptr_t lp) {
     for (QWidget* w : QApplication::topLevelWidgets())
         if (auto* d = qobject_cast<gui::UpdatingDialog*>(w); d && d->isVisible()) note = d->title();
     g_seen.push_back({window, msg, wp, lp, note});
-    // a person may look at the windows and the note: V3D_SCREENSHOT_HOLD_MS keeps them shown
-    if (const int hold = qEnvironmentVariableIntValue("V3D_SCREENSHOT_HOLD_MS"); hold && msg == WM_USER)
-        QTest::qWait(hold);
     app::info_block().message_handled = msg == g_keep;
     return 0;
 }
@@ -54,9 +51,7 @@ class ProjectionWindows : public AppTest {
 protected:
     void SetUp() override {
         AppTest::SetUp();
-        window->resize(1200, 800);
-        window->show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+        show_window(1200, 800);
         app::message_handlers(app::HandlerList::Projections).push_front(module_handler);
     }
     void TearDown() override {
@@ -83,11 +78,6 @@ protected:
         return window;
     }
     static QMdiSubWindow* sub_of(QWidget* w) { return qobject_cast<QMdiSubWindow*>(w->parentWidget()); }
-    // A left click at `at` of target, given to the frame's window-system window.
-    static void system_click(QWidget* target, QPoint at) {
-        QWidget* top = target->window();
-        QTest::mouseClick(top->windowHandle(), Qt::LeftButton, {}, target->mapTo(top, at));
-    }
     static void close(QWidget* w) {
         sub_of(w)->close();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -120,12 +110,6 @@ TEST_F(ProjectionWindows, AModuleShowsAGreyAndAColourBufferOneScreenPixelAPictur
     EXPECT_FALSE(save_item(windows[0])->isEnabled());
     ProjectionWindow* alignment_view = show(1, 30, 30, nullptr, app::alignment_projection_type());
     EXPECT_EQ(save_item(alignment_view), nullptr);
-    if (const int hold = qEnvironmentVariableIntValue("V3D_SCREENSHOT_HOLD_MS")) {
-        sub_of(windows[1])->move(500, 0);
-        sub_of(alignment_view)->move(760, 0);
-        sub_of(windows[1])->systemMenu()->popup(sub_of(windows[1])->mapToGlobal(QPoint(0, 240)));
-        QTest::qWait(hold);
-    }
 }
 
 TEST_F(ProjectionWindows, ALargePictureScrollsByLineAndThumbAndNoFurtherThanItsEnd) {
@@ -135,7 +119,7 @@ TEST_F(ProjectionWindows, ALargePictureScrollsByLineAndThumbAndNoFurtherThanItsE
     EXPECT_EQ(w->viewport()->size(), QSize(area.width, area.height));
     EXPECT_EQ(std::pair(r.hrange, r.vrange), std::pair(2 * area.width, 3));
     QScrollBar *h = w->horizontalScrollBar(), *v = w->verticalScrollBar();
-    for (int i = 1; i <= 5; ++i) system_click(v, {v->width() / 2, v->height() - 3});  // the down arrow
+    for (int i = 1; i <= 5; ++i) click(v, {v->width() / 2, v->height() - 3});  // the down arrow
     EXPECT_EQ(w->position().y(), 3);
     const QPoint grip = h->mapTo(window.get(), QPoint(h->width() / 6, h->height() / 2));
     QTest::mousePress(window->windowHandle(), Qt::LeftButton, {}, grip);
@@ -155,7 +139,7 @@ TEST_F(ProjectionWindows, ModuleHandlersHearTheMessagesFirstAndFreedisWinClosesT
     QPointer<ProjectionWindow> w = show(2, 100, window->projection_area().height + 50, vol);
     EXPECT_GT(seen(WM_SIZE) * seen(WM_PAINT), 0);
     g_seen.clear();
-    system_click(w->viewport(), {10, 12});
+    click(w->viewport(), {10, 12});
     ASSERT_EQ(seen(WM_LBUTTONDOWN) + seen(WM_LBUTTONUP), 2);
     const auto down = std::find_if(g_seen.begin(), g_seen.end(),
                                    [](const Seen& s) { return s.msg == WM_LBUTTONDOWN; });
@@ -163,7 +147,7 @@ TEST_F(ProjectionWindows, ModuleHandlersHearTheMessagesFirstAndFreedisWinClosesT
     EXPECT_EQ(down->wp, uintptr_t{MK_LBUTTON});
     EXPECT_EQ(down->lp, intptr_t{12 << 16 | 10});  // client x in the low word, y in the high
     g_keep = WM_VSCROLL;  // kept scroll messages keep the window where it is
-    system_click(w->verticalScrollBar(), {5, w->verticalScrollBar()->height() - 3});
+    click(w->verticalScrollBar(), {5, w->verticalScrollBar()->height() - 3});
     EXPECT_EQ(w->position().y(), 0);
     g_keep = WM_CLOSE;  // ... and a kept WM_CLOSE keeps it open
     close(w);

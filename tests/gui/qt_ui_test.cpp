@@ -2,7 +2,6 @@
 #include <QAbstractButton>
 #include <QCursor>
 #include <QApplication>
-#include <QDir>
 #include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
@@ -25,10 +24,6 @@ void when_shown(std::function<void(QWidget*)> answer) {
             if (!w->isVisible() || !qobject_cast<QDialog*>(w)) continue;
             timer->stop();
             timer->deleteLater();
-            if (!qEnvironmentVariableIsEmpty("V3D_SCREENSHOT_DIR"))
-                w->grab().save(QDir(qEnvironmentVariable("V3D_SCREENSHOT_DIR"))
-                                   .filePath((w->objectName().isEmpty() ? w->windowTitle().left(12)
-                                                                        : w->objectName()) + ".png"));
             answer(w);
             return;
         }

@@ -25,21 +25,14 @@ class ToolWindows : public AppTest {
 protected:
     void SetUp() override {
         AppTest::SetUp();
-        window->resize(1000, 700);
-        window->show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+        show_window(1000, 700);
     }
     template <class W> W* control(int id) {
         return window->modeless ? window->modeless->findChild<W*>(QString::number(id)) : nullptr;
     }
-    // A press and release of button at voxel (x, y) of a display's pane (step 1, no scrolling).
+    // A click at voxel (x, y) of a display's pane (step 1, no scrolling).
     void click_voxel(view::FrameDisplay* d, int x, int y, Qt::MouseButton button = Qt::LeftButton) {
-        QWidget* pane = d->pane()->viewport();
-        QTest::mouseClick(window->windowHandle(), button, {}, pane->mapTo(window.get(), QPoint(x, y)));
-    }
-    static void click_button(QWidget* b) {
-        QWidget* top = b->window();
-        QTest::mouseClick(top->windowHandle(), Qt::LeftButton, {}, b->mapTo(top, b->rect().center()));
+        click(d->pane()->viewport(), {x, y}, button);
     }
     // Windows closed by the user go when the event loop gets to them.
     static void delete_closed() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
@@ -79,13 +72,10 @@ TEST_F(ToolWindows, LabelledViewDialogEditsAndWritesTheOutput) {
     ASSERT_NE(window->modeless, nullptr);
     EXPECT_TRUE(window->modeless->isVisible());
     EXPECT_FALSE(window->modeless->isModal());
-    EXPECT_EQ(window->modeless->windowTitle(), "Labelled Volume View");
     for (int id = 1208; id <= 1219; ++id) EXPECT_NE(window->modeless->findChild<QWidget*>(QString::number(id)), nullptr) << id;
     EXPECT_EQ(control<QListWidget>(1208)->item(2)->text(), "Object 3");
     EXPECT_FALSE(control<QPushButton>(1217)->isEnabled());
     EXPECT_TRUE(control<QPushButton>(1217)->isDefault());
-    run(res::cmd::kViewLabelled);
-    EXPECT_EQ(ui.log.back(), "error: 3115");
 
     QLineEdit* red = control<QLineEdit>(1210);
     red->selectAll();
@@ -95,11 +85,11 @@ TEST_F(ToolWindows, LabelledViewDialogEditsAndWritesTheOutput) {
     control<QScrollBar>(1213)->setValue(77);
     EXPECT_EQ(control<QLineEdit>(1212)->text(), "77");
     EXPECT_TRUE(control<QPushButton>(1216)->isEnabled());
-    click_button(control<QPushButton>(1216));
+    click(control<QPushButton>(1216));
     Volume* out = GetVolumeByIndex(1);
     EXPECT_EQ(std::vector<int>({out->data[0].uc[0][0][1], out->data[1].uc[0][0][1]}), std::vector<int>({30, 77}));
     EXPECT_FALSE(control<QPushButton>(1217)->isEnabled());
-    click_button(control<QPushButton>(1218));  // nothing pending: closes at once
+    click(control<QPushButton>(1218));  // nothing pending: closes at once
     delete_closed();
     EXPECT_EQ(window->modeless, nullptr);
     EXPECT_FALSE(app::labelled_view().in_progress());
@@ -114,11 +104,10 @@ TEST_F(ToolWindows, ContourFollowingIsAToggleWithTwoSteppedWindows) {
     ASSERT_EQ(windows(out), 1);
     view::FrameDisplay *a = window->displays(in)[0], *b = window->displays(out)[0];
     EXPECT_EQ(a->findChildren<QToolButton*>().size(), 2);
-    EXPECT_EQ(b->windowTitle(), "vol 1 [fr 0-2,0]");
     EXPECT_TRUE(checked(res::cmd::kBwContourFollowing));
     EXPECT_FALSE(checked(res::cmd::kColorContourFollowing));
     EXPECT_EQ(GetVolumeByIndex(2)->type, V3D_TYPE_UC);  // the work volume
-    click_button(a->findChild<QToolButton*>("13"));
+    click(a->findChild<QToolButton*>("13"));
     EXPECT_EQ(std::vector({a->current(), b->current()}), std::vector({1, 1}));
     b->command(14);
     EXPECT_EQ(std::vector({a->current(), b->current()}), std::vector({0, 0}));
@@ -194,7 +183,6 @@ TEST_F(ToolWindows, AlignToolboxButtonsKeysAndDragsMoveTheFrameAndTheViewPaintsI
     QWidget* toolbox = window->alignment_toolbox();
     ASSERT_NE(toolbox, nullptr);
     EXPECT_TRUE(toolbox->isVisible());
-    EXPECT_EQ(toolbox->windowTitle(), "Align ToolBox");
     ASSERT_TRUE(QTest::qWaitForWindowExposed(toolbox));
     const auto views = window->windows_of(gui::kProjectionClass, in);
     ASSERT_EQ(views.size(), 1);
@@ -206,13 +194,13 @@ TEST_F(ToolWindows, AlignToolboxButtonsKeysAndDragsMoveTheFrameAndTheViewPaintsI
     EXPECT_EQ(shown(12, 10), QColor(200, 0, 200));  // frame 0 in magenta
     EXPECT_EQ(shown(13, 10), QColor(0, 200, 0));    // frame 1 in green
 
-    click_button(toolbox->findChild<QPushButton*>("1272"));  // Left
+    click(toolbox->findChild<QPushButton*>("1272"));  // Left
     EXPECT_EQ(tool.pose(1), (app::FramePose{0, -1, 0.f}));
     EXPECT_EQ(shown(12, 10), QColor(200, 200, 200));  // lined up: grey
     EXPECT_EQ(shown(13, 10), QColor(0, 0, 0));
 
     // the view takes keys and drags: Page Down, then the dot of frame 2 dragged one to the left
-    QTest::mouseClick(window->windowHandle(), Qt::LeftButton, {}, view->viewport()->mapTo(window.get(), QPoint(3, 3)));
+    click(view->viewport(), {3, 3});
     QTest::keyClick(window->windowHandle(), Qt::Key_PageDown);
     EXPECT_EQ(tool.current(), 2);
     EXPECT_EQ(tool.pose(2), (app::FramePose{0, -1, 0.f}));  // it starts where frame 1 went

@@ -92,15 +92,16 @@ void fill_pattern(Volume* v, int range) {
 }
 
 TEST(ImageSequenceFormats, DialogOrderIsFixed) {
-    const char* const names[V3D_FORMAT_COUNT] = {"raw", "rawvol", "rgb", "tiff", "bmp",
-                                                 "tga", "gif", "jpeg", "pnm", "tiffstack"};
+    // the ten described formats first, then the volume files with a header
+    const char* const names[V3D_FORMAT_COUNT] = {"raw", "rawvol", "rgb", "tiff", "bmp", "tga", "gif",
+                                                 "jpeg", "pnm", "tiffstack", "nifti", "nrrd", "metaimage"};
     for (int i = 0; i < V3D_FORMAT_COUNT; ++i) {
         const ImageSequenceFormat* f = GetImageSequenceFormat(i);
         ASSERT_NE(f, nullptr);
         EXPECT_STREQ(f->name, names[i]);
         EXPECT_EQ(FindImageSequenceFormat(names[i]), i);
         EXPECT_TRUE(f->check && f->read && f->write) << names[i];
-        EXPECT_EQ(f->single_file, i == V3D_FORMAT_RAW_VOLUME || i == V3D_FORMAT_TIFF_STACK);
+        EXPECT_EQ(f->single_file, i == V3D_FORMAT_RAW_VOLUME || i >= V3D_FORMAT_TIFF_STACK);
         EXPECT_EQ(f->raw, i <= V3D_FORMAT_RAW_RGB);
     }
     EXPECT_EQ(GetImageSequenceFormat(-1), nullptr);
@@ -223,10 +224,10 @@ TEST(ImageSequenceFormats, ReaderAndWriterChecks) {
     ASSERT_EQ(SavePnmSequence(v.get(), base.c_str(), 0, 0, "pgm"), 0);
     const ImageSequenceFormat* pnm = GetImageSequenceFormat(V3D_FORMAT_PNM);
     EXPECT_EQ(pnm->read(nullptr, base.c_str(), 0, 0, "pgm", 2), -501);
-    EXPECT_EQ(pnm->read(flt.get(), base.c_str(), 0, 0, "pgm", 2), -502);
+    EXPECT_EQ(pnm->read(flt.get(), base.c_str(), 0, 0, "pgm", 2), 0);  // 8-bit samples as floats
     EXPECT_EQ(pnm->read(v.get(), base.c_str(), 0, 0, "pgm", 0), -90);
     EXPECT_EQ(pnm->read(v.get(), nullptr, 0, 0, "pgm", 2), -90);
-    EXPECT_EQ(pnm->read(v.get(), base.c_str(), 0, -1, "pgm", 2), -90);
+    EXPECT_EQ(pnm->read(v.get(), base.c_str(), 0, -2, "pgm", 2), -90);
     EXPECT_EQ(pnm->read(v.get(), base.c_str(), 2147483647, 0, "pgm", 2), -90);
     EXPECT_EQ(pnm->read(v.get(), base.c_str(), 0, 0, "pgm", 3), -521);   // more than Z
     EXPECT_EQ(pnm->read(small.get(), base.c_str(), 0, 0, "pgm", 2), -521);
@@ -254,7 +255,7 @@ struct CountingSink : v3d::RowSink {
         h = header;
         return 0;
     }
-    void row(int, const std::uint16_t*) override { ++rows; }
+    void row(int, const v3d::Sample*) override { ++rows; }
 };
 
 struct Decoder {
@@ -264,7 +265,7 @@ struct Decoder {
 };
 const Decoder kDecoders[] = {{"bmp", v3d::decode_bmp, -31},   {"tga", v3d::decode_tga, -30},
                              {"gif", v3d::decode_gif, -32},   {"jpg", v3d::decode_jpeg, -29},
-                             {"pgm", v3d::decode_pnm, -601},  {"tif", v3d::decode_tiff, -1000}};
+                             {"pgm", v3d::decode_pnm, -1020},  {"tif", v3d::decode_tiff, -1000}};
 
 // Each decoder on every truncation of a file written by our writer: a status, never a crash;
 // cut to three quarters or less, always a failure.
@@ -381,9 +382,9 @@ TEST(ImageSequenceMalformed, AbsurdDimensionsAreRefusedBeforeAllocation) {
     tga[12] = 0;  // width 0
     EXPECT_EQ(v3d::decode_tga(tga.data(), tga.size(), &h, nullptr), -30);
     const std::string pgm = "P5 100000 1 255\n";
-    EXPECT_EQ(v3d::decode_pnm(reinterpret_cast<const std::uint8_t*>(pgm.data()), pgm.size(), &h, nullptr), -601);
+    EXPECT_EQ(v3d::decode_pnm(reinterpret_cast<const std::uint8_t*>(pgm.data()), pgm.size(), &h, nullptr), -1020);
     const std::string huge = "P5 99999999999999999999 1 255\n";
-    EXPECT_EQ(v3d::decode_pnm(reinterpret_cast<const std::uint8_t*>(huge.data()), huge.size(), &h, nullptr), -601);
+    EXPECT_EQ(v3d::decode_pnm(reinterpret_cast<const std::uint8_t*>(huge.data()), huge.size(), &h, nullptr), -1020);
     const Bytes gif = gif_with(20000, 1, 1, 2, {0});
     EXPECT_EQ(v3d::decode_gif(gif.data(), gif.size(), &h, nullptr), -32);
     // a TIFF whose width field says 100000 (classic little-endian, first IFD entry is width)
@@ -397,3 +398,159 @@ TEST(ImageSequenceMalformed, AbsurdDimensionsAreRefusedBeforeAllocation) {
 }
 
 }  // namespace
+
+namespace {
+
+// A GIF of several images over a 4x2 screen with a 4-entry grey table (index i shows i * 80):
+// each image covers the screen with one index, after a graphic control extension.
+Bytes animated_gif(const std::vector<int>& indices) {
+    Bytes g = {'G', 'I', 'F', '8', '9', 'a', 4, 0, 2, 0, 0x81, 0, 0};
+    for (int i = 0; i < 4; ++i) g.insert(g.end(), 3, static_cast<std::uint8_t>(i * 80));
+    for (int index : indices) {
+        g.insert(g.end(), {0x21, 0xf9, 4, 4, 0, 0, 0, 0});  // disposal 1, no transparency
+        g.insert(g.end(), {0x2c, 0, 0, 0, 0, 4, 0, 2, 0, 0, 2});
+        // 3-bit codes, LSB first: clear, then index eight times as literal after clear
+        std::vector<int> codes;
+        for (int k = 0; k < 8; ++k) codes.insert(codes.end(), {4, index});
+        codes.push_back(5);
+        Bytes data;
+        std::uint32_t acc = 0;
+        int bits = 0;
+        for (int c : codes) {
+            acc |= static_cast<std::uint32_t>(c) << bits;
+            for (bits += 3; bits >= 8; bits -= 8, acc >>= 8) data.push_back(acc & 0xff);
+        }
+        if (bits) data.push_back(acc & 0xff);
+        g.push_back(static_cast<std::uint8_t>(data.size()));
+        g.insert(g.end(), data.begin(), data.end());
+        g.push_back(0);
+    }
+    g.push_back(0x3b);
+    return g;
+}
+
+}  // namespace
+
+// Files of several frames, one picture by its own name, and every frame there is.
+TEST(ImageSequenceCounting, FramesOfAnimationsFilesAndSeries) {
+    const std::string base = t3d::temp_path("anim");
+    write_bytes(base + ".gif", animated_gif({1, 2, 3}));  // one file, by its name
+    write_bytes(base + "07.gif", animated_gif({3, 0}));   // a series of two files
+    write_bytes(base + "08.gif", animated_gif({2, 1}));
+    const ImageSequenceFormat* gif = GetImageSequenceFormat(V3D_FORMAT_GIF);
+    ImageSequenceInfo info{};
+    ASSERT_EQ(gif->check(base.c_str(), 0, -1, "gif", 0, &info), 0);
+    EXPECT_EQ(std::vector<int>({info.X, info.Y, info.Z, info.colortype}), (std::vector<int>{4, 2, 3, 1}));
+    Loaded skip = load(V3D_FORMAT_GIF, base, 1, -1, "gif", 0);  // the first frame passed over
+    ASSERT_EQ(skip.read, 0);
+    ASSERT_EQ(skip.info.Z, 2);
+    EXPECT_EQ(skip.vol->uc(0, 1, 3), 160);
+    EXPECT_EQ(skip.vol->uc(1, 0, 0), 240);
+    EXPECT_EQ(gif->check(base.c_str(), 3, -1, "gif", 0, &info), -1002);
+    EXPECT_EQ(gif->check(base.c_str(), 0, -1, "gif", 4, &info), -1002);
+    // a series counts frames, not files: three frames take both of file 07 and one of 08
+    Loaded series = load(V3D_FORMAT_GIF, base, 7, 2, "gif", 3);
+    ASSERT_EQ(series.read, 0);
+    EXPECT_EQ((std::vector<int>{series.vol->uc(0, 0, 0), series.vol->uc(1, 0, 0), series.vol->uc(2, 1, 2)}),
+              (std::vector<int>{240, 0, 160}));
+    // count 0: every frame of every file there is, up to the first missing number
+    ASSERT_EQ(gif->check(base.c_str(), 7, 2, "gif", 0, &info), 0);
+    EXPECT_EQ(info.Z, 4);
+    EXPECT_EQ(gif->check(base.c_str(), 6, 2, "gif", 0, &info), -600);
+    // writers and raw frames are always numbered
+    Vol v(1, 2, 4);
+    EXPECT_EQ(SaveGifSequence(v.get(), base.c_str(), 0, -1, "gif", 0), -90);
+    ImageSequenceInfo raw{4, 2, 0, 1, 1, 0};
+    EXPECT_EQ(GetImageSequenceFormat(V3D_FORMAT_RAW_FRAMES)->check(base.c_str(), 0, -1, "gif", 1, &raw), -90);
+}
+
+TEST(ImageSequenceCounting, RawFramesAndVolumesThatTheCheckCounts) {
+    const std::string base = t3d::temp_path("rawcount");
+    Vol v(5, 3, 4, 1, 2);
+    t3d::fill_random(v.get(), 8);
+    const ImageSequenceFormat* rgb = GetImageSequenceFormat(V3D_FORMAT_RAW_RGB);
+    const ImageSequenceFormat* vol = GetImageSequenceFormat(V3D_FORMAT_RAW_VOLUME);
+    ASSERT_EQ(rgb->write(v.get(), base.c_str(), 2, 0, ""), 0);
+    ImageSequenceInfo info{4, 3, 0, 1, 2, 0};
+    ASSERT_EQ(rgb->check(base.c_str(), 2, 0, "", 0, &info), 0);
+    EXPECT_EQ(info.Z, 5);
+    ASSERT_EQ(vol->write(v.get(), base.c_str(), 0, 0, "vol"), 0);
+    std::ofstream(base + ".vol", std::ios::app) << "1234567";  // a remainder is left unread
+    info = {4, 3, 0, 1, 2, 0};
+    ASSERT_EQ(vol->check(base.c_str(), 0, 0, "vol", 0, &info), 0);
+    EXPECT_EQ(info.Z, 5);
+    info = {4, 3, 0, 1, 1, 0};  // read as one channel, skipping 4 frames: 15 - 4
+    ASSERT_EQ(vol->check(base.c_str(), 4, 0, "vol", 0, &info), 0);
+    EXPECT_EQ(info.Z, 11);
+    info = {4, 3, 0, 1, 1, 0};
+    EXPECT_EQ(vol->check(base.c_str(), 15, 0, "vol", 0, &info), -601);
+}
+
+// What a volume of the wrong type cannot take is refused before anything is written.
+TEST(ImageSequenceCounting, SampleKindsNeedTheirDataTypes) {
+    v3d::ImageHeader h;
+    h.width = 2, h.height = 1;
+    Vol uc(1, 1, 2, 1), i(1, 1, 2, 4), f(1, 1, 2, 2);
+    const struct { v3d::SampleKind kind; int uc, i, f; } kinds[] = {
+        {v3d::SampleKind::Unsigned, 0, 0, 0},
+        {v3d::SampleKind::Signed, -1004, 0, 0},
+        {v3d::SampleKind::Float, -1003, -1003, 0}};
+    for (const auto& k : kinds) {
+        h.kind = k.kind;
+        EXPECT_EQ(v3d::VolumeSink(uc.get(), 0).begin(h), k.uc);
+        EXPECT_EQ(v3d::VolumeSink(i.get(), 0).begin(h), k.i);
+        EXPECT_EQ(v3d::VolumeSink(f.get(), 0).begin(h), k.f);
+    }
+    h.kind = v3d::SampleKind::Signed;  // signed samples as they are
+    v3d::VolumeSink sink(i.get(), 0);
+    ASSERT_EQ(sink.begin(h), 0);
+    const v3d::Sample row[2] = {-1024.0f, 3071.0f};
+    sink.row(0, row);
+    EXPECT_EQ(std::vector<int>({i.i(0, 0, 0), i.i(0, 0, 1)}), (std::vector<int>{-1024, 3071}));
+}
+
+// Variants no tool at hand writes: a RLE4 bitmap (runs, an absolute run, a delta) and a 16-bit
+// Targa (5-bit channels scaled by 255 / 31).
+TEST(ImageSequenceHandMade, Rle4BitmapAndSixteenBitTarga) {
+    Bytes bmp = {'B', 'M', 0, 0, 0, 0, 0, 0, 0, 0};
+    v3d::put_le32(bmp, 14 + 40 + 64);  // pixel data after the 16-entry palette
+    v3d::put_le32(bmp, 40);
+    v3d::put_le32(bmp, 6);
+    v3d::put_le32(bmp, 2);
+    v3d::put_le16(bmp, 1);
+    v3d::put_le16(bmp, 4);
+    v3d::put_le32(bmp, 2);  // RLE4
+    for (int i = 0; i < 5; ++i) v3d::put_le32(bmp, i == 3 ? 16 : 0);
+    for (int i = 0; i < 16; ++i) bmp.insert(bmp.end(), {static_cast<std::uint8_t>(i * 17), static_cast<std::uint8_t>(i * 17),
+                                                       static_cast<std::uint8_t>(i * 17), 0});
+    bmp.insert(bmp.end(), {5, 0x12, 0, 3, 0x34, 0x50, 0, 0,   // bottom row: 1 2 1 2 1, then 3 (4 5 cut)
+                           0, 2, 2, 0, 4, 0xab, 0, 0, 0, 1});  // top row: two skipped, a b a b
+    struct Rows : v3d::RowSink {
+        std::vector<std::vector<int>> rows = std::vector<std::vector<int>>(2);
+        int colour = 0;
+        int begin(const v3d::ImageHeader& h) override {
+            colour = h.colour;
+            return 0;
+        }
+        void row(int y, const v3d::Sample* s) override { rows[y].assign(s, s + (colour == 1 ? 6 : 9)); }
+    } sink;
+    ASSERT_EQ(v3d::decode_bmp(bmp.data(), bmp.size(), nullptr, &sink), 0);
+    EXPECT_EQ(sink.colour, 1);
+    EXPECT_EQ(sink.rows[1], (std::vector<int>{17, 34, 17, 34, 17, 51}));
+    EXPECT_EQ(sink.rows[0], (std::vector<int>{0, 0, 170, 187, 170, 187}));
+
+    Bytes tga(18, 0);
+    tga[2] = 2;
+    tga[12] = 3;
+    tga[14] = 1;
+    tga[16] = 16;
+    tga[17] = 0x20;  // top-down
+    for (unsigned px : {0x7fffu, 0x001fu, 0x4210u}) v3d::put_le16(tga, px);
+    Rows colour;
+    ASSERT_EQ(v3d::decode_tga(tga.data(), tga.size(), nullptr, &colour), 0);
+    EXPECT_EQ(colour.colour, 2);
+    EXPECT_EQ(std::vector<int>(colour.rows[0].begin(), colour.rows[0].end()),
+              (std::vector<int>{255, 255, 255, 0, 0, 255, 131, 131, 131}));
+    tga[16] = 8;  // 8-bit true colour: a depth the reader does not know
+    EXPECT_EQ(v3d::decode_tga(tga.data(), tga.size(), nullptr, nullptr), -1022);
+}

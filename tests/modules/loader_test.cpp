@@ -172,10 +172,7 @@ TEST_F(ModuleTest, AHandledMessageStopsTheWindowsUntilTheModuleClearsTheWord) {
     view::FrameDisplay* display = window->displays(vol).at(0);
     int clicks = 0;
     QObject::connect(display, &view::FrameDisplay::voxel_clicked, [&clicks] { ++clicks; });
-    auto click = [&] {
-        QWidget* pane = display->pane()->viewport();
-        QTest::mouseClick(window->windowHandle(), Qt::LeftButton, {}, pane->mapTo(window.get(), QPoint(5, 5)));
-    };
+    auto click_pane = [&] { click(display->pane()->viewport(), {5, 5}); };
     Projection* p = CreateProjection(app::gallery_projection_type(), vol, app::kGalleryUserArea);
     const app::GalleryLayout layout{2, 0};
     std::memcpy(p->user, &layout, sizeof layout);
@@ -183,11 +180,11 @@ TEST_F(ModuleTest, AHandledMessageStopsTheWindowsUntilTheModuleClearsTheWord) {
     ASSERT_EQ(app::render_gallery(p, picture), 0);
     auto* gallery = gui::procedure_of(static_cast<QWidget*>(DisplayProjection(p, picture, "g")));
     ASSERT_NE(gallery, nullptr);
-    click();
+    click_pane();
     ASSERT_EQ(clicks, 1);
 
     probe<void (*)(unsigned)>(file, "probe_keep")(WM_LBUTTONDOWN);
-    click();
+    click_pane();
     EXPECT_EQ(clicks, 1);  // the display window did nothing of its own
     // the word stays set: later messages of any window return 1 at once
     const float zero = 0;
@@ -201,7 +198,7 @@ TEST_F(ModuleTest, AHandledMessageStopsTheWindowsUntilTheModuleClearsTheWord) {
     probe<void (*)()>(file, "probe_clear")();
     EXPECT_EQ(gallery->send(WM_USER, 0, 0), 0);
     EXPECT_EQ(picture->image[0][20][20], 0);
-    click();
+    click_pane();
     EXPECT_EQ(clicks, 2);
 }
 

@@ -21,9 +21,7 @@ class ModuleTest : public AppTest {
 protected:
     void SetUp() override {
         AppTest::SetUp();
-        window->resize(1200, 800);
-        window->show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+        show_window(1200, 800);
     }
     void TearDown() override {
         AppTest::TearDown();  // the workstation's end forgets the modules

@@ -4,13 +4,11 @@
 #include <QAbstractScrollArea>
 #include <QDialog>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QMenu>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <cstdio>
 #include <fstream>
 #include <iterator>
 
@@ -163,27 +161,6 @@ TEST_F(ShippedModules, AMaximumProjectionTurnsWithTheMouseFollowsItsVolumeAndThe
     ASSERT_NE(render(vol, kMean), nullptr);
     freedisWin(vol);
     EXPECT_TRUE(projections(vol).isEmpty());
-}
-
-// How smoothly a large volume turns: the time of one drag step (render and paint) on 256^3.
-TEST_F(ShippedModules, ALargeVolumeTurnsStepByStep) {
-    Volume* vol = make(256, 256, 256);
-    fill(vol, [](int z, int y, int x) {
-        const int dz = z - 128, dy = y - 110, dx = x - 140;
-        return dz * dz + dy * dy + dx * dx < 90 * 90 ? 60 + (x + 2 * y + 3 * z) % 190 : 0;
-    });
-    ProjectionWindow* w = render(vol, kMaximum);
-    ASSERT_NE(w, nullptr);
-    constexpr int kSteps = 20;
-    QElapsedTimer clock;
-    clock.start();
-    drag(w->viewport(), {100, 100}, kSteps, {3, 1});
-    QApplication::processEvents();
-    const double step_ms = static_cast<double>(clock.elapsed()) / kSteps;
-    RecordProperty("drag_step_ms", std::to_string(step_ms));
-    std::printf("[ frame    ] %dx%d maximum projection of 256^3: %.1f ms a drag step\n",
-                w->buffer()->width, w->buffer()->height, step_ms);
-    EXPECT_TRUE(shows_maximum(w->buffer(), vol, 30 - 3 * kSteps + 360, 20 + kSteps));
 }
 
 TEST_F(ShippedModules, FileSaveWritesWhatV3dAndPilReadBackEqualAndNothingHalfWritten) {

@@ -386,9 +386,7 @@ TEST(Hough, BackProjectionMarksExactlyTheVotersOfSurvivingCells) {
         Vol ref_out(13, 20, 17), ref_acc(acc->Z, acc->Y, acc->X, 4);
         t3d::fill_random(in.get(), seed, 8);
         t3d::fill_random(out.get(), seed);
-        for (int z = 0; z < 12; ++z)
-            for (int y = 0; y < 20; ++y)
-                for (int x = 0; x < 16; ++x) in.uc(z, y, x) = in.uc(z, y, x) == 0 ? 255 : 0;
+        t3d::fill(in.get(), [&in](int z, int y, int x) { return in.uc(z, y, x) == 0 ? 255 : 0; });
         in.voi(2, 10, 2, 10, 2, 10);
         // few surviving cells, so that most voters are marked by one plane only
         const std::vector<int> votes = hough_ref(in, ref_out, ref_acc, 0);

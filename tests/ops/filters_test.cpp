@@ -228,7 +228,7 @@ TEST(LocalAdaptive, BlendsCentreAndMeanByNoiseOverVariance) {
 
 TEST(BoxFilters, CheckOrderAndNothingWrittenOnFailure) {
     Case t(18);
-    Vol f(7, 9, 11, 2, 2), grey(8, 10, 12), small_out(7, 9, 10, 1, 2);
+    Vol f(7, 9, 11, 2, 2), grey(8, 10, 12), small_out(7, 9, 10, 1, 2), small_grey(7, 9, 10);
     const float coef[27] = {};
     const auto before = t3d::snapshot(&t.out);
     using Call = std::function<int(Volume*, Volume*, int, int, int)>;
@@ -241,7 +241,7 @@ TEST(BoxFilters, CheckOrderAndNothingWrittenOnFailure) {
         EXPECT_EQ(call(nullptr, &t.out, 3, 3, 3), -501);
         EXPECT_EQ(call(&f, &t.out, 3, 3, 3), -502);
         EXPECT_EQ(call(&t.in, &f, 3, 3, 3), -502);
-        EXPECT_EQ(call(&t.in, &small_out, 2, 3, 3), -520);
+        EXPECT_EQ(call(&t.in, &small_grey, 2, 3, 3), -520);  // the size before the colour
         EXPECT_EQ(call(&t.in, &grey, 2, 3, 3), -523);
         EXPECT_EQ(call(&t.in, &t.out, 2, 3, 3), -24);
         EXPECT_EQ(call(&t.in, &t.out, 3, 3, 0), -24);
@@ -275,18 +275,17 @@ TEST(BoxFilters, RealParametersMustBeFinite) {
 
 TEST(Wiener, FilterAndChecks) {
     Vol hre(2, 3, 4, 2), him(2, 3, 4, 2), psd(2, 3, 4, 2), dre(2, 3, 4, 2), dim(2, 3, 4, 2);
-    uint32_t seed = 20;
-    for (Volume* v : {psd.get(), dre.get(), dim.get(), hre.get()}) t3d::fill_random(v, seed++);
+    const float one = 1, three = 3, minus_four = -4;
+    ClearVolume(&psd, &one);
+    ClearVolume(&dre, &three);
+    ClearVolume(&dim, &minus_four);
+    t3d::fill_random(&hre, 20);
     hre.voi(1, 2, 0, 3, 1, 4);
     const auto outside = t3d::snapshot(&hre);
-    ASSERT_EQ(wienerfrequency3(&hre, &him, &psd, &dre, &dim, 2.5f), 0);
-    for (int y = 0; y < 3; ++y)
-        for (int x = 1; x < 4; ++x) {
-            const float a = dre.f(1, y, x), b = dim.f(1, y, x), p = psd.f(1, y, x);
-            const float g = p / ((a * a + b * b) * p + 2.5f);
-            EXPECT_EQ(hre.f(1, y, x), g * a);
-            EXPECT_EQ(him.f(1, y, x), -g * b);
-        }
+    // |H|^2 = 25 and the noise 25: the gain is 1 / 50, the filter 3 / 50 + 4 / 50 i
+    ASSERT_EQ(wienerfrequency3(&hre, &him, &psd, &dre, &dim, 25.0f), 0);
+    EXPECT_FLOAT_EQ(hre.f(1, 2, 3), 0.06f);
+    EXPECT_FLOAT_EQ(him.f(1, 0, 1), 0.08f);
     EXPECT_EQ(hre.f(0, 1, 1), outside[1 * 4 + 1]);
     EXPECT_EQ(hre.f(1, 1, 0), outside[12 + 4]);
 

@@ -48,23 +48,6 @@ TEST(ColorLabels, EveryObjectOrOneObjectMatchesTheReference) {
     }
 }
 
-TEST(ColorLabels, HiddenObjectsTurnBlackAndBackgroundIsNeverWritten) {
-    Vol labels(1, 2, 3), out(1, 2, 3, 1, 2);
-    const int l[2][3] = {{0, 1, 2}, {2, 0, 1}};
-    for (int y = 0; y < 2; ++y)
-        for (int x = 0; x < 3; ++x) labels.uc(0, y, x) = static_cast<unsigned char>(l[y][x]);
-    for (int c = 0; c < 3; ++c) out.uc(0, 0, 0, c) = out.uc(0, 1, 1, c) = 77;
-    LabelColor table[2] = {{10, 20, 30, 0, 1, 1}, {200, 100, 50, 0, 0, 1}};
-    ASSERT_EQ(ColorLabelledVolume3d(labels.get(), out.get(), 2, table, 0), 0);
-    const auto rgb = [&](int y, int x) {
-        return std::array<int, 3>{out.uc(0, y, x, 0), out.uc(0, y, x, 1), out.uc(0, y, x, 2)};
-    };
-    EXPECT_EQ(rgb(0, 1), (std::array<int, 3>{10, 20, 30}));
-    EXPECT_EQ(rgb(1, 0), (std::array<int, 3>{0, 0, 0}));      // object 2 hidden
-    EXPECT_EQ(rgb(0, 0), (std::array<int, 3>{77, 77, 77}));   // label 0 untouched
-    EXPECT_EQ(rgb(1, 1), (std::array<int, 3>{77, 77, 77}));
-}
-
 TEST(ColorLabels, ChecksComeInOrderAndLeaveTheOutputUntouched) {
     Vol labels(2, 3, 4), out(2, 3, 4, 1, 2), grey_out(2, 3, 4), small(2, 3, 3, 1, 2), rgb_in(2, 3, 4, 1, 2),
         f_in(2, 3, 4, 2);

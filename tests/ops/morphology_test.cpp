@@ -130,22 +130,6 @@ TEST(Morphology, LargerBoxesAndThreadsGiveTheSameVoxels) {
         }
 }
 
-TEST(Morphology, OpeningRemovesSmallObjectsAndClosingFillsSmallHoles) {
-    Vol in(11, 11, 11), se(3, 3, 3), opened(11, 11, 11), closed(11, 11, 11);
-    fill_binary(se.get(), 1, 100);
-    for (int z = 2; z < 7; ++z)  // a 5-cube with a one-voxel hole, and a lone voxel
-        for (int y = 2; y < 7; ++y)
-            for (int x = 2; x < 7; ++x) in.uc(z, y, x) = 255;
-    in.uc(4, 4, 4) = 0;
-    in.uc(8, 8, 8) = 255;
-    ASSERT_EQ(bopening3d(in.get(), se.get(), opened.get()), 0);
-    EXPECT_EQ(opened.uc(8, 8, 8), 0);
-    EXPECT_EQ(opened.uc(2, 2, 2), 0);  // the only 3-cube holding the corner covers the hole
-    ASSERT_EQ(bclosing3d(in.get(), se.get(), closed.get()), 0);
-    EXPECT_EQ(closed.uc(4, 4, 4), 255);
-    EXPECT_EQ(closed.uc(3, 3, 3), 255);
-}
-
 TEST(Morphology, InPlaceCallsGiveTheResultOfSeparateVolumes) {
     for (const Case& c : kCases) {
         Vol in(8, 9, 10), se(3, 3, 3), out(8, 9, 10);

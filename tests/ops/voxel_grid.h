@@ -1,5 +1,5 @@
 // Helpers shared by the resize, morphology and segmentation tests: a flat copy of a volume
-// addressed by (c, z, y, x), binary random contents and a box iterator.
+// addressed by (c, z, y, x) and a box iterator.
 #pragma once
 
 #include <vector>
@@ -15,15 +15,6 @@ struct Voxels {
     explicit Voxels(Volume* vol) : Z(vol->Z), Y(vol->Y), X(vol->X), v(snapshot(vol)) {}
     double& at(int z, int y, int x, int c = 0) { return v[((static_cast<size_t>(c) * Z + z) * Y + y) * X + x]; }
 };
-
-// Binary contents: each voxel 255 with probability percent / 100.
-inline void fill_binary(Volume* v, uint32_t seed, int percent) {
-    uint32_t s = seed * 747796405u + 1u;
-    for (int z = 0; z < v->Z; ++z)
-        for (int y = 0; y < v->Y; ++y)
-            for (int x = 0; x < v->X; ++x)
-                v->data[0].uc[z][y][x] = next_random(s) % 100 < static_cast<uint32_t>(percent) ? 255 : 0;
-}
 
 // A half-open box of voxels.
 struct Box {

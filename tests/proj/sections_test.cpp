@@ -84,9 +84,7 @@ TEST(Section, ObliquePlaneThroughThePoint) {
     EXPECT_EQ(q.at(7, 7), v.uc(9, 10, 11));
     // Voxel values that tell the distance from the plane normal to (1, 1, 1) through the point:
     // the nearest voxels of its points are at most one step off, and none lies outside.
-    for (int z = 0; z < 20; ++z)
-        for (int y = 0; y < 20; ++y)
-            for (int x = 0; x < 20; ++x) v.uc(z, y, x) = 100 + (z - 9) + (y - 10) + (x - 11);
+    t3d::fill(v.get(), [](int z, int y, int x) { return 100 + (z - 9) + (y - 10) + (x - 11); });
     Picture p(41, 41);
     ASSERT_EQ(TomiRand1(&v, p.image(), 41, 41, 9, 10, 11, 1, 1, 1), 0);
     EXPECT_EQ(p.at(20, 20), 100);
