@@ -485,7 +485,10 @@ public:
         const std::size_t rows = static_cast<std::size_t>(r_.nz()) * r_.ny();
         row_end_ = make_io_buffer<uint32_t>(rows);
         if (!row_end_) return kNoBuffer;
-        slabs_ = block_count(0, r_.nz(), true);
+        // four slabs a thread: the components are not spread evenly over the frames, and a
+        // thread done early takes another slab instead of waiting at the end
+        const int threads = block_count(0, r_.nz(), true);
+        slabs_ = threads > 1 ? std::min(r_.nz(), 4 * threads) : 1;
         slab_runs_ = std::unique_ptr<Growable<Run>[]>(new (std::nothrow) Growable<Run>[slabs_]);
         if (!slab_runs_) return kNoBuffer;
         std::atomic<bool> short_of_memory{false};
