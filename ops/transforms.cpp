@@ -225,20 +225,22 @@ int cosine_transform(Volume* in, Volume* out, int z0, int y0, int x0, bool inver
     auto block = make_buffer<float>(static_cast<std::size_t>(r.count()));
     if (!block) return kNoBuffer;
     const std::size_t row = nx, frame = static_cast<std::size_t>(ny) * nx;
-    for (int z = 0; z < nz; ++z)
-        for (int y = 0; y < ny; ++y)
-            std::memcpy(block.get() + z * frame + y * row, in->data[0].f[r.z1 + z][r.y1 + y] + r.x1,
-                        sizeof(float) * nx);
     float* b = block.get();
+    // (the copies in and out by frames on every thread: the first touch of the block's pages
+    // costs as much as the copy itself)
+    parallel_for(0, nz, [&](int z) {
+        for (int y = 0; y < ny; ++y)
+            std::memcpy(b + z * frame + y * row, in->data[0].f[r.z1 + z][r.y1 + y] + r.x1, sizeof(float) * nx);
+    });
     // the work memory of every axis is had before the output is written
     V3D_CHECK(transform_lines(b, nz * ny, nx, 1, [&](int l) { return l * row; }, inverse));
     V3D_CHECK(transform_lines(b, nz * nx, ny, row,
                               [&](int l) { return (l / nx) * frame + l % nx; }, inverse));
     V3D_CHECK(transform_lines(b, ny * nx, nz, frame, [&](int l) { return std::size_t(l); }, inverse));
-    for (int z = 0; z < nz; ++z)
+    parallel_for(0, nz, [&](int z) {
         for (int y = 0; y < ny; ++y)
-            std::memcpy(out->data[0].f[z0 + z][y0 + y] + x0, b + z * frame + y * row,
-                        sizeof(float) * nx);
+            std::memcpy(out->data[0].f[z0 + z][y0 + y] + x0, b + z * frame + y * row, sizeof(float) * nx);
+    });
     return kOk;
 }
 
