@@ -1,5 +1,6 @@
 """Failing statuses raise vexilo3d.Error with the library's code and text; nothing leaks."""
 import gc
+import os
 import pickle
 import sys
 
@@ -98,4 +99,7 @@ def test_ten_thousand_calls_leak_nothing():
     gc.collect()
     assert (sys.getrefcount(grey), sys.getrefcount(rgb), sys.getrefcount(out)) == references
     assert len(gc.get_objects()) - objects < 100
-    assert resident_bytes() - before < 2 << 20
+    # the address sanitizer keeps freed blocks in quarantine, so the resident size only means
+    # something without it
+    if "libasan" not in os.environ.get("LD_PRELOAD", ""):
+        assert resident_bytes() - before < 2 << 20

@@ -3,10 +3,13 @@
 #pragma once
 
 #include <QApplication>
+#include <QDialog>
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QTest>
+#include <QPointer>
 #include <QTimer>
+#include <memory>
 #include <dlfcn.h>
 
 #include <string>
@@ -54,16 +57,29 @@ protected:
 };
 
 // Acts on the next modal dialog of type W once it is shown (a module's own dialogs run their
-// own event loop).
+// own event loop). The act is repeated while that dialog stays open (a file dialog may refuse an
+// accept until its folder has been read, which takes longer on a busy machine); after 20 s the
+// dialog is rejected so that the test fails instead of hanging.
 template <class W, class F> void when_shown(F act) {
     auto* timer = new QTimer(qApp);
     timer->setInterval(5);
-    QObject::connect(timer, &QTimer::timeout, [timer, act] {
-        if (auto* w = qobject_cast<W*>(QApplication::activeModalWidget())) {
+    auto acted_on = std::make_shared<QPointer<W>>();
+    auto ticks = std::make_shared<int>(0);
+    QObject::connect(timer, &QTimer::timeout, [timer, act, acted_on, ticks] {
+        auto* w = qobject_cast<W*>(QApplication::activeModalWidget());
+        if (*ticks > 0 && (!w || w != *acted_on)) {  // the dialog acted on has closed
             timer->stop();
             timer->deleteLater();
-            act(w);
+            return;
         }
+        if (!w) return;
+        *acted_on = w;
+        if (++*ticks > 4000) {
+            ADD_FAILURE() << "a module's dialog would not close";
+            static_cast<QDialog*>(w)->reject();
+            return;
+        }
+        act(w);
     });
     timer->start();
 }

@@ -5,6 +5,7 @@
 #include <QDialog>
 #include <QDir>
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QFileInfo>
 #include <QMenu>
 #include <QProcess>
@@ -72,7 +73,10 @@ void answer_file_dialog(const QString& filter, const QString& file) {
     when_shown<QFileDialog>([filter, file](QFileDialog* d) {
         for (const QString& f : d->nameFilters())
             if (f.startsWith(filter)) d->selectNameFilter(f);
-        d->selectFile(file);
+        // the name typed, as a user would: selectFile leaves the name field alone once it has
+        // the focus, which the dialog gets when the window system activates it
+        d->setDirectory(QFileInfo(file).path());
+        if (auto* name = d->findChild<QLineEdit*>("fileNameEdit")) name->setText(QFileInfo(file).fileName());
         static_cast<QDialog*>(d)->accept();
     });
 }

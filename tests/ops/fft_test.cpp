@@ -1,5 +1,5 @@
 // The 3D Fourier transforms against a brute-force DFT in double precision, their round trip,
-// placement, in-place rule and every check code.
+// placement, in-place rule and every check code; the two-dimensional frame transform's codes.
 #include <cmath>
 #include <complex>
 #include <vector>
