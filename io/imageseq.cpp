@@ -1,6 +1,7 @@
 // Image sequences: the format table of the open/save dialog, the engine that checks, reads and
 // writes a numbered series of one image per frame, and what every format shares (file loading,
 // the sink that stores decoded rows into a volume, sample access for writers).
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstring>
@@ -95,6 +96,16 @@ void VolumeSink::row(int y, const Sample* s) {
         } else if (vol_->type == kI) {
             int* out = vol_->data[c].i[z][y];
             for (int x = 0; x < h_.width; ++x) out[x] = static_cast<int>(s[x * n + c]);
+        } else if (maxval == 255) {  // unsigned samples stored as they are, within 0..255
+            unsigned char* out = vol_->data[c].uc[z][y];
+            const int width = h_.width;  // (in a local: byte stores may alias anything)
+            auto stored = [](Sample f) {  // truncated; below 0 and not a number give 0
+                return static_cast<unsigned char>(static_cast<int>(std::min(Sample{255}, std::max(Sample{0}, f))));
+            };
+            if (n == 1)  // (grey apart, so that it vectorises)
+                for (int x = 0; x < width; ++x) out[x] = stored(s[x]);
+            else
+                for (int x = 0; x < width; ++x) out[x] = stored(s[x * 3 + c]);
         } else {  // unsigned samples (begin() refused the others)
             unsigned char* out = vol_->data[c].uc[z][y];
             for (int x = 0; x < h_.width; ++x) {

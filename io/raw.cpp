@@ -38,18 +38,44 @@ bool extensions_present(const char* const* exts, int n) {
 // Closing reports the write errors that buffering held back.
 int close_written(std::FILE* f) { return std::fclose(f) == 0 ? kOk : kFwrite; }
 
+// How many of the rows y .. y + most - 1 of frame z of channel c follow each other in memory
+// as row_bytes apart (the rows of a frame of CreateVolume's do, when whole rows are meant):
+// they go to and from the file in one call.
+int rows_in_a_block(const Volume* vol, int c, int z, int y, int most, std::size_t row_bytes) {
+    const char* first = static_cast<const char*>(row_of(vol, c, z, y));
+    int k = 1;
+    while (k < most && row_of(vol, c, z, y + k) == first + k * row_bytes) ++k;
+    return k;
+}
+
 // Reads `rows` rows of each of `frames` frames of channel c, from frame z on, straight into the
 // volume's rows. Only whole rows are stored: a file found to hold fewer (its length is looked at
-// first, when it can be told) gives the whole rows it has and false.
+// first, when it can be told) gives the whole rows it has and false. When the length is known,
+// rows that follow each other in memory are read with one call.
 bool read_rows(std::FILE* f, Volume* vol, int c, int z, int frames, int rows, std::size_t row_bytes) {
     const long long wanted = static_cast<long long>(frames) * rows;
     const long long left = row_bytes > 0 ? bytes_left(f) : -1;
     const long long whole = left < 0 ? wanted : std::min(wanted, left / static_cast<long long>(row_bytes));
-    for (long long i = 0; i < whole; ++i)
-        if (std::fread(row_of(vol, c, z + static_cast<int>(i / rows), static_cast<int>(i % rows)), 1,
-                       row_bytes, f) != row_bytes)
+    for (long long i = 0; i < whole;) {
+        const int y = static_cast<int>(i % rows);
+        const int k = left < 0 ? 1 : rows_in_a_block(vol, c, z + static_cast<int>(i / rows), y,
+                                                     static_cast<int>(std::min<long long>(rows - y, whole - i)), row_bytes);
+        if (std::fread(row_of(vol, c, z + static_cast<int>(i / rows), y), 1, k * row_bytes, f) != k * row_bytes)
             return false;
+        i += k;
+    }
     return whole == wanted;
+}
+
+// Writes rows 0 .. rows - 1 of frame z of channel c, those that follow each other in memory
+// with one call: false on a short write.
+bool write_rows(std::FILE* f, const Volume* vol, int c, int z, int rows, std::size_t row_bytes) {
+    for (int y = 0; y < rows;) {
+        const int k = rows_in_a_block(vol, c, z, y, rows - y, row_bytes);
+        if (std::fwrite(row_of(vol, c, z, y), 1, k * row_bytes, f) != k * row_bytes) return false;
+        y += k;
+    }
+    return true;
 }
 
 // Frame numbers first .. first + count - 1 all within the int range.
@@ -112,9 +138,7 @@ int todiskUCFI3D(Volume* vol, const char* base, int first, int digits, const cha
             const PathName name = frame_file_name(base, first + z, digits, exts[c]);
             File f(name.empty() ? nullptr : std::fopen(name.c_str(), "wb"));
             if (!f) return kFopen;
-            for (int y = 0; y < vol->Y; ++y)
-                if (std::fwrite(row_of(vol, c, z, y), 1, row_bytes, f.get()) != row_bytes)
-                    return kFwrite;
+            if (!write_rows(f.get(), vol, c, z, vol->Y, row_bytes)) return kFwrite;
             V3D_CHECK(close_written(f.release()));
         }
     return kOk;
@@ -147,9 +171,7 @@ int WriteVolume(Volume* vol, const char* filename, int first, int count) {
     const std::size_t row_bytes = element_size(vol) * static_cast<std::size_t>(vol->X);
     for (int c = 0, n = channels(vol); c < n; ++c)
         for (int z = first; z < first + count; ++z)
-            for (int y = 0; y < vol->Y; ++y)
-                if (std::fwrite(row_of(vol, c, z, y), 1, row_bytes, f.get()) != row_bytes)
-                    return kFwrite;
+            if (!write_rows(f.get(), vol, c, z, vol->Y, row_bytes)) return kFwrite;
     return close_written(f.release());
 }
 

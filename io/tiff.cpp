@@ -252,6 +252,13 @@ public:
         return fetch(row, i, p_.bits, p_.h.kind);
     }
 
+    // Row r of the band as the file packs it, when one unit spans the page and holds every
+    // sample of a pixel together; null otherwise.
+    const std::uint8_t* packed_row(std::uint32_t r) const {
+        if (p_.separate || across_ != 1) return nullptr;
+        return unit(0, 0) + static_cast<std::size_t>(r) * unit_row_bytes_;
+    }
+
 private:
     std::uint8_t* unit(std::uint32_t plane, std::uint32_t u) const {
         return data_.get() + (static_cast<std::size_t>(plane) * across_ + u) * static_cast<std::size_t>(unit_bytes_);
@@ -271,10 +278,20 @@ int decode_page(TIFF* tif, const PageInfo& p, RowSink& sink) {
     auto row = make_io_buffer<Sample>(static_cast<std::size_t>(p.h.width) * n);
     if (!row) return kNoBuffer;
     const Sample top = static_cast<Sample>(p.h.maxval);
+    const bool plain = p.bits == 8 && p.h.kind == SampleKind::Unsigned && !p.palette && !p.white_zero &&
+                       p.samples == n;
     for (std::uint32_t y0 = 0; y0 < static_cast<std::uint32_t>(p.h.height); y0 += bands.rows()) {
         V3D_CHECK(bands.read(y0));
         const std::uint32_t rows = std::min(bands.rows(), static_cast<std::uint32_t>(p.h.height) - y0);
         for (std::uint32_t r = 0; r < rows; ++r) {
+            // plain bytes (8-bit unsigned samples, black zero, no palette or extra samples)
+            // are the samples as they are
+            const std::uint8_t* packed = plain ? bands.packed_row(r) : nullptr;
+            if (packed) {
+                for (int i = 0, count = p.h.width * n; i < count; ++i) row[i] = packed[i];
+                sink.row(static_cast<int>(y0 + r), row.get());
+                continue;
+            }
             for (int x = 0; x < p.h.width; ++x) {
                 if (p.palette) {
                     const int index = static_cast<int>(bands.sample(r, x, 0));
@@ -386,6 +403,14 @@ int tiff_write_page(TiffFile* t, Volume* v, int z, int compression, int page, in
     auto row = make_io_buffer<std::uint8_t>(static_cast<std::size_t>(v->X) * n * (bits / 8));
     if (!row) return kNoBuffer;
     for (int y = 0; y < v->Y; ++y) {
+        if (bits == 8) {  // UC volumes: the voxels as they are, interleaved for colour
+            for (int c = 0; c < n; ++c) {
+                const unsigned char* voxels = v->data[c].uc[z][y];
+                for (int x = 0; x < v->X; ++x) row[x * n + c] = voxels[x];
+            }
+            if (TIFFWriteScanline(tif, row.get(), static_cast<std::uint32_t>(y), 0) < 0) return kFwrite;
+            continue;
+        }
         for (int x = 0; x < v->X; ++x)
             for (int c = 0; c < n; ++c) {
                 const unsigned s = sample_of(v, c, z, y, x, maxval);

@@ -339,22 +339,16 @@ Point follow_step(UC*** v, const Voi& voi, Point cur, int cv, Point& prev, int m
 
 // ---- Hough --------------------------------------------------------------------------------
 
-// The parameter space: angle tables, the diagonal D and the number of distance cells.
+// The parameter space: angle tables, the diagonal D and the number of distance cells. The
+// distance cell of voxel (z, y, x) for elevation k and azimuth j is
+//   floor((cos_el[k] z + (cos_az[j] y + sin_az[j] x) sin_el[k] + D) / (2 D) * (cells - 1) + 0.5)
+// in double precision, computed in this order by voting and back-projection alike (see
+// cell_by_division).
 struct HoughSpace {
     std::unique_ptr<float[]> cos_az, sin_az, cos_el, sin_el;
     double d = 0;
     int cells = 0;
 
-    // The distance cell of voxel (z, y, x) for elevation k and azimuth j (may lie outside
-    // 0..cells-1). Voting and back-projection share this one formula.
-    int cell(int k, int j, int z, int y, int x) const {
-        const double r = (static_cast<double>(cos_el[k]) * z +
-                          (static_cast<double>(cos_az[j]) * y + static_cast<double>(sin_az[j]) * x) *
-                              static_cast<double>(sin_el[k]) +
-                          d) /
-                         (2.0 * d);
-        return static_cast<int>(std::floor(r * (cells - 1) + 0.5));
-    }
 };
 
 // angle_i = (i / (n - 1) * 180 - 90) * 0.017453 for the n entries i = 0..n-1, so the table runs
@@ -370,83 +364,185 @@ bool fill_angle_table(float* cosines, float* sines, long long n) {
     return true;
 }
 
-void hough_vote(Volume* in, Volume* acc, const HoughSpace& s) {
-    int*** a = acc->data[0].i;
-    for (int k = 0; k < acc->Z; ++k)
-        for (int j = 0; j < acc->Y; ++j) std::fill(a[k][j], a[k][j] + acc->X, 0);
-    UC*** v = in->data[0].uc;
-    for (int z = 0; z < in->Z; ++z)
-        for (int y = 0; y < in->Y; ++y)
+#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__) && defined(__linux__)
+#define V3D_SIMD_CLONES __attribute__((target_clones("avx2", "default")))
+#else
+#define V3D_SIMD_CLONES
+#endif
+
+// The voters: the 255 voxels of frames [z1, z2) of the whole input, handed to f a batch at a
+// time.
+constexpr int kVoters = 256;
+struct Voters {
+    int n = 0;
+    int z[kVoters], y[kVoters], x[kVoters];
+};
+template <class F> void for_voter_batches(const Volume* in, int z1, int z2, F&& f) {
+    Voters v;
+    for (int z = z1; z < z2; ++z)
+        for (int y = 0; y < in->Y; ++y) {
+            const UC* row = in->data[0].uc[z][y];
             for (int x = 0; x < in->X; ++x) {
-                if (v[z][y][x] != 255) continue;
-                for (int k = 0; k < acc->Z; ++k)
-                    for (int j = 0; j < acc->Y; ++j) {
-                        const int c = s.cell(k, j, z, y, x);
-                        if (c >= 0 && c < acc->X) ++a[k][j][c];
-                    }
+                if (row[x] != 255) continue;
+                v.z[v.n] = z, v.y[v.n] = y, v.x[v.n] = x;
+                if (++v.n == kVoters) f(v), v.n = 0;
             }
+        }
+    if (v.n) f(v);
 }
 
-// Traces the plane of cell (k, j, c) through row (z, y): the columns whose distance cell is c.
-void hough_trace_row(Volume* in, Volume* out, const HoughSpace& s, int k, int j, int c, int z,
-                     int y) {
-    const int X = in->X;
-    // cell value before flooring, as a function of the column: v0 + slope * x
-    const double scale = (s.cells - 1) / (2.0 * s.d);
-    const double slope = static_cast<double>(s.sin_az[j]) * s.sin_el[k] * scale;
-    const double v0 = (static_cast<double>(s.cos_el[k]) * z +
-                       static_cast<double>(s.cos_az[j]) * y * s.sin_el[k] + s.d) * scale + 0.5;
-    double lo = 0, hi = X - 1;
-    if (std::fabs(slope) * (X - 1) >= 0.5) {  // not parallel to the column axis
-        double a = (c - v0) / slope, b = (c + 1 - v0) / slope;
-        if (a > b) std::swap(a, b);
-        lo = std::max(lo, std::floor(a + 0.5) - 1);
-        hi = std::min(hi, std::floor(b + 0.5) + 1);
+// Distance cells without a division per cell: the quotient by 2 D is taken as a product with
+// its reciprocal, which moves the value before flooring by a few units in the last place at
+// most; where that value lies so near a whole number that flooring could go either way, the
+// cell is computed again with the division. The value is below 1.4 (cells - 1) + 0.5 in
+// magnitude (the numerator is below sqrt(3) D + D), so one tolerance serves every cell. Floor
+// by truncation and a comparison, which vectorises where std::floor does not.
+struct Reciprocal {
+    double inverse, scale, tolerance;
+    Reciprocal(double d, double scale) : inverse(1.0 / (2.0 * d)), scale(scale), tolerance(1e-12 * (scale + 2.0)) {}
+    // The cell; near is set when it must be computed with the division.
+    int cell(double numerator, int& near) const {
+        const double v = numerator * inverse * scale + 0.5;
+        const int t = static_cast<int>(v);
+        const int f = static_cast<int>(static_cast<unsigned>(t) - (static_cast<double>(t) > v));
+        const double fraction = v - f;
+        near = (fraction <= tolerance) | (1.0 - fraction <= tolerance);  // 0 or 1
+        return f;
     }
-    const UC* src = in->data[0].uc[z][y];
-    UC* dst = out->data[0].uc[z][y];
-    for (int x = static_cast<int>(lo); x <= hi; ++x)
-        if (src[x] == 255 && s.cell(k, j, z, y, x) == c) dst[x] = 255;
+};
+inline int cell_by_division(double numerator, double d, double scale) {
+    const double r = numerator / (2.0 * d);
+    return static_cast<int>(std::floor(r * scale + 0.5));
 }
 
-// The rows [y1, y2] of frame z that the plane of cell (k, j, c) may cross inside 0..X-1
-// (y1 > y2 when none): the cell value, linear in the row and the column, must reach
-// [c, c + 1) somewhere along the row (give or take far more than rounding can move it).
-void hough_rows(const HoughSpace& s, int k, int j, int c, int z, int Y, int X, int* y1, int* y2) {
-    const double scale = (s.cells - 1) / (2.0 * s.d);
-    const double per_row = static_cast<double>(s.cos_az[j]) * s.sin_el[k] * scale;
-    const double along_row = static_cast<double>(s.sin_az[j]) * s.sin_el[k] * scale * (X - 1);
-    const double base = (static_cast<double>(s.cos_el[k]) * z + s.d) * scale + 0.5;
-    // per_row * y must lie in [lo, hi]
-    constexpr double kSlack = 1e-6;
-    const double lo = c - kSlack - base - std::max(0.0, along_row);
-    const double hi = c + 1 + kSlack - base - std::min(0.0, along_row);
-    *y1 = 0;
-    *y2 = Y - 1;
-    if (std::fabs(per_row) < 1e-12) {  // the same for every row
-        if (lo > 0 || hi < 0) *y2 = -1;
-        return;
+// The distance cells of n voters for one elevation, given each voter's azimuth term
+// a = cos_az * y + sin_az * x.
+V3D_SIMD_CLONES void vote_cells(const double* a, const int* z, int n, double cos_el, double sin_el,
+                                double d, const Reciprocal& reciprocal, int* cell) {
+    const Reciprocal q = reciprocal;  // a local copy: no stores reach it
+    int nears = 0;
+    for (int i = 0; i < n; ++i) {
+        int near;
+        cell[i] = q.cell(cos_el * z[i] + a[i] * sin_el + d, near);
+        nears += near;
     }
-    double a = lo / per_row, b = hi / per_row;
-    if (a > b) std::swap(a, b);
-    if (a > *y1) *y1 = a > Y ? Y : static_cast<int>(std::floor(a));
-    if (b < *y2) *y2 = b < -1 ? -1 : static_cast<int>(std::ceil(b));
+    if (!nears) return;
+    for (int i = 0; i < n; ++i) {
+        int near;
+        q.cell(cos_el * z[i] + a[i] * sin_el + d, near);
+        if (near) cell[i] = cell_by_division(cos_el * z[i] + a[i] * sin_el + d, d, q.scale);
+    }
 }
 
-void hough_back_project(Volume* in, Volume* out, Volume* acc, const HoughSpace& s) {
-    for (int z = 0; z < out->Z; ++z)
-        for (int y = 0; y < out->Y; ++y) std::memset(out->data[0].uc[z][y], 0, out->X);
+// The same for one voter and n (elevation, azimuth) pairs given by their sines and cosines.
+V3D_SIMD_CLONES void pair_cells(const double* cos_el, const double* sin_el, const double* cos_az,
+                                const double* sin_az, int n, int z, int y, int x, double d,
+                                const Reciprocal& reciprocal, int* cell) {
+    const Reciprocal q = reciprocal;  // a local copy: no stores reach it
+    auto numerator = [&](int i) { return cos_el[i] * z + (cos_az[i] * y + sin_az[i] * x) * sin_el[i] + d; };
+    int nears = 0;
+    for (int i = 0; i < n; ++i) {
+        int near;
+        cell[i] = q.cell(numerator(i), near);
+        nears += near;
+    }
+    if (!nears) return;
+    for (int i = 0; i < n; ++i) {
+        int near;
+        q.cell(numerator(i), near);
+        if (near) cell[i] = cell_by_division(numerator(i), d, q.scale);
+    }
+}
+
+// Clears, fills and thresholds the accumulator. Threads take ranges of elevations, so that
+// each counts into its own cells.
+void hough_vote(const Volume* in, Volume* acc, const HoughSpace& s, int threshold) {
     int*** a = acc->data[0].i;
-    for (int k = 0; k < acc->Z; ++k)
-        for (int j = 0; j < acc->Y; ++j)
-            for (int c = 0; c < acc->X; ++c) {
-                if (a[k][j][c] != 1) continue;
-                for (int z = 0; z < in->Z; ++z) {
-                    int y1 = 0, y2 = 0;
-                    hough_rows(s, k, j, c, z, in->Y, in->X, &y1, &y2);
-                    for (int y = y1; y <= y2; ++y) hough_trace_row(in, out, s, k, j, c, z, y);
+    const Reciprocal q(s.d, s.cells - 1);
+    parallel_blocks(0, acc->Z, block_count(0, acc->Z, true), [&](int, int k1, int k2) {
+        for (int k = k1; k < k2; ++k)
+            for (int j = 0; j < acc->Y; ++j) std::fill(a[k][j], a[k][j] + acc->X, 0);
+        // eight elevations at a time, so that consecutive counts go to different rows
+        constexpr int kRows = 8;
+        double az_term[kVoters];
+        int cell[kRows][kVoters];
+        for_voter_batches(in, 0, in->Z, [&](const Voters& v) {
+            for (int j = 0; j < acc->Y; ++j) {
+                const double ca = s.cos_az[j], sa = s.sin_az[j];
+                for (int i = 0; i < v.n; ++i) az_term[i] = ca * v.y[i] + sa * v.x[i];
+                for (int k0 = k1; k0 < k2; k0 += kRows) {
+                    const int rows = std::min(kRows, k2 - k0);
+                    int* votes[kRows];
+                    for (int r = 0; r < rows; ++r) {
+                        vote_cells(az_term, v.z, v.n, s.cos_el[k0 + r], s.sin_el[k0 + r], s.d, q, cell[r]);
+                        votes[r] = a[k0 + r][j];
+                    }
+                    for (int i = 0; i < v.n; ++i)
+                        for (int r = 0; r < rows; ++r)
+                            if (static_cast<unsigned>(cell[r][i]) < static_cast<unsigned>(s.cells)) ++votes[r][cell[r][i]];
                 }
             }
+        });
+        for (int k = k1; k < k2; ++k)
+            for (int j = 0; j < acc->Y; ++j)
+                for (int c = 0; c < acc->X; ++c) a[k][j][c] = a[k][j][c] >= threshold ? 1 : 0;
+    });
+}
+
+// The (elevation, azimuth) pairs with at least one surviving cell, as sines and cosines.
+struct SurvivingPlanes {
+    std::unique_ptr<int[]> k, j;
+    std::unique_ptr<double[]> cos_el, sin_el, cos_az, sin_az;
+    int n = 0;
+
+    bool allocate(std::size_t pairs) {
+        k = make_buffer<int>(pairs), j = make_buffer<int>(pairs);
+        cos_el = make_buffer<double>(pairs), sin_el = make_buffer<double>(pairs);
+        cos_az = make_buffer<double>(pairs), sin_az = make_buffer<double>(pairs);
+        return k && j && cos_el && sin_el && cos_az && sin_az;
+    }
+    void collect(Volume* acc, const HoughSpace& s) {
+        int*** a = acc->data[0].i;
+        for (int kk = 0; kk < acc->Z; ++kk)
+            for (int jj = 0; jj < acc->Y; ++jj)
+                if (std::find(a[kk][jj], a[kk][jj] + acc->X, 1) != a[kk][jj] + acc->X) {
+                    k[n] = kk, j[n] = jj;
+                    cos_el[n] = s.cos_el[kk], sin_el[n] = s.sin_el[kk];
+                    cos_az[n] = s.cos_az[jj], sin_az[n] = s.sin_az[jj];
+                    ++n;
+                }
+    }
+};
+
+// Clears the output and marks every 255 voxel whose distance cell survived for some
+// (elevation, azimuth): the voxels the planes of the surviving cells pass through. Each voxel
+// looks for its first surviving cell among the pairs that have one, a few pairs at a time;
+// frames are independent.
+void hough_back_project(const Volume* in, Volume* out, Volume* acc, const HoughSpace& s,
+                        const SurvivingPlanes& p) {
+    parallel_for(0, out->Z, [&](int z) {
+        for (int y = 0; y < out->Y; ++y) std::memset(out->data[0].uc[z][y], 0, out->X);
+    });
+    int*** a = acc->data[0].i;
+    const Reciprocal q(s.d, s.cells - 1);
+    parallel_for(0, in->Z, [&](int z) {
+        constexpr int kPairs = 16;
+        int cell[kPairs];
+        for_voter_batches(in, z, z + 1, [&](const Voters& v) {
+            for (int i = 0; i < v.n; ++i) {
+                bool marked = false;
+                for (int first = 0; first < p.n && !marked; first += kPairs) {
+                    const int n = std::min(kPairs, p.n - first);
+                    pair_cells(&p.cos_el[first], &p.sin_el[first], &p.cos_az[first], &p.sin_az[first], n,
+                               v.z[i], v.y[i], v.x[i], s.d, q, cell);
+                    for (int q = 0; q < n && !marked; ++q)
+                        marked = static_cast<unsigned>(cell[q]) < static_cast<unsigned>(s.cells) &&
+                                 a[p.k[first + q]][p.j[first + q]][cell[q]] == 1;
+                }
+                if (marked) out->data[0].uc[v.z[i]][v.y[i]][v.x[i]] = 255;
+            }
+        });
+    });
 }
 
 // ---- Edge linking -------------------------------------------------------------------------
@@ -643,12 +739,12 @@ int Hough_3D(Volume* in, Volume* out, Volume* acc, int threshold) {
                     static_cast<double>(in->Y) * in->Y);
     s.cells = acc->X;
 
-    hough_vote(in, acc, s);
-    int*** a = acc->data[0].i;
-    for (int k = 0; k < acc->Z; ++k)
-        for (int j = 0; j < acc->Y; ++j)
-            for (int c = 0; c < acc->X; ++c) a[k][j][c] = a[k][j][c] >= threshold ? 1 : 0;
-    hough_back_project(in, out, acc, s);
+    SurvivingPlanes planes;
+    if (!planes.allocate(static_cast<std::size_t>(acc->Z) * acc->Y)) return kNoBuffer;
+
+    hough_vote(in, acc, s, threshold);
+    planes.collect(acc, s);
+    hough_back_project(in, out, acc, s, planes);
     return kOk;
 }
 

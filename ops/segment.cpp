@@ -6,6 +6,7 @@
 // are Growable arrays; each reports a failure as the operator's status (-9 for buffers and
 // lists, -530 for volumes), and nothing here throws.
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -423,61 +424,225 @@ private:
 
 // ---- grass-fire labelling -------------------------------------------------------------------
 
-// The voxels of a fire still to visit, used as a stack (the order in which a component is
-// visited does not change which voxels it holds).
-struct Voxel {
-    int z, y, x;
+// Labelling works on runs: maximal pieces of a row with one non-zero value. Two runs of the
+// same value belong to one 26-connected component when their rows are neighbours (the row
+// before in the frame, or one of the three rows around it in the frame before) and their
+// column ranges, one widened by a voxel, overlap. Runs are joined in a union-find forest
+// whose roots are the first run of their component in scan order, so the components are
+// numbered in the order of their first voxel, as a grass fire started from each first voxel
+// in scan order numbers them, and a maximum reached leaves exactly the components a fire
+// would have left. Runs are found and joined by slabs of frames in parallel; the slab seams
+// are joined afterwards, and labels do not depend on the number of slabs.
+
+struct Run {
+    int x1, x2;  // inclusive
+    Byte value;
 };
-using PendingVoxels = Growable<Voxel>;
 
 // The first x in [x, end) with a non-zero voxel, or end.
 int next_nonzero(const Byte* row, int x, int end) {
-    for (uint64_t word; x + 8 <= end; x += 8) {
-        std::memcpy(&word, row + x, sizeof word);
-        if (word) break;
+    auto word = [row](int at) {
+        uint64_t w;
+        std::memcpy(&w, row + at, sizeof w);
+        return w;
+    };
+    for (; x + 64 <= end; x += 64) {  // a block of 64 at a time (vectorised)
+        uint64_t any = 0;
+        for (int i = 0; i < 64; i += 8) any |= word(x + i);
+        if (any) break;
     }
+    for (; x + 8 <= end; x += 8)
+        if (word(x)) break;
     while (x < end && !row[x]) ++x;
     return x;
 }
 
-// Adds n to a per-label float count exactly as n increments of 1.0f would (they stop at 2^24).
-void add_ones(float& count, int n) {
-    count = static_cast<float>(std::min(static_cast<double>(count) + n, 16777216.0));
+// The first x in (x, end) whose voxel differs from row[x], or end.
+int run_end(const Byte* row, int x, int end) {
+    const uint64_t pattern = 0x0101010101010101ull * row[x];
+    for (++x; x + 8 <= end; x += 8) {
+        uint64_t word;
+        std::memcpy(&word, row + x, sizeof word);
+        if (const uint64_t diff = word ^ pattern) return x + __builtin_ctzll(diff) / 8;  // little-endian
+    }
+    while (x < end && row[x] == static_cast<Byte>(pattern)) ++x;
+    return x;
 }
 
-// Labels the component of value v that (z, y, x) starts: every voxel of the VOI 26-connected
-// to it through voxels of value v. Each labelled voxel is cleared in the input and counted.
-// Runs of v along x are taken whole; the eight rows next to a run are searched over the run
-// widened by one voxel, and every run of v met there is pushed once.
-int fire(Byte*** in, Byte*** out, const Voi& r, int z, int y, int x, Byte label, float& count,
-         PendingVoxels& pending) {
-    const Byte v = in[z][y][x];
-    if (!pending.push({z, y, x})) return kNoBuffer;
-    while (!pending.empty()) {
-        const Voxel p = pending.pop();
-        Byte* row = in[p.z][p.y];
-        if (row[p.x] != v) continue;  // taken with another run since it was pushed
-        int a = p.x, b = p.x;
-        while (a > r.x1 && row[a - 1] == v) --a;
-        while (b + 1 < r.x2 && row[b + 1] == v) ++b;
-        const size_t length = static_cast<size_t>(b - a + 1);
-        std::memset(row + a, 0, length);
-        std::memset(out[p.z][p.y] + a, label, length);
-        add_ones(count, b - a + 1);
-        const int x_lo = std::max(a - 1, r.x1), x_hi = std::min(b + 1, r.x2 - 1);
-        for (int nz = std::max(p.z - 1, r.z1); nz <= std::min(p.z + 1, r.z2 - 1); ++nz)
-            for (int ny = std::max(p.y - 1, r.y1); ny <= std::min(p.y + 1, r.y2 - 1); ++ny) {
-                if (nz == p.z && ny == p.y) continue;
-                const Byte* next = in[nz][ny];
-                for (int nx = x_lo; nx <= x_hi; ++nx) {
-                    if (next[nx] != v) continue;
-                    if (!pending.push({nz, ny, nx})) return kNoBuffer;
-                    while (nx < x_hi && next[nx + 1] == v) ++nx;
+// The runs of one slab, addressed by global run number.
+struct SlabRuns {
+    const Run* runs;
+    std::size_t base;
+    const Run& operator[](std::size_t i) const { return runs[i - base]; }
+};
+
+class RunLabeller {
+public:
+    RunLabeller(Byte*** in, Byte*** out, const Voi& r) : in_(in), out_(out), r_(r) {}
+
+    // Finds the runs and joins them: 0 or -9.
+    int build() {
+        const std::size_t rows = static_cast<std::size_t>(r_.nz()) * r_.ny();
+        row_end_ = make_io_buffer<uint32_t>(rows);
+        if (!row_end_) return kNoBuffer;
+        // four slabs a thread: the components are not spread evenly over the frames, and a
+        // thread done early takes another slab instead of waiting at the end
+        const int threads = block_count(0, r_.nz(), true);
+        slabs_ = threads > 1 ? std::min(r_.nz(), 4 * threads) : 1;
+        slab_runs_ = std::unique_ptr<Growable<Run>[]>(new (std::nothrow) Growable<Run>[slabs_]);
+        if (!slab_runs_) return kNoBuffer;
+        std::atomic<bool> short_of_memory{false};
+        parallel_blocks(0, r_.nz(), slabs_, [&](int s, int z1, int z2) {
+            if (!find_runs(s, z1, z2)) short_of_memory = true;
+        });
+        if (short_of_memory) return kNoBuffer;
+        std::size_t total = 0;
+        slab_base_ = make_io_buffer<std::size_t>(static_cast<std::size_t>(slabs_) + 1);
+        if (!slab_base_) return kNoBuffer;
+        for (int s = 0; s < slabs_; ++s) {
+            slab_base_[s] = total;
+            total += slab_runs_[s].size();
+        }
+        slab_base_[slabs_] = total;
+        if (total >= UINT32_MAX) return kNoBuffer;  // beyond the 32-bit run numbers
+        parent_ = make_io_buffer<uint32_t>(total);
+        if (!parent_) return kNoBuffer;
+        for (int s = 1; s < slabs_; ++s)
+            for (std::size_t r = row(slab_first(s), 0); r < row(slab_first(s + 1), 0); ++r)
+                row_end_[r] += static_cast<uint32_t>(slab_base_[s]);
+        parallel_blocks(0, r_.nz(), slabs_, [&](int s, int z1, int z2) {
+            for (std::size_t i = slab_base_[s]; i < slab_base_[s + 1]; ++i) parent_[i] = static_cast<uint32_t>(i);
+            const SlabRuns runs = slab(s);
+            for (int z = z1; z < z2; ++z)
+                for (int y = 0; y < r_.ny(); ++y) {
+                    if (first_run(z, y) == last_run(z, y)) continue;
+                    if (y > 0) join_rows(runs, z, y, runs, z, y - 1);
+                    if (z > z1) join_frame_before(runs, runs, z, y);
                 }
-            }
+        });
+        for (int s = 1; s < slabs_; ++s) {  // the seams: the first frame of each slab
+            for (int y = 0; y < r_.ny(); ++y) join_frame_before(slab(s), slab(s - 1), slab_first(s), y);
+        }
+        return kOk;
     }
-    return kOk;
-}
+
+    // Numbers the components 1, 2 ... in the order of their first run, at most maxlabels of
+    // them (the others keep 0), and counts the voxels of each into counts. Returns the number
+    // of components numbered, or -1 when there were more than maxlabels; -9 without memory.
+    int number(int maxlabels, float* counts) {
+        label_ = make_io_buffer<Byte>(slab_base_[slabs_]);
+        if (!label_) return kNoBuffer;
+        int n = 0;
+        bool more = false;
+        uint64_t voxels[256] = {};
+        for (int s = 0; s < slabs_; ++s) {
+            const SlabRuns runs = slab(s);
+            for (std::size_t i = slab_base_[s]; i < slab_base_[s + 1]; ++i) {
+                // a run's parent comes before it and already points at its root
+                const uint32_t root = parent_[i] = parent_[parent_[i]];
+                if (root != i) {
+                    label_[i] = label_[root];
+                } else if (n < maxlabels) {
+                    label_[i] = static_cast<Byte>(++n);
+                } else {
+                    label_[i] = 0;
+                    more = true;
+                }
+                voxels[label_[i]] += static_cast<uint64_t>(runs[i].x2 - runs[i].x1 + 1);
+            }
+        }
+        for (int k = 1; k <= n; ++k)  // counted in steps of 1.0f, which stop at 2^24
+            counts[k - 1] = static_cast<float>(std::min<uint64_t>(voxels[k], 16777216));
+        return more ? -1 : n;
+    }
+
+    // Writes every numbered run: its label into the output, 0 into the input.
+    void write() {
+        parallel_blocks(0, r_.nz(), slabs_, [&](int s, int z1, int z2) {
+            const SlabRuns runs = slab(s);
+            std::size_t i = slab_base_[s];
+            for (int z = z1; z < z2; ++z)
+                for (int y = 0; y < r_.ny(); ++y)
+                    for (const std::size_t end = row_end_[row(z, y)]; i < end; ++i) {
+                        const Byte label = label_[i];
+                        if (!label) continue;
+                        const std::size_t length = static_cast<std::size_t>(runs[i].x2 - runs[i].x1 + 1);
+                        std::memset(in_[r_.z1 + z][r_.y1 + y] + runs[i].x1, 0, length);
+                        std::memset(out_[r_.z1 + z][r_.y1 + y] + runs[i].x1, label, length);
+                    }
+        });
+    }
+
+private:
+    std::size_t row(int z, int y) const { return static_cast<std::size_t>(z) * r_.ny() + y; }
+    SlabRuns slab(int s) const { return {slab_runs_[s].begin(), slab_base_[s]}; }
+
+    // The runs of frames [z1, z2) into slab s; row_end_ receives each row's end in the slab's
+    // list. False when memory is short.
+    bool find_runs(int s, int z1, int z2) {
+        Growable<Run>& runs = slab_runs_[s];
+        for (int z = z1; z < z2; ++z)
+            for (int y = 0; y < r_.ny(); ++y) {
+                const Byte* line = in_[r_.z1 + z][r_.y1 + y];
+                for (int x = next_nonzero(line, r_.x1, r_.x2); x < r_.x2;) {
+                    const int end = run_end(line, x, r_.x2);
+                    if (!runs.push({x, end - 1, line[x]})) return false;
+                    x = next_nonzero(line, end, r_.x2);
+                }
+                row_end_[row(z, y)] = static_cast<uint32_t>(runs.size());
+            }
+        return true;
+    }
+
+    // The runs of row (z, y), as global run numbers [first, last).
+    uint32_t first_run(int z, int y) const {
+        const std::size_t r = row(z, y);
+        return r ? row_end_[r - 1] : 0;
+    }
+    uint32_t last_run(int z, int y) const { return row_end_[row(z, y)]; }
+
+    int slab_first(int s) const { return static_cast<int>(static_cast<long long>(r_.nz()) * s / slabs_); }
+
+    uint32_t root(uint32_t i) {
+        while (parent_[i] != i) i = parent_[i] = parent_[parent_[i]];
+        return i;
+    }
+    void join(uint32_t a, uint32_t b) {
+        a = root(a), b = root(b);
+        if (a < b) parent_[b] = a;
+        else if (b < a) parent_[a] = b;
+    }
+
+    // Joins the runs of row (z, y) with those of row (nz, ny) that touch them; ra and rb are
+    // the two rows' slabs.
+    void join_rows(const SlabRuns& ra, int z, int y, const SlabRuns& rb, int nz, int ny) {
+        uint32_t b = first_run(nz, ny);
+        const uint32_t b_end = last_run(nz, ny);
+        for (uint32_t a = first_run(z, y), a_end = last_run(z, y); a < a_end && b < b_end; ++a) {
+            const Run& p = ra[a];
+            while (b < b_end && rb[b].x2 < p.x1 - 1) ++b;
+            for (uint32_t c = b; c < b_end && rb[c].x1 <= p.x2 + 1; ++c)
+                if (rb[c].value == p.value) join(a, c);
+        }
+    }
+
+    // Joins row (z, y) with the three rows around it in the frame before.
+    void join_frame_before(const SlabRuns& runs, const SlabRuns& before, int z, int y) {
+        for (int ny = std::max(y - 1, 0); ny <= std::min(y + 1, r_.ny() - 1); ++ny)
+            join_rows(runs, z, y, before, z - 1, ny);
+    }
+
+    Byte*** in_;
+    Byte*** out_;
+    Voi r_;
+    int slabs_ = 1;
+    std::unique_ptr<Growable<Run>[]> slab_runs_;
+    std::unique_ptr<std::size_t[]> slab_base_;
+    std::unique_ptr<uint32_t[]> row_end_;  // per row of the VOI: the end of its runs (global
+                                           // numbers once the runs are all found)
+    std::unique_ptr<uint32_t[]> parent_;
+    std::unique_ptr<Byte[]> label_;
+};
 
 }  // namespace
 }  // namespace v3d
@@ -568,29 +733,15 @@ int grass3d_label(Volume* in, Volume* out, int* nlabels, float* counts, int maxl
     // Labelling in place would see its own labels as input values again.
     if (in == out) return kSameVolume;
     std::fill(counts, counts + maxlabels, 0.0f);
-    const Voi r = voi_of(in);
-    PendingVoxels pending;
-    int label = 0;
-    for (int z = r.z1; z < r.z2; ++z)
-        for (int y = r.y1; y < r.y2; ++y) {
-            const Byte* row = grey(in)[z][y];
-            for (int x = next_nonzero(row, r.x1, r.x2); x < r.x2;
-                 x = next_nonzero(row, x + 1, r.x2)) {
-                if (++label > maxlabels) {
-                    *nlabels = maxlabels;
-                    return kTooManyRegions;
-                }
-                const int status = fire(grey(in), grey(out), r, z, y, x,
-                                        static_cast<Byte>(label), counts[label - 1], pending);
-                if (status != kOk) {
-                    pending.clear();
-                    *nlabels = label;
-                    return status;
-                }
-            }
-        }
-    *nlabels = label;
-    return kOk;
+    RunLabeller labeller(grey(in), grey(out), voi_of(in));
+    const int numbered = labeller.build() == kOk ? labeller.number(maxlabels, counts) : kNoBuffer;
+    if (numbered == kNoBuffer) {
+        *nlabels = 0;  // nothing was labelled
+        return kNoBuffer;
+    }
+    labeller.write();
+    *nlabels = numbered < 0 ? maxlabels : numbered;
+    return numbered < 0 ? kTooManyRegions : kOk;
 }
 
 }  // extern "C"

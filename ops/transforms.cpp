@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/common.h"
+#include "core/parallel.h"
 #include "ops/fft_core.h"
 
 namespace v3d {
@@ -65,7 +66,7 @@ void load_block(const Volume* src, int sz, int sy, int sx, int nz, int ny, int n
 }
 
 void multiply_spectra(ComplexTemp& a, ComplexTemp& b) {
-    for (int z = 0; z < a.re->Z; ++z)
+    parallel_for(0, a.re->Z, [&](int z) {
         for (int y = 0; y < a.re->Y; ++y) {
             float* ar = a.re->data[0].f[z][y];
             float* ai = a.im->data[0].f[z][y];
@@ -77,6 +78,7 @@ void multiply_spectra(ComplexTemp& a, ComplexTemp& b) {
                 ar[x] = r;
             }
         }
+    });
 }
 
 // The checks shared by convolution and correlation, in their order.
@@ -106,6 +108,8 @@ int convolve(Volume* in, Volume* kernel, Volume* out, int z0, int y0, int x0, bo
     V3D_CHECK(tb.create(pz, py, px));
     load_block(in, a.z1, a.y1, a.x1, a.nz(), a.ny(), a.nx(), false, ta);
     load_block(kernel, b.z1, b.y1, b.x1, b.nz(), b.ny(), b.nx(), correlate, tb);
+    // (the transforms one after the other: side by side on two threads they fight over the
+    // memory and take longer)
     V3D_CHECK(ta.transform(0));
     V3D_CHECK(tb.transform(0));
     multiply_spectra(ta, tb);
@@ -130,17 +134,19 @@ public:
         im_ = make_buffer<float>(n);
         turn_cos_ = make_buffer<double>(n);
         turn_sin_ = make_buffer<double>(n);
-        if (!re_ || !im_ || !turn_cos_ || !turn_sin_) return kNoBuffer;
+        norm_ = make_buffer<double>(n);
+        if (!re_ || !im_ || !turn_cos_ || !turn_sin_ || !norm_) return kNoBuffer;
         for (int k = 0; k < n; ++k) {  // e^(-i pi k / 2n)
             turn_cos_[k] = std::cos(3.14159265358979323846 * k / (2.0 * n));
             turn_sin_[k] = -std::sin(3.14159265358979323846 * k / (2.0 * n));
+            norm_[k] = std::sqrt((k == 0 ? 1.0 : 2.0) / n);
         }
         return line_.prepare(n, inverse ? 1 : 0);
     }
     void run(float* x) { inverse_ ? backward(x) : forward(x); }
 
 private:
-    double norm(int k) const { return std::sqrt((k == 0 ? 1.0 : 2.0) / n_); }
+    double norm(int k) const { return norm_[k]; }
 
     void forward(float* x) {
         const int n = n_;
@@ -176,20 +182,36 @@ private:
     bool inverse_ = false;
     LineTransform line_;
     std::unique_ptr<float[]> re_, im_;
-    std::unique_ptr<double[]> turn_cos_, turn_sin_;
+    std::unique_ptr<double[]> turn_cos_, turn_sin_, norm_;  // norm_[k]: c_k
 };
 
-// The lines of one axis of a block held in a buffer: count lines of length n, element i of
-// line l at data[first(l) + i * stride].
+// The cosine transforms of the lines of one axis of a block held in a buffer: count lines of
+// length n, element i of line l at data[first(l) + i * stride]. Lines go through a buffer
+// kGroup at a time (on the Y and Z axes neighbouring lines are neighbours in memory, so each
+// step of the gather reads whole cache lines); threads take runs of lines, each with its own
+// transform. 0 or -9.
 template <class First>
-void for_each_line(float* data, int lines, int n, std::size_t stride, float* line, First first,
-                   CosineLines& t) {
-    for (int l = 0; l < lines; ++l) {
-        float* p = data + first(l);
-        for (int i = 0; i < n; ++i) line[i] = p[i * stride];
-        t.run(line);
-        for (int i = 0; i < n; ++i) p[i * stride] = line[i];
-    }
+int transform_lines(float* data, int lines, int n, std::size_t stride, First first, bool inverse) {
+    constexpr int kGroup = 16;
+    const int blocks = block_count(0, lines, true);
+    std::unique_ptr<CosineLines[]> transforms(new (std::nothrow) CosineLines[blocks]);
+    auto buffers = make_buffer<float>(static_cast<std::size_t>(blocks) * kGroup * n);
+    if (!transforms || !buffers) return kNoBuffer;
+    for (int b = 0; b < blocks; ++b) V3D_CHECK(transforms[b].prepare(n, inverse));
+    parallel_blocks(0, lines, blocks, [&](int b, int l1, int l2) {
+        float* buffer = buffers.get() + static_cast<std::size_t>(b) * kGroup * n;
+        std::size_t start[kGroup];
+        for (int l = l1; l < l2; l += kGroup) {
+            const int g = std::min(kGroup, l2 - l);
+            for (int j = 0; j < g; ++j) start[j] = first(l + j);
+            for (int i = 0; i < n; ++i)
+                for (int j = 0; j < g; ++j) buffer[j * n + i] = data[start[j] + i * stride];
+            for (int j = 0; j < g; ++j) transforms[b].run(buffer + j * n);
+            for (int i = 0; i < n; ++i)
+                for (int j = 0; j < g; ++j) data[start[j] + i * stride] = buffer[j * n + i];
+        }
+    });
+    return kOk;
 }
 
 int cosine_transform(Volume* in, Volume* out, int z0, int y0, int x0, bool inverse) {
@@ -201,26 +223,24 @@ int cosine_transform(Volume* in, Volume* out, int z0, int y0, int x0, bool inver
     const Voi r = voi_of(in);
     const int nz = r.nz(), ny = r.ny(), nx = r.nx();
     auto block = make_buffer<float>(static_cast<std::size_t>(r.count()));
-    auto line = make_buffer<float>(std::max({nz, ny, nx}));
-    CosineLines tz, ty, tx;
-    if (!block || !line) return kNoBuffer;
-    V3D_CHECK(tx.prepare(nx, inverse));
-    V3D_CHECK(ty.prepare(ny, inverse));
-    V3D_CHECK(tz.prepare(nz, inverse));
+    if (!block) return kNoBuffer;
     const std::size_t row = nx, frame = static_cast<std::size_t>(ny) * nx;
-    for (int z = 0; z < nz; ++z)
-        for (int y = 0; y < ny; ++y)
-            std::memcpy(block.get() + z * frame + y * row, in->data[0].f[r.z1 + z][r.y1 + y] + r.x1,
-                        sizeof(float) * nx);
     float* b = block.get();
-    for_each_line(b, nz * ny, nx, 1, line.get(), [&](int l) { return l * row; }, tx);
-    for_each_line(b, nz * nx, ny, row, line.get(),
-                  [&](int l) { return (l / nx) * frame + l % nx; }, ty);
-    for_each_line(b, ny * nx, nz, frame, line.get(), [&](int l) { return std::size_t(l); }, tz);
-    for (int z = 0; z < nz; ++z)
+    // (the copies in and out by frames on every thread: the first touch of the block's pages
+    // costs as much as the copy itself)
+    parallel_for(0, nz, [&](int z) {
         for (int y = 0; y < ny; ++y)
-            std::memcpy(out->data[0].f[z0 + z][y0 + y] + x0, b + z * frame + y * row,
-                        sizeof(float) * nx);
+            std::memcpy(b + z * frame + y * row, in->data[0].f[r.z1 + z][r.y1 + y] + r.x1, sizeof(float) * nx);
+    });
+    // the work memory of every axis is had before the output is written
+    V3D_CHECK(transform_lines(b, nz * ny, nx, 1, [&](int l) { return l * row; }, inverse));
+    V3D_CHECK(transform_lines(b, nz * nx, ny, row,
+                              [&](int l) { return (l / nx) * frame + l % nx; }, inverse));
+    V3D_CHECK(transform_lines(b, ny * nx, nz, frame, [&](int l) { return std::size_t(l); }, inverse));
+    parallel_for(0, nz, [&](int z) {
+        for (int y = 0; y < ny; ++y)
+            std::memcpy(out->data[0].f[z0 + z][y0 + y] + x0, b + z * frame + y * row, sizeof(float) * nx);
+    });
     return kOk;
 }
 

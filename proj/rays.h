@@ -62,8 +62,8 @@ struct Box {
 // channel. False when trimming finds no such voxel.
 bool render_box(const Volume* in, int trim, Box& box);
 
-// One ray of a picture: its integer start and the range of sample indices that may fall
-// inside the box (every sample outside [t0, t1] lies outside it).
+// One ray of a picture: its integer start and the range of its samples that fall inside the
+// box: exactly those in [t0, t1].
 struct Ray {
     float s[3];
     int t0, t1;
@@ -78,7 +78,7 @@ public:
     // space, and the rays take them in voxel units.
     int setup(const Box& box, const View& view, int H, int W, const double* scale = nullptr);
 
-    // The ray of pixel (r, c); false when it misses the box.
+    // The ray of pixel (r, c); false when none of its samples falls inside the box.
     bool ray(int r, int c, Ray& out) const;
 
     // Calls f(z, y, x, t) for the samples of ray inside the box in order of increasing t
@@ -102,6 +102,14 @@ public:
         }
     }
 
+    // The voxel coordinate along axis k (0 z, 1 y, 2 x) of sample t of ray.
+    int coord(const Ray& ray, int k, int t) const {
+        return static_cast<int>(ray.s[k] + off_[k][t]);
+    }
+    // Sample offsets along axis k, sample t at [t].
+    const float* offsets(int k) const { return off_[k].get(); }
+    const Box& box() const { return box_; }
+
     int length() const { return length_; }
 
 private:
@@ -112,6 +120,15 @@ private:
     long long first_ = 0;     // position of sample 0 along the ray, in samples from the centre
     int length_ = 0;          // L
     std::unique_ptr<float[]> off_[3];
+    // per axis: the sign of d, 1 / d, the keys sign * coordinate at which a ray enters and
+    // leaves the box and the values of s + offset there, for estimates
+    int sign_[3] = {}, enter_[3] = {}, leave_[3] = {};
+    double inverse_d_[3] = {}, enter_at_[3] = {}, leave_at_[3] = {};
+    double margin_ = 0;
+
+    // The first sample of ray at which sign * coordinate k is at least key (length_ when none),
+    // searched from an estimate.
+    int first_at_least(const Ray& ray, int k, int key, double estimate) const;
 };
 
 }  // namespace v3d::proj

@@ -51,6 +51,16 @@ bool render_box(const Volume* in, int trim, Box& box) {
     return true;
 }
 
+namespace {
+
+// floor(x) for |x| < 2^62, without the library call of the baseline instruction set.
+double floor_of(double x) {
+    const double t = static_cast<double>(static_cast<long long>(x));
+    return t > x ? t - 1.0 : t;
+}
+
+}  // namespace
+
 int Rays::setup(const Box& box, const View& view, int H, int W, const double* scale) {
     static const double kCubes[3] = {1.0, 1.0, 1.0};
     const double* s = scale ? scale : kCubes;
@@ -81,64 +91,138 @@ int Rays::setup(const Box& box, const View& view, int H, int W, const double* sc
         if (!off_[k]) return kNoBuffer;
         for (int t = 0; t < length_; ++t) off_[k][t] = static_cast<float>(t) * view_.d[k];
     }
+    // Per axis, where s + offset crosses the bounds of the box as t grows: a truncated
+    // coordinate is at least v >= 1 from v on and at least 0 from above -1 on.
+    double smallest = 1.0;
+    for (int k = 0; k < 3; ++k) {
+        const float d = view_.d[k];
+        auto crossing = [](int bound) { return bound == 0 ? -1.0 : static_cast<double>(bound); };
+        sign_[k] = d > 0 ? 1 : (d < 0 ? -1 : 0);
+        if (!sign_[k]) continue;
+        inverse_d_[k] = 1.0 / d;
+        // in keys sign * coordinate, which grow with t: entering at key >= enter, leaving at
+        // key >= leave (coordinate < hi is -coordinate >= 1 - hi)
+        enter_[k] = d > 0 ? box.lo[k] : 1 - box.hi[k];
+        leave_[k] = d > 0 ? box.hi[k] : 1 - box.lo[k];
+        enter_at_[k] = crossing(d > 0 ? box.lo[k] : box.hi[k]);
+        leave_at_[k] = crossing(d > 0 ? box.hi[k] : box.lo[k]);
+        smallest = std::min(smallest, std::fabs(static_cast<double>(d)));
+    }
+    // Estimates miss the exact crossings by far less than this many samples (the rounding of
+    // offsets and sums is below 1e-3 voxels): an axis whose estimate lies further inside than
+    // another's cannot bound the run.
+    margin_ = 3.0 + 0.01 / smallest;
     return kOk;
+}
+
+int Rays::first_at_least(const Ray& ray, int k, int key, double estimate) const {
+    const double e = std::clamp(estimate, 0.0, static_cast<double>(length_));
+    int t = static_cast<int>(e);
+    t += t < e;  // ceil(e), e >= 0
+    auto reached = [&](int at) { return sign_[k] * coord(ray, k, at) >= key; };
+    while (t > 0 && reached(t - 1)) --t;
+    while (t < length_ && !reached(t)) ++t;
+    return t;
 }
 
 bool Rays::ray(int r, int c, Ray& out) const {
     const double u = c - (W_ - 1) / 2.0, v = (H_ - 1) / 2.0 - r;
-    double t0 = 0, t1 = length_ - 1;
     for (int k = 0; k < 3; ++k) {
         const double p = centre_[k] + u * view_.col[k] + v * view_.up[k] +
                          static_cast<double>(first_) * view_.d[k];
-        const double s = std::floor(p + 0.5);
-        out.s[k] = static_cast<float>(s);
-        // offsets along this axis that can truncate into the box, with a voxel to spare
-        const double lo = box_.lo[k] - 1 - s, hi = box_.hi[k] + 1 - s;
-        const double dk = view_.d[k];
-        if (std::fabs(dk) * length_ < 0.5) {  // the ray stays within half a voxel of s
-            if (lo > 0 || hi < 0) return false;
+        out.s[k] = static_cast<float>(floor_of(p + 0.5));
+    }
+    // Along each axis a sample's voxel coordinate is monotonic in t (the offsets are rounded
+    // products of t and a fixed direction, the sums rounded, the results truncated), so the
+    // samples inside the box form one run [t0, t1]: it starts where the last axis enters the
+    // box and ends before the first leaves it, found from estimates by exact steps.
+    double enter[3], leave[3];
+    double last_enter = 0, first_leave = length_;
+    for (int k = 0; k < 3; ++k) {
+        if (!sign_[k]) {  // the same coordinate all along
+            const int at = coord(out, k, 0);
+            if (at < box_.lo[k] || at >= box_.hi[k]) return false;
             continue;
         }
-        double a = lo / dk, b = hi / dk;
-        if (a > b) std::swap(a, b);
-        t0 = std::max(t0, std::floor(a) - 1);
-        t1 = std::min(t1, std::ceil(b) + 1);
+        enter[k] = (enter_at_[k] - out.s[k]) * inverse_d_[k];
+        leave[k] = (leave_at_[k] - out.s[k]) * inverse_d_[k];
+        last_enter = std::max(last_enter, enter[k]);
+        first_leave = std::min(first_leave, leave[k]);
+    }
+    if (last_enter > first_leave + margin_) return false;
+    int t0 = 0, t1 = length_ - 1;
+    for (int k = 0; k < 3; ++k) {
+        if (!sign_[k]) continue;
+        if (enter[k] + margin_ >= last_enter) t0 = std::max(t0, first_at_least(out, k, enter_[k], enter[k]));
+        if (leave[k] - margin_ <= first_leave)
+            t1 = std::min(t1, first_at_least(out, k, leave_[k], leave[k]) - 1);
     }
     if (t0 > t1) return false;
-    out.t0 = static_cast<int>(t0);
-    out.t1 = static_cast<int>(t1);
+    out.t0 = t0;
+    out.t1 = t1;
     return true;
 }
 
 namespace {
 
-// The checks and set-up every projection shares, in their order: the input, the image
-// pointers (-1), sizes and parameters (-90), the sample tables (-9). empty: trimming found
-// nothing to draw.
-int prepare(Volume* in, Image2d image, int H, int W, bool params_ok, int azimuth, int elevation,
-            int trim, Rays& rays, bool& empty, const double* scale = nullptr) {
-    V3D_CHECK(CheckVolume(in, kUC, kAnyColor));
-    if (!image_present(image, channels(in))) return kNullImage;
-    if (H < 1 || W < 1 || !params_ok) return kInvalidParams;
-    Box box;
-    empty = !render_box(in, trim, box);
-    return rays.setup(box, view_of(azimuth, elevation), H, W, scale);
-}
+#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__) && defined(__linux__)
+#define V3D_SIMD_CLONES __attribute__((target_clones("avx2", "default")))
+#else
+#define V3D_SIMD_CLONES
+#endif
 
-// Calls f(r, c, ray) for every pixel whose ray meets the box; rows in parallel.
-template <class F> void for_each_ray(const Rays& rays, int H, int W, F&& f) {
-    parallel_for(0, H, [&](int r) {
-        Ray ray;
-        for (int c = 0; c < W; ++c)
-            if (rays.ray(r, c, ray)) f(r, c, ray);
-    });
-}
+// Where the renderers read a sample's voxel. Volumes made by CreateVolume hold each frame as
+// one array of rows, so a sample is read at its frame's first voxel plus y * X + x, the frame
+// and offset computed for a block of samples at a time in vector lanes. Other row layouts (or
+// frames beyond 2^31 voxels) are read through the row pointers, one sample at a time.
+class Frames {
+public:
+    // -9 when the frame table cannot be allocated.
+    int setup(const Volume* in, const Box& box) {
+        n_ = channels(in);
+        X_ = in->X;
+        lo_ = box.lo[0];
+        const int nz = box.hi[0] - box.lo[0];
+        flat_ = static_cast<long long>(box.hi[1]) * in->X <= INT_MAX;
+        for (int c = 0; c < n_ && flat_; ++c)
+            for (int z = box.lo[0]; z < box.hi[0] && flat_; ++z) {
+                unsigned char* const* rows = in->data[c].uc[z];
+                for (int y = box.lo[1]; y < box.hi[1] && flat_; ++y)
+                    flat_ = rows[y] == rows[0] + static_cast<std::size_t>(y) * in->X;
+            }
+        if (!flat_) return kOk;
+        table_ = make_buffer<const unsigned char*>(static_cast<std::size_t>(n_) * nz);
+        if (!table_) return kNoBuffer;
+        for (int c = 0; c < n_; ++c)
+            for (int z = 0; z < nz; ++z) table_[static_cast<std::size_t>(c) * nz + z] = in->data[c].uc[lo_ + z][0];
+        for (int c = 0; c < n_; ++c) frame_[c] = table_.get() + static_cast<std::size_t>(c) * nz;
+        return kOk;
+    }
+    bool flat() const { return flat_; }
+    int first_frame() const { return lo_; }
+    int X() const { return X_; }
+    // Channel c's voxel at frame z (counted from the box's first) and offset y * X + x.
+    unsigned char at(int c, int z, int offset) const { return frame_[c][z][offset]; }
 
-// Calls f with std::integral_constant<int, 1> or <int, 3>, the channel count of in, so that the
-// per-sample loops are compiled for each.
-template <class F> void with_channels(const Volume* in, F&& f) {
-    if (channels(in) == 1) f(std::integral_constant<int, 1>{});
-    else f(std::integral_constant<int, 3>{});
+private:
+    int n_ = 1, X_ = 0, lo_ = 0;
+    bool flat_ = false;
+    std::unique_ptr<const unsigned char*[]> table_;
+    const unsigned char* const* frame_[3] = {};
+};
+
+// The frames (counted from first_frame) and offsets y * X + x of n consecutive samples of a ray
+// that lie inside the box; o* point at the offsets of the first. Vectorised.
+V3D_SIMD_CLONES void sample_places(const float* oz, const float* oy, const float* ox, float sz,
+                                   float sy, float sx, int first_frame, int X, int n, int* zs,
+                                   int* offsets) {
+    for (int i = 0; i < n; ++i) {
+        const int z = static_cast<int>(sz + oz[i]);
+        const int y = static_cast<int>(sy + oy[i]);
+        const int x = static_cast<int>(sx + ox[i]);
+        zs[i] = z - first_frame;
+        offsets[i] = y * X + x;
+    }
 }
 
 // The channels' voxel arrays.
@@ -149,12 +233,78 @@ struct Channels {
     }
 };
 
-// Is sample (z, y, x) above the threshold on some channel?
-template <int N>
-bool above(const Channels& ch, const unsigned char* threshold, int z, int y, int x) {
-    for (int c = 0; c < N; ++c)
-        if (ch.v[c][z][y][x] > threshold[c]) return true;
-    return false;
+// A block of consecutive samples of one ray: value[c][i] is sample t + i on channel c.
+constexpr int kBlock = 64;
+template <int N> struct Samples {
+    int t, n;
+    unsigned char value[N][kBlock];
+};
+
+// Hands the samples of ray inside the box to rule.block(samples) a block at a time, in order
+// of increasing t (the blocks in decreasing order when Backwards), until it returns true.
+template <bool Backwards, int N, class Rule>
+void trace(const Rays& rays, const Ray& ray, const Frames& frames, const Channels& ch, Rule& rule) {
+    int zs[kBlock], offsets[kBlock];
+    Samples<N> b;
+    for (int done = 0, total = ray.t1 - ray.t0 + 1; done < total; done += kBlock) {
+        b.n = std::min(kBlock, total - done);
+        b.t = Backwards ? ray.t1 - done - b.n + 1 : ray.t0 + done;
+        if (frames.flat()) {
+            sample_places(rays.offsets(0) + b.t, rays.offsets(1) + b.t, rays.offsets(2) + b.t,
+                          ray.s[0], ray.s[1], ray.s[2], frames.first_frame(), frames.X(), b.n,
+                          zs, offsets);
+            for (int c = 0; c < N; ++c) {
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC unroll 4
+#endif
+                for (int i = 0; i < b.n; ++i) b.value[c][i] = frames.at(c, zs[i], offsets[i]);
+            }
+        } else {
+            for (int i = 0; i < b.n; ++i) {
+                const int z = rays.coord(ray, 0, b.t + i), y = rays.coord(ray, 1, b.t + i),
+                          x = rays.coord(ray, 2, b.t + i);
+                for (int c = 0; c < N; ++c) b.value[c][i] = ch.v[c][z][y][x];
+            }
+        }
+        if (rule.block(b)) return;
+    }
+}
+
+// The checks and set-up every projection shares, in their order: the input, the image
+// pointers (-1), sizes and parameters (-90), the sample tables and the frame table (-9).
+// empty: trimming found nothing to draw.
+int prepare(Volume* in, Image2d image, int H, int W, bool params_ok, int azimuth, int elevation,
+            int trim, Rays& rays, Frames& frames, bool& empty, const double* scale = nullptr) {
+    V3D_CHECK(CheckVolume(in, kUC, kAnyColor));
+    if (!image_present(image, channels(in))) return kNullImage;
+    if (H < 1 || W < 1 || !params_ok) return kInvalidParams;
+    Box box;
+    empty = !render_box(in, trim, box);
+    V3D_CHECK(rays.setup(box, view_of(azimuth, elevation), H, W, scale));
+    return frames.setup(in, box);
+}
+
+// Calls f(r, c, ray) for every pixel whose ray meets the box. The pixels go by tiles, in
+// parallel: the rays of a tile are neighbours, and the voxels one of them reads are still in
+// the cache for the next (row by row, every ray would fetch its voxels afresh).
+template <class F> void for_each_ray(const Rays& rays, int H, int W, F&& f) {
+    constexpr int kTileRows = 8, kTileColumns = 32;
+    const int across = (W + kTileColumns - 1) / kTileColumns;
+    const int tiles = (H + kTileRows - 1) / kTileRows * across;
+    parallel_for(0, tiles, [&](int tile) {
+        const int r1 = tile / across * kTileRows, c1 = tile % across * kTileColumns;
+        Ray ray;
+        for (int r = r1; r < std::min(r1 + kTileRows, H); ++r)
+            for (int c = c1; c < std::min(c1 + kTileColumns, W); ++c)
+                if (rays.ray(r, c, ray)) f(r, c, ray);
+    });
+}
+
+// Calls f with std::integral_constant<int, 1> or <int, 3>, the channel count of in, so that the
+// per-sample loops are compiled for each.
+template <class F> void with_channels(const Volume* in, F&& f) {
+    if (channels(in) == 1) f(std::integral_constant<int, 1>{});
+    else f(std::integral_constant<int, 3>{});
 }
 
 // One pixel of the picture, on every channel.
@@ -164,69 +314,119 @@ struct Pixel {
     void set(int k, unsigned char v) const { image[k][r][c] = v; }
 };
 
-// The compositing rules, one ray each. The last sample above the threshold wins: walk back.
-template <int N>
-void last_above(const Rays& rays, const Ray& ray, const Channels& ch,
-                const unsigned char* threshold, const Pixel& px) {
-    rays.walk<true>(ray, [&](int z, int y, int x, int) {
-        if (!above<N>(ch, threshold, z, y, x)) return false;
-        for (int k = 0; k < N; ++k) px.set(k, ch.v[k][z][y][x]);
-        return true;
-    });
+// ---- compositing rules: block(samples) sees the samples of one ray, true ends the ray ------
+
+// Is sample i above the threshold on some channel?
+template <int N> bool above(const Samples<N>& b, int i, const unsigned char* threshold) {
+    for (int c = 0; c < N; ++c)
+        if (b.value[c][i] > threshold[c]) return true;
+    return false;
 }
 
-template <int N> void silhouette(const Rays& rays, const Ray& ray, const Channels& ch, const Pixel& px) {
-    static const unsigned char zero[3] = {0, 0, 0};
-    rays.walk(ray, [&](int z, int y, int x, int) {
-        if (!above<N>(ch, zero, z, y, x)) return false;
-        for (int k = 0; k < N; ++k) px.set(k, 255);
-        return true;
-    });
-}
+// The last sample above the threshold wins (rays are traced backwards for it).
+template <int N> struct LastAbove {
+    const unsigned char* threshold;
+    unsigned char value[N] = {};
+    bool block(const Samples<N>& b) {
+        for (int i = b.n - 1; i >= 0; --i) {
+            if (!above<N>(b, i, threshold)) continue;
+            for (int k = 0; k < N; ++k) value[k] = b.value[k][i];
+            return true;
+        }
+        return false;
+    }
+    void put(const Pixel& px) const { for (int k = 0; k < N; ++k) px.set(k, value[k]); }
+};
+
+// The first sample above the threshold: its 1-based index (0: none) and values.
+template <int N> struct FirstAbove {
+    const unsigned char* threshold;
+    int depth = 0;
+    unsigned char value[N] = {};
+    bool block(const Samples<N>& b) {
+        for (int i = 0; i < b.n; ++i) {
+            if (!above<N>(b, i, threshold)) continue;
+            depth = b.t + i + 1;
+            for (int k = 0; k < N; ++k) value[k] = b.value[k][i];
+            return true;
+        }
+        return false;
+    }
+};
+
+// Any non-zero sample makes the pixel white.
+template <int N> struct Silhouette {
+    FirstAbove<N> first{kZero};
+    bool block(const Samples<N>& b) { return first.block(b); }
+    void put(const Pixel& px) const { for (int k = 0; k < N; ++k) px.set(k, first.depth ? 255 : 0); }
+    static constexpr unsigned char kZero[3] = {0, 0, 0};
+};
 
 // Single-precision sums of the samples inside the box, divided by their number, truncated.
-template <int N> void mean(const Rays& rays, const Ray& ray, const Channels& ch, const Pixel& px) {
-    float sum[N] = {};
+// Whole sums: while every partial sum stays below 2^24 the single-precision additions of
+// whole values are exact, so an integer sum gives the same float.
+template <int N, class Sum> struct Mean {
+    Sum sum[N] = {};
     int count = 0;
-    rays.walk(ray, [&](int z, int y, int x, int) {
-        for (int k = 0; k < N; ++k) sum[k] += ch.v[k][z][y][x];
-        ++count;
+    bool block(const Samples<N>& b) {
+        for (int k = 0; k < N; ++k) {
+            Sum s = sum[k];
+            for (int i = 0; i < b.n; ++i) s += b.value[k][i];
+            sum[k] = s;
+        }
+        count += b.n;
         return false;
-    });
-    if (count > 0)
-        for (int k = 0; k < N; ++k)
-            px.set(k, static_cast<unsigned char>(sum[k] / static_cast<float>(count)));
-}
+    }
+    void put(const Pixel& px) const {
+        if (count > 0)
+            for (int k = 0; k < N; ++k)
+                px.set(k, static_cast<unsigned char>(static_cast<float>(sum[k]) / static_cast<float>(count)));
+    }
+};
 
-template <int N> void maximum(const Rays& rays, const Ray& ray, const Channels& ch, const Pixel& px) {
+template <int N> struct Maximum {
     unsigned char best[N] = {};
-    rays.walk(ray, [&](int z, int y, int x, int) {
-        for (int k = 0; k < N; ++k) best[k] = std::max(best[k], ch.v[k][z][y][x]);
+    bool block(const Samples<N>& b) {
+        for (int k = 0; k < N; ++k) {
+            unsigned char m = best[k];
+            for (int i = 0; i < b.n; ++i) m = std::max(m, b.value[k][i]);
+            best[k] = m;
+        }
         return false;
-    });
-    for (int k = 0; k < N; ++k) px.set(k, best[k]);
-}
+    }
+    void put(const Pixel& px) const { for (int k = 0; k < N; ++k) px.set(k, best[k]); }
+};
 
 enum class Rule { Threshold, Mean, Max, Silhouette };
+
+// Does a sum of length values of at most 255 stay below 2^24?
+bool whole_sums_exact(const Rays& rays) { return static_cast<long long>(rays.length()) * 255 < (1 << 24); }
 
 // The pictures made of one walk per ray, without a picture-wide pass.
 template <Rule rule>
 int composite(Volume* in, Image2d image, int H, int W, int az, int el, int trim,
               const unsigned char* threshold, bool params_ok = true, const double* scale = nullptr) {
     Rays rays;
+    Frames frames;
     bool empty;
-    V3D_CHECK(prepare(in, image, H, W, params_ok, az, el, trim, rays, empty, scale));
+    V3D_CHECK(prepare(in, image, H, W, params_ok, az, el, trim, rays, frames, empty, scale));
     clear_image(image, channels(in), H, W);
     if (empty) return kOk;
     const Channels ch(in);
+    const bool whole = whole_sums_exact(rays);
     with_channels(in, [&](auto n) {
         constexpr int N = decltype(n)::value;
         for_each_ray(rays, H, W, [&](int r, int c, const Ray& ray) {
             const Pixel px{image, r, c};
-            if constexpr (rule == Rule::Threshold) last_above<N>(rays, ray, ch, threshold, px);
-            else if constexpr (rule == Rule::Silhouette) silhouette<N>(rays, ray, ch, px);
-            else if constexpr (rule == Rule::Mean) mean<N>(rays, ray, ch, px);
-            else maximum<N>(rays, ray, ch, px);
+            auto run = [&](auto&& rule_state, auto backwards) {
+                trace<decltype(backwards)::value, N>(rays, ray, frames, ch, rule_state);
+                rule_state.put(px);
+            };
+            if constexpr (rule == Rule::Threshold) run(LastAbove<N>{threshold}, std::true_type{});
+            else if constexpr (rule == Rule::Silhouette) run(Silhouette<N>{}, std::false_type{});
+            else if constexpr (rule == Rule::Max) run(Maximum<N>{}, std::false_type{});
+            else if (whole) run(Mean<N, int>{}, std::false_type{});
+            else run(Mean<N, float>{}, std::false_type{});
         });
     });
     return kOk;
@@ -243,19 +443,18 @@ struct Depths {
     int dmin = INT_MAX, dmax = 0;
 };
 
-void depth_pass(const Volume* in, const Rays& rays, int H, int W,
+void depth_pass(const Volume* in, const Rays& rays, const Frames& frames, int H, int W,
                 const unsigned char* threshold, Depths& d) {
     const Channels ch(in);
     with_channels(in, [&](auto n) {
         constexpr int N = decltype(n)::value;
         for_each_ray(rays, H, W, [&](int r, int c, const Ray& ray) {
-            rays.walk(ray, [&](int z, int y, int x, int t) {
-                if (!above<N>(ch, threshold, z, y, x)) return false;
-                d.depth[r][c] = t + 1;
-                if (d.colour[0])
-                    for (int k = 0; k < N; ++k) d.colour[k][r][c] = ch.v[k][z][y][x];
-                return true;
-            });
+            FirstAbove<N> first{threshold};
+            trace<false, N>(rays, ray, frames, ch, first);
+            if (!first.depth) return;
+            d.depth[r][c] = first.depth;
+            if (d.colour[0])
+                for (int k = 0; k < N; ++k) d.colour[k][r][c] = first.value[k];
         });
     });
     for (int r = 0; r < H; ++r)
@@ -294,8 +493,9 @@ unsigned char scaled(double v) { return clamp_uc(static_cast<int>(std::floor(v +
 int surface(Volume* in, Image2d image, int H, int W, int az, int el, int trim,
             const unsigned char* threshold, int depthcue, bool coloured, const double* scale = nullptr) {
     Rays rays;
+    Frames frames;
     bool empty;
-    V3D_CHECK(prepare(in, image, H, W, threshold != nullptr, az, el, trim, rays, empty, scale));
+    V3D_CHECK(prepare(in, image, H, W, threshold != nullptr, az, el, trim, rays, frames, empty, scale));
     OwnedVolume depth, colour;
     V3D_CHECK(depth.create(1, H, W, kI, kGrey));
     if (coloured) V3D_CHECK(colour.create(1, H, W, kUC, in->colortype));
@@ -306,7 +506,7 @@ int surface(Volume* in, Image2d image, int H, int W, int az, int el, int trim,
     d.depth = depth->data[0].i[0];
     if (coloured)
         for (int k = 0; k < n; ++k) d.colour[k] = colour->data[k].uc[0];
-    depth_pass(in, rays, H, W, threshold, d);
+    depth_pass(in, rays, frames, H, W, threshold, d);
     parallel_for(0, H, [&](int r) {
         for (int c = 0; c < W; ++c) {
             const int k = d.depth[r][c];
@@ -323,8 +523,9 @@ int surface(Volume* in, Image2d image, int H, int W, int az, int el, int trim,
 int depth_shaded_binary(Volume* in, Image2d image, int H, int W, int az, int el, int trim,
                         const double* scale) {
     Rays rays;
+    Frames frames;
     bool empty;
-    V3D_CHECK(prepare(in, image, H, W, true, az, el, trim, rays, empty, scale));
+    V3D_CHECK(prepare(in, image, H, W, true, az, el, trim, rays, frames, empty, scale));
     OwnedVolume depth;
     V3D_CHECK(depth.create(1, H, W, kI, kGrey));
     const int n = channels(in);
@@ -333,7 +534,7 @@ int depth_shaded_binary(Volume* in, Image2d image, int H, int W, int az, int el,
     static const unsigned char zero[3] = {0, 0, 0};
     Depths d;
     d.depth = depth->data[0].i[0];
-    depth_pass(in, rays, H, W, zero, d);
+    depth_pass(in, rays, frames, H, W, zero, d);
     const int range = d.dmax - d.dmin;
     for (int r = 0; r < H; ++r)
         for (int c = 0; c < W; ++c) {
@@ -422,8 +623,9 @@ int ProvoliSpaced3d(Volume* in, Image2d image, int H, int W, int mode, int azimu
     double scale[3];
     if (!scale_of(sz, sy, sx, scale) || mode < V3D_PROVOLI_THRESHOLD || mode > V3D_PROVOLI_SURFACE_COLOR) {
         Rays unused;
+        Frames no_frames;
         bool empty;
-        return prepare(in, image, H, W, false, azimuth, elevation, trim, unused, empty);
+        return prepare(in, image, H, W, false, azimuth, elevation, trim, unused, no_frames, empty);
     }
     switch (mode) {
     case V3D_PROVOLI_THRESHOLD:

@@ -400,6 +400,27 @@ TEST(Hough, BackProjectionMarksExactlyTheVotersOfSurvivingCells) {
 
 // With four elevations, elevation 2 is 0 degrees: the distance is the frame alone, so a plane of
 // voxels in one frame votes for a single cell at every azimuth there (and at no other elevation).
+// Small volumes put many voters exactly between two distance cells (a plane through the
+// origin lands on r = 1/2); each must vote where the formula with its division puts it.
+TEST(Hough, VotesOnCellBoundariesFollowTheFormula) {
+    for (int Z = 2; Z <= 4; ++Z)
+        for (int X = 3; X <= 5; ++X)
+            for (int cells = 3; cells <= 6; ++cells) {
+                SCOPED_TRACE(::testing::Message() << Z << "x3x" << X << ", " << cells << " cells");
+                Vol in(Z, 3, X), out(Z, 3, X), acc(2, 3, cells, 4), ref_out(Z, 3, X), ref_acc(2, 3, cells, 4);
+                for (int z = 0; z < Z; ++z)
+                    for (int y = 0; y < 3; ++y)
+                        for (int x = 0; x < X; ++x) in.uc(z, y, x) = 255;
+                // the binary accumulators of every threshold tell the votes of every cell
+                for (int t = 1; t <= Z * 3 * X; ++t) {
+                    hough_ref(in, ref_out, ref_acc, t);
+                    ASSERT_EQ(Hough_3D(in.get(), out.get(), acc.get(), t), 0);
+                    ASSERT_EQ(t3d::snapshot(acc.get()), t3d::snapshot(ref_acc.get())) << "threshold " << t;
+                    ASSERT_EQ(t3d::snapshot(out.get()), t3d::snapshot(ref_out.get())) << "threshold " << t;
+                }
+            }
+}
+
 TEST(Hough, ElevationsRunFromMinus90InStepsOf180OverTheirCount) {
     Vol in(9, 8, 8), out(9, 8, 8), acc(4, 3, 64, 4);
     for (int y = 0; y < 8; ++y)

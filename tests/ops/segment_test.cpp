@@ -6,6 +6,7 @@
 #include <deque>
 #include <vector>
 
+#include "core/parallel.h"
 #include "tests/ops/voxel_grid.h"
 
 namespace {
@@ -336,6 +337,50 @@ TEST(Label, PartitionMatchesAFloodFillAndConsumesTheInput) {
         EXPECT_EQ(counts, ref_counts);
         ASSERT_EQ(t3d::snapshot(out.get()), t3d::snapshot(ref_out.get())) << seed;
         ASSERT_EQ(t3d::snapshot(in.get()), t3d::snapshot(ref_in.get())) << seed;
+    }
+}
+
+// Runs are found and joined by slabs of frames on several threads: components that wind across
+// the seams, runs of different values side by side in a row, a VOI margin, and the maximum
+// reached in the middle must give the flood fill's labels for any thread count.
+TEST(Label, ThreadsSplittingTheFramesGiveTheFloodFillLabels) {
+    const int Z = 23, Y = 11, X = 70;
+    for (int maxlabels : {255, 9}) {
+        Vol ref_in(Z, Y, X), ref_out(Z, Y, X);
+        t3d::fill_random(ref_in.get(), 7, 3);  // values 0, 1, 2: long winding components
+        for_box(t3d::whole_box(ref_in.get()), [&](int z, int y, int x) {
+            if ((x / 9 + y + z) % 5 == 0) ref_in.uc(z, y, x) = 0;
+        });
+        ref_in.voi(1, Z - 1, 0, Y - 1, 2, X - 3);
+        std::vector<float> ref_counts;
+        const int components = ref_label(ref_in, ref_out, ref_counts);
+        ASSERT_GT(components, 9);
+        ASSERT_LT(components, 256);  // the reference writes its labels into bytes
+        const int ref_n = std::min(components, maxlabels);
+        for (int threads : {1, 2, 5}) {
+            SCOPED_TRACE(::testing::Message() << "maximum " << maxlabels << ", threads " << threads);
+            Vol in(Z, Y, X), out(Z, Y, X);
+            t3d::fill_random(in.get(), 7, 3);
+            for_box(t3d::whole_box(in.get()), [&](int z, int y, int x) {
+                if ((x / 9 + y + z) % 5 == 0) in.uc(z, y, x) = 0;
+            });
+            in.voi(1, Z - 1, 0, Y - 1, 2, X - 3);
+            std::vector<float> counts(255, -1.0f);
+            int n = -1;
+            v3d::set_thread_count(threads);
+            const int status = grass3d_label(in.get(), out.get(), &n, counts.data(), maxlabels);
+            v3d::set_thread_count(0);
+            ASSERT_EQ(n, ref_n);
+            ASSERT_EQ(status, maxlabels == 255 ? 0 : -92);
+            for (int k = 0; k < maxlabels; ++k) EXPECT_EQ(counts[k], k < n ? ref_counts[k] : 0.0f) << k;
+            // past the maximum the flood fill's labels are above it and its input cleared
+            for_box(t3d::whole_box(in.get()), [&](int z, int y, int x) {
+                const bool kept = ref_out.uc(z, y, x) <= maxlabels;
+                ASSERT_EQ(out.uc(z, y, x), kept ? ref_out.uc(z, y, x) : 0) << z << "," << y << "," << x;
+                if (kept) ASSERT_EQ(in.uc(z, y, x), ref_in.uc(z, y, x)) << z << "," << y << "," << x;
+                else ASSERT_NE(in.uc(z, y, x), 0);
+            });
+        }
     }
 }
 

@@ -254,6 +254,49 @@ TEST(Projection, ObliqueViewsDoNotDependOnTheThreadCount) {
     v3d::set_thread_count(0);
 }
 
+// Volumes whose rows are not laid out one after the other in a frame (a module may build such
+// a record over its own memory) are read through the row pointers: the same pictures.
+TEST(Projection, RowsLaidOutOtherwiseGiveTheSamePictures) {
+    for (int colour : {1, 2}) {
+        Vol v(13, 17, 19, 1, colour);
+        t3d::fill_random(&v, 9 + colour);
+        v.voi(1, 12, 2, 16, 0, 18);
+        const int n = colour == 1 ? 1 : 3;
+        // the same voxels, each frame's rows stored last row first
+        std::vector<unsigned char> voxels(static_cast<size_t>(n) * 13 * 17 * 19);
+        std::vector<unsigned char*> rows(static_cast<size_t>(n) * 13 * 17);
+        std::vector<unsigned char**> frames(static_cast<size_t>(n) * 13);
+        Volume other = *v.get();
+        for (int c = 0; c < n; ++c) {
+            for (int z = 0; z < 13; ++z) {
+                unsigned char** frame_rows = &rows[(static_cast<size_t>(c) * 13 + z) * 17];
+                for (int y = 0; y < 17; ++y) {
+                    frame_rows[y] = &voxels[((static_cast<size_t>(c) * 13 + z) * 17 + 16 - y) * 19];
+                    std::copy_n(v.get()->data[c].uc[z][y], 19, frame_rows[y]);
+                }
+                frames[static_cast<size_t>(c) * 13 + z] = frame_rows;
+            }
+            other.data[c].uc = &frames[static_cast<size_t>(c) * 13];
+        }
+        const unsigned char thr[3] = {150, 120, 200};
+        using Render = std::function<int(Volume*, Image2d)>;
+        const Render renders[] = {
+            [](Volume* in, Image2d im) { return ProvoliMax3d(in, im, 30, 33, 25, 40, 0); },
+            [](Volume* in, Image2d im) { return ProvoliAvrg3d(in, im, 30, 33, 200, -15, 1); },
+            [&](Volume* in, Image2d im) { return Provoli3d(in, im, 30, 33, 95, 10, 0, thr); },
+            [&](Volume* in, Image2d im) { return Provoli3dSurfaceColor(in, im, 30, 33, 300, 70, 0, thr, 1); },
+            [](Volume* in, Image2d im) { return Provoli3dBinary(in, im, 30, 33, 10, 5, 1, 0); },
+        };
+        for (const Render& render : renders) {
+            Picture a(30, 33, colour), b(30, 33, colour);
+            ASSERT_EQ(render(v.get(), a.image()), 0);
+            ASSERT_EQ(render(&other, b.image()), 0);
+            EXPECT_EQ(a.pixels(), b.pixels());
+            EXPECT_FALSE(a.all(0));
+        }
+    }
+}
+
 // A cube seen along any direction covers the centre of the picture, every value is a voxel
 // value of the cube, and the picture does not reach beyond the cube's shadow.
 TEST(Projection, ObliqueMaximumStaysInsideTheShadowOfTheBox) {

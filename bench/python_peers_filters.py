@@ -3,7 +3,7 @@
 (numpy, scipy.ndimage) in one run: every case calls the peer and the library back to back on
 the same array, several times each, and reports both medians and their ratio.
 
-    PYTHONPATH=build/python /usr/bin/python3 bench/python_peers.py [--size 256] [--repeat 5]
+    PYTHONPATH=build/python /usr/bin/python3 bench/python_peers_filters.py [--size 256] [--repeat 5]
         [--only NAME ...]
 
 The volume is smooth structure plus noise (as bench/volumes.h makes it), its binary version
