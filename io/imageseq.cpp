@@ -133,6 +133,14 @@ long long bytes_left(std::FILE* f) {
     return end < here ? 0 : end - here;
 }
 
+bool seek_from_start(std::FILE* f, long long offset) {
+#if defined(_WIN32)
+    return _fseeki64(f, offset, SEEK_SET) == 0;
+#else
+    return fseeko(f, static_cast<off_t>(offset), SEEK_SET) == 0;
+#endif
+}
+
 int load_file(const PathName& path, FileBytes* bytes) {
     File f(path.empty() ? nullptr : std::fopen(path.c_str(), "rb"));
     if (!f) return kFopen;

@@ -119,6 +119,8 @@ bool can_open(const PathName& path);
 // The bytes from the position of an open file to its end (the position is kept), -1 when they
 // cannot be told (a pipe).
 long long bytes_left(std::FILE* f);
+// Moves an open file to offset bytes from its start (beyond 2 GiB too).
+bool seek_from_start(std::FILE* f, long long offset);
 
 // The bytes of a whole file.
 struct FileBytes {

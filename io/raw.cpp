@@ -83,14 +83,6 @@ bool numbers_fit(int first, int count) {
     return count < 1 || static_cast<long long>(first) + count - 1 <= INT_MAX;
 }
 
-bool seek_from_start(std::FILE* f, long long offset) {
-#if defined(_WIN32)
-    return _fseeki64(f, offset, SEEK_SET) == 0;
-#else
-    return fseeko(f, static_cast<off_t>(offset), SEEK_SET) == 0;
-#endif
-}
-
 }  // namespace
 
 // "%s%d.%s" without padding, "%s%0*d.%s" with digits characters (shared with the image

@@ -69,14 +69,6 @@ int store(int sample, Volume* vol, int c, int z, int y, int X, const unsigned ch
     }
 }
 
-bool seek_from_start(std::FILE* f, long long offset) {
-#if defined(_WIN32)
-    return _fseeki64(f, offset, SEEK_SET) == 0;
-#else
-    return fseeko(f, static_cast<off_t>(offset), SEEK_SET) == 0;
-#endif
-}
-
 }  // namespace
 }  // namespace v3d
 
