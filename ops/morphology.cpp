@@ -84,11 +84,13 @@ inline void clear_bytes(unsigned char* p, int n) {
     }
 }
 
-// Sets to 0 the voxels of in's VOI outside the working region w in out.
+// Sets to 0 the voxels of in's VOI outside the working region w in out. A few bytes per row,
+// but every row is a cache line of its own to fetch: on one thread this was an eighth of an
+// erosion by the 3^3 cube, so the frames go to the threads like the rest of the work.
 void clear_margins(const Volume* in, const Voi& w, Volume* out) {
     const Voi r = voi_of(in);
     unsigned char*** o = out->data[0].uc;
-    for (int z = r.z1; z < r.z2; ++z)
+    parallel_for(r.z1, r.z2, [&](int z) {
         for (int y = r.y1; y < r.y2; ++y) {
             unsigned char* row = o[z][y];
             if (z < w.z1 || z >= w.z2 || y < w.y1 || y >= w.y2) {
@@ -98,6 +100,7 @@ void clear_margins(const Volume* in, const Voi& w, Volume* out) {
                 clear_bytes(row + w.x2, r.x2 - w.x2);
             }
         }
+    });
 }
 
 // Gather form with any element: each output row of the working region combines the input
