@@ -9,21 +9,13 @@
 
 namespace {
 
-void fill_f(Volume* v, uint32_t seed) {
-    uint32_t s = seed * 2654435761u + 1;
-    for (int z = 0; z < v->Z; ++z)
-        for (int y = 0; y < v->Y; ++y)
-            for (int x = 0; x < v->X; ++x)
-                v->data[0].f[z][y][x] = static_cast<float>(bench::next_random(s) % 1000) * 0.01f;
-}
-
 void BM_fft3d(benchmark::State& state) {
     v3d::set_thread_count(1);
     const int Z = static_cast<int>(state.range(0)), Y = static_cast<int>(state.range(1)),
               X = static_cast<int>(state.range(2));
     bench::Volume3 re(Z, Y, X, 2), im(Z, Y, X, 2), ore(Z, Y, X, 2), oim(Z, Y, X, 2);
-    fill_f(re.get(), 1);
-    fill_f(im.get(), 2);
+    bench::fill_reals(re.get(), 1);
+    bench::fill_reals(im.get(), 2);
     for (auto _ : state)
         if (fft3d(re.get(), im.get(), ore.get(), oim.get(), 0, 0, 0, 0) != 0)
             state.SkipWithError("fft3d failed");
@@ -72,8 +64,8 @@ void BM_lrcfft3d(benchmark::State& state) {
     const int Z = static_cast<int>(state.range(0)), Y = static_cast<int>(state.range(1)),
               X = static_cast<int>(state.range(2));
     bench::Volume3 re(Z, Y, X, 2), im(Z, Y, X, 2), ore(Z, Y, X, 2), oim(Z, Y, X, 2);
-    fill_f(re.get(), 1);
-    fill_f(im.get(), 2);
+    bench::fill_reals(re.get(), 1);
+    bench::fill_reals(im.get(), 2);
     v3d::set_thread_count(1);
     for (auto _ : state) lrcfft3d(re.get(), im.get(), ore.get(), oim.get(), 0, 0, 0, 0);
     v3d::set_thread_count(0);

@@ -8,21 +8,12 @@ is copied in and out).
 Needs python3-scipy. Not run in CI.
 """
 import argparse
-import time
 
 import numpy as np
 import scipy.ndimage as ndimage
 
 import vexilo3d
-
-
-def median_time(function, repeat):
-    times = []
-    for _ in range(repeat):
-        start = time.perf_counter()
-        function()
-        times.append(time.perf_counter() - start)
-    return float(np.median(times))
+from peer_timing import median_time
 
 
 def main():

@@ -15,7 +15,6 @@ import os
 import shutil
 import subprocess
 import tempfile
-import time
 
 import numpy as np
 import scipy.fft
@@ -24,15 +23,7 @@ import scipy.signal
 import tifffile
 
 import vexilo3d
-
-
-def median_time(call, repeat):
-    times = []
-    for _ in range(repeat):
-        start = time.perf_counter()
-        call()
-        times.append(time.perf_counter() - start)
-    return float(np.median(times))
+from peer_timing import median_time
 
 
 def compare(name, ours, peer_name, peer, repeat):

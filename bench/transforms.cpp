@@ -9,20 +9,12 @@
 
 namespace {
 
-void fill_f(Volume* v, uint32_t seed) {
-    uint32_t s = seed * 2654435761u + 1;
-    for (int z = 0; z < v->Z; ++z)
-        for (int y = 0; y < v->Y; ++y)
-            for (int x = 0; x < v->X; ++x)
-                v->data[0].f[z][y][x] = static_cast<float>(bench::next_random(s) % 1000) * 0.01f;
-}
-
 // args: edge of the cubic input, threads (0 = all)
 template <class Run> void run(benchmark::State& state, int out_edge, Run&& transform) {
     v3d::set_thread_count(static_cast<int>(state.range(1)));
     const int n = static_cast<int>(state.range(0));
     bench::Volume3 in(n, n, n, 2), out(out_edge, out_edge, out_edge, 2);
-    fill_f(in.get(), 1);
+    bench::fill_reals(in.get(), 1);
     for (auto _ : state)
         if (transform(in.get(), out.get()) != 0) state.SkipWithError("the transform failed");
     v3d::set_thread_count(0);
@@ -36,7 +28,7 @@ void BM_DCT3d(benchmark::State& state) {
 // transforms of the next power of two.
 template <int (*Op)(Volume*, Volume*, Volume*, int, int, int)> void BM_with_kernel(benchmark::State& state) {
     bench::Volume3 kernel(9, 9, 9, 2);
-    fill_f(kernel.get(), 2);
+    bench::fill_reals(kernel.get(), 2);
     run(state, static_cast<int>(state.range(0)) + 8,
         [&](Volume* in, Volume* out) { return Op(in, kernel.get(), out, 0, 0, 0); });
 }

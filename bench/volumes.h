@@ -44,6 +44,15 @@ inline void fill_noise(Volume* v, uint32_t seed) {
             for (int x = 0; x < v->X; ++x) v->data[0].uc[z][y][x] = next_random(s) & 0xff;
 }
 
+// Reals 0.00 .. 9.99 in steps of 0.01 in channel 0 of an F volume.
+inline void fill_reals(Volume* v, uint32_t seed) {
+    uint32_t s = seed * 2654435761u + 1;
+    for (int z = 0; z < v->Z; ++z)
+        for (int y = 0; y < v->Y; ++y)
+            for (int x = 0; x < v->X; ++x)
+                v->data[0].f[z][y][x] = static_cast<float>(next_random(s) % 1000) * 0.01f;
+}
+
 // UC volume: smooth structure (a blurred sphere and waves) plus noise of amplitude +-noise.
 inline void fill_structure_noise(Volume* v, uint32_t seed, int noise = 24) {
     uint32_t s = seed * 2654435761u + 1;
