@@ -1,4 +1,6 @@
 // The volume record, its storage, the volume table and the status texts.
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <iterator>
@@ -33,14 +35,27 @@ TEST(CreateVolume, NewVolumesAreZeroWithTheWholeVoi) {
     }
 }
 
-TEST(CreateVolume, StorageIsOnePointerBlockAndOneBlockPerFrame) {
-    Vol v(3, 4, 5, 2, 1);
-    ASSERT_EQ(v.status(), 0);
-    void** slots = static_cast<void**>(v->data[0].p);
-    for (int z = 0; z < 3; ++z) {
-        EXPECT_EQ(slots[z], static_cast<void*>(slots + 3 + z * 4)) << "frame " << z;
-        for (int y = 1; y < 4; ++y)  // rows of a frame are contiguous
-            EXPECT_EQ(v->data[0].f[z][y], v->data[0].f[z][0] + y * 5);
+// One pointer block; rows of a frame contiguous. Channels of 4 MB and more are one block with
+// every frame on a cache line of its own, zeroed, and every voxel writable.
+TEST(CreateVolume, StorageIsOnePointerBlockWithContiguousRows) {
+    for (int Z : {3, 63}) {
+        const int Y = 257, X = 261;  // 63 frames: 4.2 MB a channel
+        Vol v(Z, Y, X, 1, 2);
+        ASSERT_EQ(v.status(), 0);
+        for (int c = 0; c < 3; ++c) {
+            void** slots = static_cast<void**>(v->data[c].p);
+            unsigned char*** uc = v->data[c].uc;
+            for (int z = 0; z < Z; ++z) {
+                EXPECT_EQ(slots[z], static_cast<void*>(slots + Z + z * Y)) << "frame " << z;
+                for (int y = 1; y < Y; ++y) ASSERT_EQ(uc[z][y], uc[z][0] + y * X);
+                if (Z == 63) {
+                    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(uc[z][0]) % 64, 0u);
+                }
+                for (int y = 0; y < Y; ++y) ASSERT_EQ(std::count(uc[z][y], uc[z][y] + X, 0), X);
+                uc[z][Y - 1][X - 1] = static_cast<unsigned char>(c + 1);
+            }
+        }
+        EXPECT_EQ(v->data[2].uc[Z - 1][Y - 1][X - 1], 3);
     }
 }
 
