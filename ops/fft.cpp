@@ -514,13 +514,23 @@ namespace {
 
 bool shares_storage(const Volume* a, const Volume* b) { return a->data[0].p == b->data[0].p; }
 
-// Does an output share storage with an input? Such calls run on one thread.
+// Does an output share storage with an input?
 bool sharing_storage(const Volume* inRe, const Volume* inIm, const Volume* outRe,
                      const Volume* outIm) {
     for (const Volume* o : {outRe, outIm})
         for (const Volume* i : {inRe, inIm})
             if (shares_storage(o, i)) return true;
     return false;
+}
+
+// Must the row-column transform run on one thread? When a part is written over the other
+// part's input, or both outputs are one storage, the order of the frames matters. (A part in
+// place of its own input is at the same place, which the checks make sure of: every frame is
+// then read and written by one task.)
+bool serial_row_column(const Volume* inRe, const Volume* inIm, const Volume* outRe,
+                       const Volume* outIm) {
+    return shares_storage(outRe, inIm) || shares_storage(outIm, inRe) ||
+           shares_storage(outRe, outIm);
 }
 
 // The consecutive share t of count items split over tasks.
@@ -1128,7 +1138,9 @@ int vr_large_cube(Volume* inRe, Volume* inIm, Volume* outRe, Volume* outIm, int 
     V3D_CHECK(plan.prepare(n, direction, sweep_points));
     const int sets = (n / plan.sub) * (n / plan.sub);
     Workers<VrScratch> work;
-    V3D_CHECK(make_workers(work, in_place ? 1 : thread_count(), sets,
+    // in place the input is gathered first; after that every task works on output rows of
+    // its own, so only outputs sharing one storage keep the transform on one thread
+    V3D_CHECK(make_workers(work, shares_storage(outRe, outIm) ? 1 : thread_count(), sets,
                            [&](VrScratch& s) { return s.prepare(plan.scratch); }));
     float*** ore = outRe->data[0].f;
     float*** oim = outIm->data[0].f;
@@ -1165,8 +1177,8 @@ int lrcfft3d(Volume* inRe, Volume* inIm, Volume* outRe, Volume* outIm, int direc
              int y0, int x0) {
     V3D_CHECK(check_transform(inRe, inIm, outRe, outIm, direction, z0, y0, x0, false));
     const Voi r = voi_of(inRe);
-    // frames, then rows of the Z pass, in consecutive shares per task; in place: one task
-    const int tasks = sharing_storage(inRe, inIm, outRe, outIm) ? 1 : thread_count();
+    // frames, then rows of the Z pass, in consecutive shares per task
+    const int tasks = serial_row_column(inRe, inIm, outRe, outIm) ? 1 : thread_count();
     // the work memory of both passes is had before anything is written
     Workers<FrameTransform> frames;
     Workers<ZLines> lines;
@@ -1216,10 +1228,10 @@ int vrfft3d(Volume* inRe, Volume* inIm, Volume* outRe, Volume* outIm, int direct
                     static_cast<float>(sign)};
     const float scale = direction == 1 ? 1.0f / (static_cast<float>(n) * n * n) : 1.0f;
     V3D_CHECK(gather_bit_reversed(inRe, inIm, cube, n, scale));
-    if (sharing_storage(inRe, inIm, outRe, outIm)) {
-        vr_region(cube, 0, 0, 0, n);  // in place: serially
+    if (shares_storage(outRe, outIm)) {
+        vr_region(cube, 0, 0, 0, n);  // one storage for both parts: serially
     } else {
-        vr_cube(cube, n);
+        vr_cube(cube, n);  // after the gather only output voxels are read and written
     }
     return kOk;
 }
