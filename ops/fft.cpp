@@ -485,29 +485,6 @@ int fft2d(float* const* src_re, float* const* src_im, int rows, int cols, int r1
     return kOk;
 }
 
-// ---- single lines -------------------------------------------------------------------------------
-
-int LineTransform::prepare(int n, int direction) {
-    n_ = n;
-    scale_ = direction == 1 ? 1.0f / static_cast<float>(n) : 1.0f;
-    rev_ = bit_reversal(n);
-    if (!rev_ || !re_.make(n) || !im_.make(n) || !tw_.make(n, direction == 1 ? 1 : -1))
-        return kNoBuffer;
-    return kOk;
-}
-
-void LineTransform::run(float* re, float* im) {
-    for (int i = 0; i < n_; ++i) {
-        re_[rev_[i]] = re[i];
-        im_[rev_[i]] = im[i];
-    }
-    butterflies(re_.get(), im_.get(), n_, 1, tw_);
-    for (int i = 0; i < n_; ++i) {
-        re[i] = re_[i] * scale_;
-        im[i] = im_[i] * scale_;
-    }
-}
-
 // ---- the 3D transforms ----------------------------------------------------------------------
 
 namespace {

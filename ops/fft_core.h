@@ -1,6 +1,6 @@
 // The building blocks of the Fourier transforms, shared by the 3D transforms and the transforms
 // built on them: twiddle tables, bit reversal, batched butterflies, the two-dimensional frame
-// transform of the image library and a one-line transform.
+// transform of the image library.
 #pragma once
 
 #include <cstddef>
@@ -79,21 +79,6 @@ private:
 int fft2d(float* const* src_re, float* const* src_im, int rows, int cols, int r1, int r2, int c1,
           int c2, float* const* dst_re, float* const* dst_im, int dst_rows, int dst_cols, int dr,
           int dc, int direction);
-
-// The transform of single contiguous lines of one length and direction (inverse scaled by
-// 1/n), in place.
-class LineTransform {
-public:
-    int prepare(int n, int direction);  // 0 or -9
-    void run(float* re, float* im);
-
-private:
-    int n_ = 0;
-    float scale_ = 1.0f;
-    Twiddles tw_;
-    std::unique_ptr<int[]> rev_;
-    FloatBuffer re_, im_;
-};
 
 // The vector-radix transform of a cube of edge 64 or more whose checks have passed. Its later
 // sweeps work on sets of rows of at most sweep_points points (vrfft3d passes 65536; less

@@ -123,92 +123,120 @@ int convolve(Volume* in, Volume* kernel, Volume* out, int z0, int y0, int x0, bo
 
 // ---- cosine transform --------------------------------------------------------------------------
 
-// The orthonormal DCT-II (or its inverse) of single lines of one length, through a transform
-// of the same length of the even samples followed by the reversed odd ones.
+// The orthonormal DCT-II (or its inverse) of up to kBatch lines of one length at a time, each
+// through a Fourier transform of the same length of its even samples followed by its reversed
+// odd ones. The lines' transforms run side by side, a vector lane a line (the butterflies do the
+// same float operations on every lane, so a line's result does not depend on its neighbours).
 class CosineLines {
 public:
     int prepare(int n, bool inverse) {
         n_ = n;
         inverse_ = inverse;
-        re_ = make_buffer<float>(n);
-        im_ = make_buffer<float>(n);
+        scale_ = inverse ? 1.0f / static_cast<float>(n) : 1.0f;
+        const std::size_t points = static_cast<std::size_t>(n) * kBatch;
+        auto rev = bit_reversal(n);
+        point_ = make_buffer<int>(n);
         turn_cos_ = make_buffer<double>(n);
         turn_sin_ = make_buffer<double>(n);
         norm_ = make_buffer<double>(n);
-        if (!re_ || !im_ || !turn_cos_ || !turn_sin_ || !norm_) return kNoBuffer;
+        if (!rev || !point_ || !turn_cos_ || !turn_sin_ || !norm_ || !re_.make(points) ||
+            !im_.make(points) || !lines_.make(points) || !tw_.make(n, inverse ? 1 : -1))
+            return kNoBuffer;
+        rev_ = std::move(rev);
         for (int k = 0; k < n; ++k) {  // e^(-i pi k / 2n)
             turn_cos_[k] = std::cos(3.14159265358979323846 * k / (2.0 * n));
             turn_sin_[k] = -std::sin(3.14159265358979323846 * k / (2.0 * n));
             norm_[k] = std::sqrt((k == 0 ? 1.0 : 2.0) / n);
         }
-        return line_.prepare(n, inverse ? 1 : 0);
+        for (int t = 0; t < n; ++t)  // sample t is point t/2, or n-1-t/2 when odd
+            point_[t] = t % 2 == 0 ? t / 2 : n - 1 - t / 2;
+        return kOk;
     }
-    void run(float* x) { inverse_ ? backward(x) : forward(x); }
+
+    // Transforms the `count` lines whose element i lies at data[start[j] + i * stride].
+    void run(float* data, const std::size_t* start, int count, std::size_t stride) {
+        if (count < kBatch) {  // unused lanes hold zeros
+            std::fill(re_.get(), re_.get() + static_cast<std::size_t>(n_) * kBatch, 0.0f);
+            std::fill(lines_.get(), lines_.get() + static_cast<std::size_t>(n_) * kBatch, 0.0f);
+        }
+        inverse_ ? backward(data, start, count, stride) : forward(data, start, count, stride);
+    }
 
 private:
-    double norm(int k) const { return norm_[k]; }
-
-    void forward(float* x) {
-        const int n = n_;
-        for (int i = 0; i < n / 2; ++i) {
-            re_[i] = x[2 * i];
-            re_[n - 1 - i] = x[2 * i + 1];
-        }
-        if (n == 1) re_[0] = x[0];
-        std::fill(im_.get(), im_.get() + n, 0.0f);
-        line_.run(re_.get(), im_.get());
-        for (int k = 0; k < n; ++k)  // c_k Re(e^(-i pi k / 2n) V[k])
-            x[k] = static_cast<float>(norm(k) * (re_[k] * turn_cos_[k] - im_[k] * turn_sin_[k]));
+    float* lane(const FloatBuffer& b, int point) const {
+        return b.get() + static_cast<std::size_t>(point) * kBatch;
     }
 
-    void backward(float* x) {
+    void forward(float* data, const std::size_t* start, int count, std::size_t stride) {
         const int n = n_;
+        for (int t = 0; t < n; ++t) {
+            float* to = lane(re_, rev_[point_[t]]);
+            for (int j = 0; j < count; ++j) to[j] = data[start[j] + t * stride];
+        }
+        std::fill(im_.get(), im_.get() + static_cast<std::size_t>(n) * kBatch, 0.0f);
+        butterflies(re_.get(), im_.get(), n, kBatch, tw_);
+        for (int k = 0; k < n; ++k) {  // c_k Re(e^(-i pi k / 2n) V[k])
+            const float* vr = lane(re_, k);
+            const float* vi = lane(im_, k);
+            for (int j = 0; j < count; ++j) {
+                const float r = vr[j] * scale_, i = vi[j] * scale_;
+                data[start[j] + k * stride] =
+                    static_cast<float>(norm_[k] * (r * turn_cos_[k] - i * turn_sin_[k]));
+            }
+        }
+    }
+
+    void backward(float* data, const std::size_t* start, int count, std::size_t stride) {
+        const int n = n_;
+        for (int k = 0; k < n; ++k) {
+            float* to = lane(lines_, k);
+            for (int j = 0; j < count; ++j) to[j] = data[start[j] + k * stride];
+        }
         // V[k] = e^(i pi k / 2n) (y[k] - i y[n - k]), y = x / c, y[n] = 0
         for (int k = 0; k < n; ++k) {
-            const double yr = x[k] / norm(k);
-            const double yi = k == 0 ? 0.0 : -x[n - k] / norm(n - k);
-            re_[k] = static_cast<float>(yr * turn_cos_[k] + yi * turn_sin_[k]);
-            im_[k] = static_cast<float>(yi * turn_cos_[k] - yr * turn_sin_[k]);
+            const float* xk = lane(lines_, k);
+            const float* xr = lane(lines_, (n - k) % n);
+            float* vr = lane(re_, rev_[k]);
+            float* vi = lane(im_, rev_[k]);
+            for (int j = 0; j < kBatch; ++j) {
+                const double yr = xk[j] / norm_[k];
+                const double yi = k == 0 ? 0.0 : -xr[j] / norm_[n - k];
+                vr[j] = static_cast<float>(yr * turn_cos_[k] + yi * turn_sin_[k]);
+                vi[j] = static_cast<float>(yi * turn_cos_[k] - yr * turn_sin_[k]);
+            }
         }
-        line_.run(re_.get(), im_.get());
-        for (int i = 0; i < n / 2; ++i) {
-            x[2 * i] = re_[i];
-            x[2 * i + 1] = re_[n - 1 - i];
+        butterflies(re_.get(), im_.get(), n, kBatch, tw_);
+        for (int t = 0; t < n; ++t) {
+            const float* v = lane(re_, point_[t]);
+            for (int j = 0; j < count; ++j) data[start[j] + t * stride] = v[j] * scale_;
         }
-        if (n == 1) x[0] = re_[0];
     }
 
     int n_ = 0;
     bool inverse_ = false;
-    LineTransform line_;
-    std::unique_ptr<float[]> re_, im_;
+    float scale_ = 1.0f;
+    Twiddles tw_;
+    std::unique_ptr<int[]> rev_, point_;  // point_[t]: the transform's point of sample t
+    FloatBuffer re_, im_, lines_;         // kBatch lanes per point
     std::unique_ptr<double[]> turn_cos_, turn_sin_, norm_;  // norm_[k]: c_k
 };
 
 // The cosine transforms of the lines of one axis of a block held in a buffer: count lines of
-// length n, element i of line l at data[first(l) + i * stride]. Lines go through a buffer
-// kGroup at a time (on the Y and Z axes neighbouring lines are neighbours in memory, so each
-// step of the gather reads whole cache lines); threads take runs of lines, each with its own
-// transform. 0 or -9.
+// length n, element i of line l at data[first(l) + i * stride]. Lines go kBatch at a time (on
+// the Y and Z axes neighbouring lines are neighbours in memory, so each step of the gather reads
+// whole cache lines); threads take runs of lines, each with its own transform. 0 or -9.
 template <class First>
 int transform_lines(float* data, int lines, int n, std::size_t stride, First first, bool inverse) {
-    constexpr int kGroup = 16;
     const int blocks = block_count(0, lines, true);
     std::unique_ptr<CosineLines[]> transforms(new (std::nothrow) CosineLines[blocks]);
-    auto buffers = make_buffer<float>(static_cast<std::size_t>(blocks) * kGroup * n);
-    if (!transforms || !buffers) return kNoBuffer;
+    if (!transforms) return kNoBuffer;
     for (int b = 0; b < blocks; ++b) V3D_CHECK(transforms[b].prepare(n, inverse));
     parallel_blocks(0, lines, blocks, [&](int b, int l1, int l2) {
-        float* buffer = buffers.get() + static_cast<std::size_t>(b) * kGroup * n;
-        std::size_t start[kGroup];
-        for (int l = l1; l < l2; l += kGroup) {
-            const int g = std::min(kGroup, l2 - l);
-            for (int j = 0; j < g; ++j) start[j] = first(l + j);
-            for (int i = 0; i < n; ++i)
-                for (int j = 0; j < g; ++j) buffer[j * n + i] = data[start[j] + i * stride];
-            for (int j = 0; j < g; ++j) transforms[b].run(buffer + j * n);
-            for (int i = 0; i < n; ++i)
-                for (int j = 0; j < g; ++j) data[start[j] + i * stride] = buffer[j * n + i];
+        std::size_t start[kBatch];
+        for (int l = l1; l < l2; l += kBatch) {
+            const int count = std::min(kBatch, l2 - l);
+            for (int j = 0; j < count; ++j) start[j] = first(l + j);
+            transforms[b].run(data, start, count, stride);
         }
     });
     return kOk;
