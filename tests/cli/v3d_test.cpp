@@ -20,19 +20,6 @@ std::string write_phantom() {
 
 }  // namespace
 
-TEST(V3d, HelpListsCommandsAndExplainsOne) {
-    Result r = v3d_run("help");
-    EXPECT_EQ(r.code, 0);
-    for (const char* name : {"copy", "clear", "f2uc", "uc2f", "symmetric", "and", "or", "xor",
-                             "count", "surface", "bbox", "minmax", "dump", "rotate2d", "rotate3d"})
-        EXPECT_NE(r.out.find(std::string("  ") + name + " "), std::string::npos) << name;
-    r = v3d_run("help rotate2d");
-    EXPECT_EQ(r.code, 0);
-    EXPECT_NE(r.out.find("--angle"), std::string::npos);
-    EXPECT_EQ(v3d_run("help nosuch").code, 2);
-    EXPECT_EQ(v3d_run("nosuch").code, 2);
-}
-
 TEST(V3d, CopiesAVoiAndReportsMetrics) {
     const std::string in = write_phantom(), out = t3d::temp_path("cli_copy.raw");
     Result r = v3d_run("copy --in " + in + " --size 8x12x16 --voi 2:6,0:12,4:12 --out " + out);

@@ -65,9 +65,5 @@ TEST(V3dVolumeFiles, RawGrammarReadsOtherVoxelTypes) {
     int last;
     std::memcpy(&last, ints.data() + ints.size() - 4, 4);
     EXPECT_EQ(last, 23 * 256 + 0x10 + 23);
-    r = t3d::run_v3d("copy --in " + in + " --size 2x3x4 --type u16 --byte-offset 11 --out " + out);
-    EXPECT_EQ(r.code, 1);
-    EXPECT_NE(r.out.find("fewer than its description needs (59 bytes)"), std::string::npos) << r.out;
-    for (const char* bad : {"--type u64", "--endian middle", "--byte-offset -2", "--spacing 1,0,1", "--spacing 1x2"})
-        EXPECT_EQ(t3d::run_v3d("copy --in " + in + " --size 2x3x4 " + bad + " --out " + out).code, 2) << bad;
+    // (the grammar's refusals: tests/app/command_line_test; short files: tests/cli/hostile_test)
 }

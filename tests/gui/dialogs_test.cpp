@@ -68,21 +68,6 @@ app::SelectRequest request(app::SelectKind kind, int typemask = 7, int colormask
     return r;
 }
 
-// The template follows the request: the kind of volume asked for, the number of values.
-TEST_F(Dialogs, TheTemplateFollowsTheRequest) {
-    const std::pair<app::SelectKind, const char*> kinds[] = {{app::SelectKind::Input, "Get_InOut_Volume"},
-                                                             {app::SelectKind::Output, "Select Same Output Volume"},
-                                                             {app::SelectKind::Other, "Select Volume"}};
-    for (const auto& [kind, name] : kinds) {
-        gui::VolumeSelectDialog d(request(kind));
-        EXPECT_EQ(d.objectName(), name);
-        EXPECT_EQ(d.windowTitle(), "Caption");
-    }
-    const char* names[4] = {"Give 1 Value", "Give 2 Values", "Give Values", "Give values"};
-    for (int n = 1; n <= 4; ++n)
-        EXPECT_EQ(gui::ValuesDialog("Give", std::vector<std::string>(n, "L")).objectName(), names[n - 1]);
-}
-
 // A double-click selects the entry; only OK ends the dialog.
 TEST_F(Dialogs, DoubleClickSelectsWithoutEndingTheDialog) {
     make(2, 2, 2);
@@ -134,13 +119,6 @@ TEST_F(Dialogs, InputDialogEnablesOnSelectionAndValidatesTheVoi) {
     EXPECT_EQ(d.result(), 1);
     EXPECT_EQ(d.selection().vol, v);
     EXPECT_EQ(std::vector({v->z1, v->z2, v->y1}), std::vector({2, 3, 1}));
-}
-
-TEST_F(Dialogs, InputDialogWithoutMatchingVolumesHasNothingToChoose) {
-    make(2, 2, 2, 2);
-    gui::VolumeSelectDialog d(request(app::SelectKind::Input, 1, 3));
-    EXPECT_TRUE(entries(&d).isEmpty());
-    EXPECT_FALSE(enabled(&d, 1));
 }
 
 TEST_F(Dialogs, OutputDialogOffersANewSlotWithTheProposedDimensions) {

@@ -1,7 +1,12 @@
-// A frame window with a scripted user interface and a fresh volume table.
+// A frame window with a scripted user interface and a fresh volume table, and answers to the
+// modal dialogs that real user interfaces open.
 #pragma once
 
+#include <QApplication>
+#include <QDialog>
+#include <QPointer>
 #include <QTest>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -54,5 +59,33 @@ protected:
     ScriptedUi ui;
     std::unique_ptr<gui::MainWindow> window;
 };
+
+// Acts on the next modal dialog of type W once it is shown (a module's own dialogs run their
+// own event loop). The act is repeated while that dialog stays open (a file dialog may refuse an
+// accept until its folder has been read, which takes longer on a busy machine); after 20 s the
+// dialog is rejected so that the test fails instead of hanging.
+template <class W, class F> void when_shown(F act) {
+    auto* timer = new QTimer(qApp);
+    timer->setInterval(5);
+    auto acted_on = std::make_shared<QPointer<W>>();
+    auto ticks = std::make_shared<int>(0);
+    QObject::connect(timer, &QTimer::timeout, [timer, act, acted_on, ticks] {
+        auto* w = qobject_cast<W*>(QApplication::activeModalWidget());
+        if (*ticks > 0 && (!w || w != *acted_on)) {  // the dialog acted on has closed
+            timer->stop();
+            timer->deleteLater();
+            return;
+        }
+        if (!w) return;
+        *acted_on = w;
+        if (++*ticks > 4000) {
+            ADD_FAILURE() << "a module's dialog would not close";
+            static_cast<QDialog*>(w)->reject();
+            return;
+        }
+        act(w);
+    });
+    timer->start();
+}
 
 }  // namespace t3d

@@ -1,12 +1,10 @@
-// The workstation's own user interface: real message boxes and dialogs, answered by a timer.
+// The workstation's own user interface: real message boxes and dialogs, answered as they show.
 #include <QAbstractButton>
 #include <QCursor>
 #include <QApplication>
 #include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QTimer>
-#include <functional>
 
 #include "gui/qt_ui.h"
 #include "fixture.h"
@@ -15,21 +13,6 @@ namespace t3d {
 namespace {
 
 using QtUiTest = AppTest;
-
-// Runs answer on the first dialog that shows up (polled, as the dialog opens inside the call).
-void when_shown(std::function<void(QWidget*)> answer) {
-    auto* timer = new QTimer;
-    QObject::connect(timer, &QTimer::timeout, [timer, answer] {
-        for (QWidget* w : QApplication::topLevelWidgets()) {
-            if (!w->isVisible() || !qobject_cast<QDialog*>(w)) continue;
-            timer->stop();
-            timer->deleteLater();
-            answer(w);
-            return;
-        }
-    });
-    timer->start(10);
-}
 
 struct Box {
     QString title, text;
@@ -52,25 +35,25 @@ TEST_F(QtUiTest, MessageBoxesCarryTheirCaptionIconAndText) {
     gui::QtUi qt(window.get());
     app::set_ui(&qt);
     Box seen;
-    when_shown([&](QWidget* w) { seen = read_and_press(w, QMessageBox::Ok); });
+    when_shown<QDialog>([&](QDialog* w) { seen = read_and_press(w, QMessageBox::Ok); });
     error_handler(-530);
     EXPECT_EQ(seen.title, "VEXILO3D for Windows");
     EXPECT_EQ(seen.text, "Cannot allocate internal volume");
     EXPECT_EQ(seen.icon, QMessageBox::Critical);
 
-    when_shown([&](QWidget* w) { seen = read_and_press(w, QMessageBox::No); });
+    when_shown<QDialog>([&](QDialog* w) { seen = read_and_press(w, QMessageBox::No); });
     EXPECT_EQ(VerifyVolumeReallocation(nullptr), 0);
     EXPECT_EQ(seen.text, "Output Volume is not appropriate\nand will be reallocated. Continue?");
     EXPECT_EQ(seen.icon, QMessageBox::Question);
-    when_shown([&](QWidget* w) { seen = read_and_press(w, QMessageBox::Yes); });
+    when_shown<QDialog>([&](QDialog* w) { seen = read_and_press(w, QMessageBox::Yes); });
     EXPECT_TRUE(app::ConfirmInputModification());
 
     Volume* v = make(3, 3, 3);
     v->data[0].uc[1][1][1] = 255;
-    when_shown([&seen](QWidget* w) {                  // the input dialog: pick slot 0, OK
+    when_shown<QDialog>([&seen](QDialog* w) {                  // the input dialog: pick slot 0, OK
         w->findChild<QListWidget*>("604")->setCurrentRow(0);
         w->findChild<QPushButton*>("1")->click();
-        when_shown([&](QWidget* box) { seen = read_and_press(box, QMessageBox::Ok); });
+        when_shown<QDialog>([&](QDialog* box) { seen = read_and_press(box, QMessageBox::Ok); });
     });
     window->run_command(1221);
     EXPECT_EQ(seen.title, "VEXILO 3.4  for Windows");
@@ -89,7 +72,7 @@ TEST_F(QtUiTest, DialogsShowTheArrowWhileTheCommandWaits) {
         ASSERT_NE(QApplication::overrideCursor(), nullptr);
         EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
         Qt::CursorShape during = Qt::WaitCursor;
-        when_shown([&](QWidget* w) {
+        when_shown<QDialog>([&](QDialog* w) {
             during = QApplication::overrideCursor()->shape();
             read_and_press(w, QMessageBox::Yes);
         });

@@ -62,6 +62,13 @@ protected:
         return r;
     }
     bool checked(int id) { return window->action(id)->isChecked(); }
+    // Contour following (command) started on the disc into a new output: the input and the output.
+    std::pair<Volume*, Volume*> follow_contours(int command) {
+        Volume* in = disc();
+        ui.pick(0).pick_new();
+        run(command);
+        return {in, GetVolumeByIndex(1)};
+    }
 };
 
 TEST_F(ToolWindows, LabelledViewDialogEditsAndWritesTheOutput) {
@@ -96,10 +103,7 @@ TEST_F(ToolWindows, LabelledViewDialogEditsAndWritesTheOutput) {
 }
 
 TEST_F(ToolWindows, ContourFollowingIsAToggleWithTwoSteppedWindows) {
-    Volume* in = disc();
-    ui.pick(0).pick_new();
-    run(res::cmd::kBwContourFollowing);
-    Volume* out = GetVolumeByIndex(1);
+    const auto [in, out] = follow_contours(res::cmd::kBwContourFollowing);
     ASSERT_EQ(windows(in), 1);
     ASSERT_EQ(windows(out), 1);
     view::FrameDisplay *a = window->displays(in)[0], *b = window->displays(out)[0];
@@ -119,10 +123,7 @@ TEST_F(ToolWindows, ContourFollowingIsAToggleWithTwoSteppedWindows) {
 }
 
 TEST_F(ToolWindows, ClosingEitherContourWindowEndsContourFollowing) {
-    Volume* in = disc();
-    ui.pick(0).pick_new();
-    run(res::cmd::kBwContourFollowing);
-    Volume* out = GetVolumeByIndex(1);
+    const auto [in, out] = follow_contours(res::cmd::kBwContourFollowing);
     ASSERT_EQ(windows(out), 1);
     static_cast<QMdiSubWindow*>(window->displays(out)[0]->parentWidget())->close();
     delete_closed();
@@ -133,10 +134,7 @@ TEST_F(ToolWindows, ClosingEitherContourWindowEndsContourFollowing) {
 }
 
 TEST_F(ToolWindows, AClickTracesTheWholeContourOfItsFrameAndARightClickClearsIt) {
-    Volume* in = disc();
-    ui.pick(0).pick_new();
-    run(res::cmd::kBwContourFollowing);
-    Volume* out = GetVolumeByIndex(1);
+    const auto [in, out] = follow_contours(res::cmd::kBwContourFollowing);
     view::FrameDisplay* original = window->displays(in)[0];
     original->command(13);
     click_voxel(original, 3, 12);              // just outside the disc's left edge
@@ -152,13 +150,10 @@ TEST_F(ToolWindows, AClickTracesTheWholeContourOfItsFrameAndARightClickClearsIt)
 }
 
 TEST_F(ToolWindows, ColourContourFollowingConvertsAGreyOriginalAndMarksInRed) {
-    Volume* in = disc();
-    ui.pick(0).pick_new();
-    run(res::cmd::kColorContourFollowing);
+    const auto [in, out] = follow_contours(res::cmd::kColorContourFollowing);
     EXPECT_TRUE(ui.logged("message [VEXILO] (information) The input volume has been converted to a color one!"));
     EXPECT_EQ(in->colortype, V3D_COLOR_RGB);
     EXPECT_EQ(in->data[2].uc[1][12][11], 200);
-    Volume* out = GetVolumeByIndex(1);
     EXPECT_EQ(out->colortype, V3D_COLOR_RGB);
     EXPECT_TRUE(checked(res::cmd::kColorContourFollowing));
     click_voxel(window->displays(in)[0], 3, 12);

@@ -1,15 +1,10 @@
 // A frame window whose modules come from one folder, and what the tests need to reach into a
-// loaded module and to answer the modules' own dialogs.
+// loaded module (the modules' own dialogs are answered with when_shown of gui/fixture.h).
 #pragma once
 
-#include <QApplication>
-#include <QDialog>
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QTest>
-#include <QPointer>
-#include <QTimer>
-#include <memory>
 #include <dlfcn.h>
 
 #include <string>
@@ -55,33 +50,5 @@ protected:
     QList<QWidget*> projections(Volume* vol) const { return window->windows_of("projection", vol); }
     static QMdiSubWindow* sub_of(QWidget* w) { return qobject_cast<QMdiSubWindow*>(w->parentWidget()); }
 };
-
-// Acts on the next modal dialog of type W once it is shown (a module's own dialogs run their
-// own event loop). The act is repeated while that dialog stays open (a file dialog may refuse an
-// accept until its folder has been read, which takes longer on a busy machine); after 20 s the
-// dialog is rejected so that the test fails instead of hanging.
-template <class W, class F> void when_shown(F act) {
-    auto* timer = new QTimer(qApp);
-    timer->setInterval(5);
-    auto acted_on = std::make_shared<QPointer<W>>();
-    auto ticks = std::make_shared<int>(0);
-    QObject::connect(timer, &QTimer::timeout, [timer, act, acted_on, ticks] {
-        auto* w = qobject_cast<W*>(QApplication::activeModalWidget());
-        if (*ticks > 0 && (!w || w != *acted_on)) {  // the dialog acted on has closed
-            timer->stop();
-            timer->deleteLater();
-            return;
-        }
-        if (!w) return;
-        *acted_on = w;
-        if (++*ticks > 4000) {
-            ADD_FAILURE() << "a module's dialog would not close";
-            static_cast<QDialog*>(w)->reject();
-            return;
-        }
-        act(w);
-    });
-    timer->start();
-}
 
 }  // namespace t3d
