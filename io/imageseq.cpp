@@ -8,6 +8,10 @@
 #include <memory>
 
 #include "io/imageseq.h"
+
+#if defined(__linux__)
+#include <fcntl.h>
+#endif
 #include "io/volume_files.h"
 
 namespace v3d {
@@ -138,6 +142,22 @@ bool seek_from_start(std::FILE* f, long long offset) {
     return _fseeki64(f, offset, SEEK_SET) == 0;
 #else
     return fseeko(f, static_cast<off_t>(offset), SEEK_SET) == 0;
+#endif
+}
+
+void reserve_for_writing(int fd, long long bytes) {
+#if defined(__linux__)
+    if (fd >= 0 && bytes > 0) (void)fallocate(fd, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(bytes));
+#else
+    (void)fd, (void)bytes;
+#endif
+}
+
+void reserve_for_writing(std::FILE* f, long long bytes) {
+#if defined(__linux__)
+    reserve_for_writing(fileno(f), bytes);
+#else
+    (void)f, (void)bytes;
 #endif
 }
 

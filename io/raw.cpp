@@ -67,15 +67,23 @@ bool read_rows(std::FILE* f, Volume* vol, int c, int z, int frames, int rows, st
     return whole == wanted;
 }
 
-// Writes rows 0 .. rows - 1 of frame z of channel c, those that follow each other in memory
-// with one call: false on a short write.
-bool write_rows(std::FILE* f, const Volume* vol, int c, int z, int rows, std::size_t row_bytes) {
-    for (int y = 0; y < rows;) {
-        const int k = rows_in_a_block(vol, c, z, y, rows - y, row_bytes);
-        if (std::fwrite(row_of(vol, c, z, y), 1, k * row_bytes, f) != k * row_bytes) return false;
-        y += k;
-    }
-    return true;
+// Writes the whole rows of frames z .. z + frames - 1 of channel c, those that follow each other
+// in memory (across frames too) with one call: false on a short write.
+bool write_frames(std::FILE* f, const Volume* vol, int c, int z, int frames, std::size_t row_bytes) {
+    const char* run = nullptr;  // rows gathered for one call
+    std::size_t run_bytes = 0;
+    for (int k = z; k < z + frames; ++k)
+        for (int y = 0; y < vol->Y; ++y) {
+            const char* row = static_cast<const char*>(row_of(vol, c, k, y));
+            if (run && row == run + run_bytes) {
+                run_bytes += row_bytes;
+                continue;
+            }
+            if (run && std::fwrite(run, 1, run_bytes, f) != run_bytes) return false;
+            run = row;
+            run_bytes = row_bytes;
+        }
+    return !run || std::fwrite(run, 1, run_bytes, f) == run_bytes;
 }
 
 // Frame numbers first .. first + count - 1 all within the int range.
@@ -130,7 +138,8 @@ int todiskUCFI3D(Volume* vol, const char* base, int first, int digits, const cha
             const PathName name = frame_file_name(base, first + z, digits, exts[c]);
             File f(name.empty() ? nullptr : std::fopen(name.c_str(), "wb"));
             if (!f) return kFopen;
-            if (!write_rows(f.get(), vol, c, z, vol->Y, row_bytes)) return kFwrite;
+            reserve_for_writing(f.get(), static_cast<long long>(vol->Y) * row_bytes);
+            if (!write_frames(f.get(), vol, c, z, 1, row_bytes)) return kFwrite;
             V3D_CHECK(close_written(f.release()));
         }
     return kOk;
@@ -161,9 +170,9 @@ int WriteVolume(Volume* vol, const char* filename, int first, int count) {
     File f(std::fopen(filename, "wb"));
     if (!f) return kFopen;
     const std::size_t row_bytes = element_size(vol) * static_cast<std::size_t>(vol->X);
+    reserve_for_writing(f.get(), static_cast<long long>(channels(vol)) * count * vol->Y * row_bytes);
     for (int c = 0, n = channels(vol); c < n; ++c)
-        for (int z = first; z < first + count; ++z)
-            if (!write_rows(f.get(), vol, c, z, vol->Y, row_bytes)) return kFwrite;
+        if (!write_frames(f.get(), vol, c, first, count, row_bytes)) return kFwrite;
     return close_written(f.release());
 }
 

@@ -338,6 +338,10 @@ int tiff_open_file(const char* path, const char* mode, TiffOwner* t) {
     return *t ? kOk : kTiff;
 }
 
+void tiff_reserve_for_writing(TiffFile* t, long long bytes) {
+    reserve_for_writing(TIFFFileno(t->tif), bytes);
+}
+
 int tiff_open_memory(const std::uint8_t* data, std::size_t size, TiffOwner* t) {
     t->reset(new (std::nothrow) TiffFile);
     if (!*t) return kNoBuffer;

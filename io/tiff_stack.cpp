@@ -81,6 +81,8 @@ extern "C" int SaveTiffStack(Volume* vol, const char* base, const char* ext, int
     TiffOwner t;
     const int status = tiff_open_file(single_file_name(base, ext).c_str(), "w", &t);
     if (status != kOk) return status == kTiff ? kFopen : status;
+    if (compression == V3D_TIFF_NONE && vol->type == kUC)
+        tiff_reserve_for_writing(t.get(), static_cast<long long>(vol->Z) * vol->Y * vol->X * channels(vol));
     for (int z = 0; z < vol->Z; ++z) V3D_CHECK(tiff_write_page(t.get(), vol, z, compression, z, vol->Z));
     return kOk;
 }

@@ -37,6 +37,26 @@ TEST(WriteVolume, WritesPlanarChannelsByteExactly) {
     EXPECT_EQ(static_cast<unsigned char>(one[0]), 12);
     EXPECT_EQ(static_cast<unsigned char>(one[12]), 36);
     EXPECT_EQ(WriteVolume(v.get(), path.c_str(), 1, 2), -90);
+
+    // large channels: frames that follow each other in memory (256 x 256) and frames that do
+    // not (257 x 255 bytes, each frame starting on a new cache line) go out in the same order
+    for (int Y : {256, 257}) {
+        const int X = 511 - Y;
+        Vol big(64, Y, X, 1, 2);
+        for (int c = 0; c < 3; ++c)
+            for (int z = 0; z < 64; ++z)
+                for (int y = 0; y < Y; ++y) big.uc(z, y, (y + z) % X, c) = static_cast<unsigned char>(1 + c * 64 + z);
+        ASSERT_EQ(WriteVolume(big.get(), path.c_str(), 1, 62), 0);
+        const std::string all = read_file(path);
+        ASSERT_EQ(all.size(), 3u * 62 * Y * X);
+        for (int c = 0; c < 3; ++c)
+            for (int z = 1; z < 63; ++z)
+                for (int y = 0; y < Y; y += 17) {
+                    const size_t row = ((c * 62 + z - 1) * static_cast<size_t>(Y) + y) * X;
+                    ASSERT_EQ(static_cast<unsigned char>(all[row + (y + z) % X]), 1 + c * 64 + z);
+                    ASSERT_EQ(all[row + (y + z + 1) % X], 0);
+                }
+    }
 }
 
 TEST(ReadVolume, RoundTripsEveryTypeAndAppliesTheSkipOnce) {
