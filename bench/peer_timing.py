@@ -5,7 +5,9 @@ import numpy as np
 
 
 def median_time(call, repeat):
-    """The median of repeat wall-clock timings of call(), in seconds."""
+    """The median of repeat wall-clock timings of call(), in seconds, after one untimed call
+    (the memory allocator settles on its first calls)."""
+    call()
     times = []
     for _ in range(repeat):
         start = time.perf_counter()

@@ -386,12 +386,41 @@ int tiff_decode_page(TiffFile* t, ImageHeader* header, RowSink* sink) {
 
 // One page: 8-bit grey (black is zero) or RGB from UC volumes, 16-bit grey from I volumes
 // (clamped); page >= 0 marks a page of a multi-page file.
+namespace {
+
+// Strips of up to this many bytes: a page of 256 x 256 bytes is one strip, written with one call.
+constexpr std::size_t kStripBytes = std::size_t{1} << 20;
+
+// Row y of frame z as the page stores it: 8-bit samples as they are, 16-bit ones from I
+// voxels, colour interleaved.
+void page_row(Volume* v, int z, int y, int n, int bits, std::uint8_t* row) {
+    if (bits == 8) {
+        if (n == 1) {
+            std::memcpy(row, v->data[0].uc[z][y], static_cast<std::size_t>(v->X));
+            return;
+        }
+        for (int c = 0; c < n; ++c) {
+            const unsigned char* voxels = v->data[c].uc[z][y];
+            for (int x = 0; x < v->X; ++x) row[x * n + c] = voxels[x];
+        }
+        return;
+    }
+    for (int x = 0; x < v->X; ++x)
+        for (int c = 0; c < n; ++c) {
+            const std::uint16_t s16 = static_cast<std::uint16_t>(sample_of(v, c, z, y, x, 65535));
+            std::memcpy(&row[2 * (x * n + c)], &s16, 2);
+        }
+}
+
+}  // namespace
+
 int tiff_write_page(TiffFile* t, Volume* v, int z, int compression, int page, int pages) {
     TIFF* tif = t->tif;
     const bool grey = v->colortype == kGrey;
     const int bits = v->type == kI ? 16 : 8;
-    const unsigned maxval = bits == 16 ? 65535 : 255;
     const int n = grey ? 1 : 3;
+    const std::size_t row_bytes = static_cast<std::size_t>(v->X) * n * (bits / 8);
+    const int strip_rows = static_cast<int>(std::clamp<std::size_t>(kStripBytes / row_bytes, 1, v->Y));
     TIFFSetField(tif, TIFFTAG_IMAGEWIDTH, static_cast<std::uint32_t>(v->X));
     TIFFSetField(tif, TIFFTAG_IMAGELENGTH, static_cast<std::uint32_t>(v->Y));
     TIFFSetField(tif, TIFFTAG_BITSPERSAMPLE, bits);
@@ -399,35 +428,21 @@ int tiff_write_page(TiffFile* t, Volume* v, int z, int compression, int page, in
     TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, grey ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB);
     TIFFSetField(tif, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
     TIFFSetField(tif, TIFFTAG_COMPRESSION, compression);
-    TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, TIFFDefaultStripSize(tif, 0));
+    TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(strip_rows));
     if (page >= 0) {
         TIFFSetField(tif, TIFFTAG_SUBFILETYPE, FILETYPE_PAGE);
         TIFFSetField(tif, TIFFTAG_PAGENUMBER, page, pages);
     }
-    auto row = make_io_buffer<std::uint8_t>(static_cast<std::size_t>(v->X) * n * (bits / 8));
-    if (!row) return kNoBuffer;
-    for (int y = 0; y < v->Y; ++y) {
-        if (bits == 8) {  // UC volumes: the voxels as they are, interleaved for colour
-            for (int c = 0; c < n; ++c) {
-                const unsigned char* voxels = v->data[c].uc[z][y];
-                for (int x = 0; x < v->X; ++x) row[x * n + c] = voxels[x];
-            }
-            if (TIFFWriteScanline(tif, row.get(), static_cast<std::uint32_t>(y), 0) < 0) return kFwrite;
-            continue;
-        }
-        for (int x = 0; x < v->X; ++x)
-            for (int c = 0; c < n; ++c) {
-                const unsigned s = sample_of(v, c, z, y, x, maxval);
-                if (bits == 8) {
-                    row[x * n + c] = static_cast<std::uint8_t>(s);
-                } else {
-                    const std::uint16_t s16 = static_cast<std::uint16_t>(s);
-                    std::memcpy(&row[2 * (x * n + c)], &s16, 2);
-                }
-            }
-        if (TIFFWriteScanline(tif, row.get(), static_cast<std::uint32_t>(y), 0) < 0) return kFwrite;
+    auto strip = make_io_buffer<std::uint8_t>(row_bytes * strip_rows);
+    if (!strip) return kNoBuffer;
+    for (int y0 = 0, s = 0; y0 < v->Y; y0 += strip_rows, ++s) {
+        const int rows = std::min(strip_rows, v->Y - y0);
+        for (int y = 0; y < rows; ++y) page_row(v, z, y0 + y, n, bits, strip.get() + y * row_bytes);
+        if (TIFFWriteEncodedStrip(tif, static_cast<std::uint32_t>(s), strip.get(),
+                                  static_cast<tmsize_t>(rows * row_bytes)) < 0)
+            return kFwrite;
     }
-    // the last strip and the directory go out here; a full disk shows now, not at the close
+    // the directory goes out here; a full disk shows now, not at the close
     return (page >= 0 ? TIFFWriteDirectory(tif) : TIFFFlush(tif)) == 1 ? kOk : kFwrite;
 }
 
