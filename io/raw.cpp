@@ -38,31 +38,24 @@ bool extensions_present(const char* const* exts, int n) {
 // Closing reports the write errors that buffering held back.
 int close_written(std::FILE* f) { return std::fclose(f) == 0 ? kOk : kFwrite; }
 
-// How many of the rows y .. y + most - 1 of frame z of channel c follow each other in memory
-// as row_bytes apart (the rows of a frame of CreateVolume's do, when whole rows are meant):
-// they go to and from the file in one call.
-int rows_in_a_block(const Volume* vol, int c, int z, int y, int most, std::size_t row_bytes) {
-    const char* first = static_cast<const char*>(row_of(vol, c, z, y));
-    int k = 1;
-    while (k < most && row_of(vol, c, z, y + k) == first + k * row_bytes) ++k;
-    return k;
-}
-
 // Reads `rows` rows of each of `frames` frames of channel c, from frame z on, straight into the
 // volume's rows. Only whole rows are stored: a file found to hold fewer (its length is looked at
 // first, when it can be told) gives the whole rows it has and false. When the length is known,
-// rows that follow each other in memory are read with one call.
+// rows that follow each other in memory (across frames too) are read with one call.
 bool read_rows(std::FILE* f, Volume* vol, int c, int z, int frames, int rows, std::size_t row_bytes) {
     const long long wanted = static_cast<long long>(frames) * rows;
     const long long left = row_bytes > 0 ? bytes_left(f) : -1;
     const long long whole = left < 0 ? wanted : std::min(wanted, left / static_cast<long long>(row_bytes));
+    auto row = [&](long long i) {
+        return static_cast<char*>(row_of(vol, c, z + static_cast<int>(i / rows), static_cast<int>(i % rows)));
+    };
     for (long long i = 0; i < whole;) {
-        const int y = static_cast<int>(i % rows);
-        const int k = left < 0 ? 1 : rows_in_a_block(vol, c, z + static_cast<int>(i / rows), y,
-                                                     static_cast<int>(std::min<long long>(rows - y, whole - i)), row_bytes);
-        if (std::fread(row_of(vol, c, z + static_cast<int>(i / rows), y), 1, k * row_bytes, f) != k * row_bytes)
-            return false;
-        i += k;
+        char* first = row(i);
+        std::size_t k = 1;
+        if (left >= 0)
+            while (i + static_cast<long long>(k) < whole && row(i + k) == first + k * row_bytes) ++k;
+        if (std::fread(first, 1, k * row_bytes, f) != k * row_bytes) return false;
+        i += static_cast<long long>(k);
     }
     return whole == wanted;
 }

@@ -56,6 +56,11 @@ TEST(WriteVolume, WritesPlanarChannelsByteExactly) {
                     ASSERT_EQ(static_cast<unsigned char>(all[row + (y + z) % X]), 1 + c * 64 + z);
                     ASSERT_EQ(all[row + (y + z + 1) % X], 0);
                 }
+        Vol back(64, Y, X, 1, 2);  // and read back the same way, into frames 0 .. 61
+        ASSERT_EQ(ReadVolume(back.get(), path.c_str(), 0, 62, Y, X), 0);
+        for (int c = 0; c < 3; ++c)
+            for (int z = 0; z < 62; ++z)
+                for (int y = 0; y < Y; y += 17) ASSERT_EQ(back.uc(z, y, (y + z + 1) % X, c), 1 + c * 64 + z + 1);
     }
 }
 
