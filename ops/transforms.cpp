@@ -398,18 +398,19 @@ int blackman_tukey_psd3d(Volume* in, Volume* out, float ax, float ay, float az, 
             for (int x = 0; x < ex; ++x)
                 corr.r(z, y, x) = static_cast<float>(value_at(in, r.z1 + z, r.y1 + y, r.x1 + x));
     V3D_CHECK(corr.transform(0));
-    for (int z = 0; z < 2 * ez; ++z)
+    parallel_for(0, 2 * ez, [&](int z) {
         for (int y = 0; y < 2 * ey; ++y)
             for (int x = 0; x < 2 * ex; ++x) {
                 const float re = corr.r(z, y, x), im = corr.i(z, y, x);
                 corr.r(z, y, x) = re * re + im * im;
                 corr.i(z, y, x) = 0.0f;
             }
+    });
     V3D_CHECK(corr.transform(1));  // the autocorrelation sums at lags d mod 2E
     const double count = static_cast<double>(r.count());
     // lags |d| < E/2 on each axis (only 0 for an extent of 1 or 2), placed at d mod E
     auto kept = [](int d, int e) { return d == 0 || 2 * std::abs(d) < e; };
-    for (int dz = -ez / 2; dz <= ez / 2; ++dz)
+    parallel_for(-ez / 2, ez / 2 + 1, [&](int dz) {
         for (int dy = -ey / 2; dy <= ey / 2; ++dy)
             for (int dx = -ex / 2; dx <= ex / 2; ++dx) {
                 if (!kept(dz, ez) || !kept(dy, ey) || !kept(dx, ex)) continue;
@@ -421,6 +422,7 @@ int blackman_tukey_psd3d(Volume* in, Volume* out, float ax, float ay, float az, 
                 lagged.r((dz + ez) % ez, (dy + ey) % ey, (dx + ex) % ex) =
                     static_cast<float>(rd / count * w);
             }
+    });
     V3D_CHECK(lagged.transform(0));
     for (int z = 0; z < ez; ++z)
         for (int y = 0; y < ey; ++y)
