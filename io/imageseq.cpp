@@ -122,6 +122,28 @@ void VolumeSink::row(int y, const Sample* s) {
     }
 }
 
+bool VolumeSink::byte_row(int y, const std::uint8_t* s) {
+    if (y < 0 || y >= h_.height || frame_ < skip_) return true;
+    const int z = z_ + frame_ - skip_;
+    const int n = h_.colour == kGrey ? 1 : 3;
+    for (int c = 0; c < n; ++c) {
+        const std::uint8_t* in = s + c;
+        if (vol_->type == kUC && n == 1) {
+            std::memcpy(vol_->data[0].uc[z][y], s, static_cast<std::size_t>(h_.width));
+        } else if (vol_->type == kUC) {
+            unsigned char* out = vol_->data[c].uc[z][y];
+            for (int x = 0; x < h_.width; ++x) out[x] = in[x * 3];
+        } else if (vol_->type == kF) {
+            float* out = vol_->data[c].f[z][y];
+            for (int x = 0; x < h_.width; ++x) out[x] = in[x * n];
+        } else {
+            int* out = vol_->data[c].i[z][y];
+            for (int x = 0; x < h_.width; ++x) out[x] = in[x * n];
+        }
+    }
+    return true;
+}
+
 long long bytes_left(std::FILE* f) {
 #if defined(_WIN32)
     const long long here = _ftelli64(f);

@@ -69,6 +69,9 @@ public:
     virtual ~RowSink() = default;
     virtual int begin(const ImageHeader& header) = 0;  // 0 or a status that stops the decoder
     virtual void row(int y, const Sample* samples) = 0;
+    // The same for a row of 8-bit unsigned samples (maxval 255) as the file holds them; false
+    // when the sink wants them through row() instead.
+    virtual bool byte_row(int, const std::uint8_t*) { return false; }
     // False when no more frames are wanted: the decoder stops there, successfully.
     virtual bool next_frame() { return false; }
 };
@@ -85,6 +88,7 @@ public:
         : vol_(vol), z_(z), frames_(frames), skip_(skip) {}
     int begin(const ImageHeader& header) override;
     void row(int y, const Sample* samples) override;
+    bool byte_row(int y, const std::uint8_t* samples) override;
     bool next_frame() override;
     // The volume frames filled (or being filled).
     int stored() const;

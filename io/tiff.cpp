@@ -287,6 +287,7 @@ int decode_page(TIFF* tif, const PageInfo& p, RowSink& sink) {
             // plain bytes (8-bit unsigned samples, black zero, no palette or extra samples)
             // are the samples as they are
             const std::uint8_t* packed = plain ? bands.packed_row(r) : nullptr;
+            if (packed && sink.byte_row(static_cast<int>(y0 + r), packed)) continue;
             if (packed) {
                 for (int i = 0, count = p.h.width * n; i < count; ++i) row[i] = packed[i];
                 sink.row(static_cast<int>(y0 + r), row.get());

@@ -139,6 +139,11 @@ TEST(ImageSequenceFormats, SingleFileAndRawFormatsRoundTrip) {
     ASSERT_EQ(stack.read, 0);
     EXPECT_EQ(stack.info.Z, 4);
     EXPECT_EQ(max_difference(colour.get(), stack.vol->get()), 0);
+    for (int type : {2, 4}) {  // the same byte samples into F and I volumes
+        Loaded wide = load(V3D_FORMAT_TIFF_STACK, base, 0, 0, "tif", 0, type);
+        ASSERT_EQ(wide.read, 0);
+        EXPECT_EQ(max_difference(colour.get(), wide.vol->get()), 0) << type;
+    }
     Loaded tail = load(V3D_FORMAT_TIFF_STACK, base, 1, 0, "tif", 2);   // pages 1 and 2
     ASSERT_EQ(tail.read, 0);
     EXPECT_EQ(tail.vol->uc(0, 3, 2, 1), colour.uc(1, 3, 2, 1));
