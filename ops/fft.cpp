@@ -34,6 +34,8 @@
 #define V3D_INLINE inline
 #endif
 #if defined(__clang__)
+// (batches of one line have nothing to vectorise: clang's remark about them is not wanted)
+#pragma clang diagnostic ignored "-Wpass-failed"
 #define V3D_IVDEP _Pragma("clang loop vectorize(assume_safety)")
 #elif defined(__GNUC__)
 #define V3D_IVDEP _Pragma("GCC ivdep")
