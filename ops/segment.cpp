@@ -71,17 +71,67 @@ void numbers_to_values(Volume* out, const Voi& r, const Byte* value) {
 
 // ---- seeded growing -------------------------------------------------------------------------
 
+// The front voxels still to expand, one bit each in scan order (rows of whole 64-bit words),
+// with a summary bit per word that is not empty. A sweep visits the bits in increasing position
+// order, bits set ahead of it while it runs included; bits set behind it wait for the next sweep.
+class FrontBits {
+public:
+    int allocate(long long rows, int nx) {
+        row_words_ = (static_cast<std::size_t>(nx) + 63) / 64;
+        words_ = static_cast<std::size_t>(rows) * row_words_;
+        bits_ = make_buffer<std::uint64_t>(words_);
+        summary_ = make_buffer<std::uint64_t>((words_ + 63) / 64);
+        if (!bits_ || !summary_) return kNoBuffer;
+        std::fill(bits_.get(), bits_.get() + words_, 0);
+        std::fill(summary_.get(), summary_.get() + (words_ + 63) / 64, 0);
+        return kOk;
+    }
+
+    void set(std::size_t row, int x) {
+        const std::size_t w = row * row_words_ + static_cast<std::size_t>(x) / 64;
+        bits_[w] |= std::uint64_t{1} << (x % 64);
+        summary_[w / 64] |= std::uint64_t{1} << (w % 64);
+    }
+
+    // Clears each bit and calls visit(row, x) for it; false when no bit was set.
+    template <class Visit> bool sweep(Visit visit) {
+        bool any = false;
+        for (std::size_t s = 0, n = (words_ + 63) / 64; s < n; ++s)
+            for (std::uint64_t ahead = ~std::uint64_t{0}, m; (m = summary_[s] & ahead) != 0;) {
+                const int sb = __builtin_ctzll(m);
+                const std::size_t w = s * 64 + static_cast<std::size_t>(sb);
+                const std::size_t row = w / row_words_;
+                const int x0 = static_cast<int>(w % row_words_) * 64;
+                for (std::uint64_t above = ~std::uint64_t{0}, b; (b = bits_[w] & above) != 0;) {
+                    const int bit = __builtin_ctzll(b);
+                    bits_[w] &= ~(std::uint64_t{1} << bit);
+                    above = bit == 63 ? 0 : ~std::uint64_t{0} << (bit + 1);
+                    any = true;
+                    visit(row, x0 + bit);
+                }
+                if (!bits_[w]) summary_[s] &= ~(std::uint64_t{1} << sb);
+                ahead = sb == 63 ? 0 : ~std::uint64_t{0} << (sb + 1);
+            }
+        return any;
+    }
+
+private:
+    std::size_t row_words_ = 0, words_ = 0;
+    std::unique_ptr<std::uint64_t[]> bits_, summary_;
+};
+
 // Growing works in passes over the interior of the VOI: a pass expands the front voxels in scan
 // order, including those that join during the pass at later positions; those that join at
-// earlier positions wait for the next pass. The front of a pass is kept in a min-queue of scan
-// positions instead of rescanning the whole interior, which expands the same voxels in the
-// same order.
+// earlier positions wait for the next pass. The front is kept as bits swept in scan order
+// instead of rescanning the whole interior, which expands the same voxels in the same order.
 class Grower {
 public:
     Grower(Volume* in, Volume* out, int tolerance, RegionTables& regions, Volume* visited,
            Volume* front)
         : in_(grey(in)), out_(grey(out)), r_(voi_of(in)), tolerance_(tolerance),
           regions_(regions), visited_(grey(visited)), front_(grey(front)) {}
+
+    int allocate() { return bits_.allocate(static_cast<long long>(r_.nz()) * r_.ny(), r_.nx()); }
 
     // Numbers the seeds (non-zero output voxels) 1, 2 ... in scan order: 0 or -990 when there
     // are more than maxseeds.
@@ -97,25 +147,19 @@ public:
                     visited_[z][y][x] = 1;
                     front_[z][y][x] = static_cast<Byte>(k);
                     regions_.open(k, in_[r_.z1 + z][r_.y1 + y][r_.x1 + x]);
-                    if (interior(z, y, x) && !next_.push(position(z, y, x))) return kNoBuffer;
+                    if (interior(z, y, x)) bits_.set(row(z, y), x);
                 }
         seeds_ = k;
         return kOk;
     }
 
-    // Passes in increasing position order until no front voxel is left: 0 or -9.
-    int grow() {
-        Growable<long long> pass;
-        while (!next_.empty()) {
-            pass.swap(next_);
-            next_.clear();
-            std::make_heap(pass.begin(), pass.end(), std::greater<>());
-            while (!pass.empty()) {
-                std::pop_heap(pass.begin(), pass.end(), std::greater<>());
-                V3D_CHECK(expand(pass.pop(), pass));
-            }
+    // Passes in increasing position order until no front voxel is left.
+    void grow() {
+        const int ny = r_.ny();
+        while (bits_.sweep([&](std::size_t row, int x) {
+            expand(static_cast<int>(row / ny), static_cast<int>(row % ny), x);
+        })) {
         }
-        return kOk;
     }
 
     // Each region's value becomes its rounded mean.
@@ -124,43 +168,31 @@ public:
     }
 
 private:
-    long long position(int z, int y, int x) const {
-        return (static_cast<long long>(z) * r_.ny() + y) * r_.nx() + x;
-    }
+    std::size_t row(int z, int y) const { return static_cast<std::size_t>(z) * r_.ny() + y; }
     bool interior(int z, int y, int x) const {
         return z > 0 && z < r_.nz() - 1 && y > 0 && y < r_.ny() - 1 && x > 0 && x < r_.nx() - 1;
     }
 
-    // Lets the front voxel at p take every unvisited neighbour within tolerance of its
-    // region's seed value, then leaves the front: 0 or -9.
-    int expand(long long p, Growable<long long>& pass) {
-        const int x = static_cast<int>(p % r_.nx());
-        const int y = static_cast<int>(p / r_.nx() % r_.ny());
-        const int z = static_cast<int>(p / r_.nx() / r_.ny());
+    // Lets the front voxel at (z, y, x) take every unvisited neighbour within tolerance of its
+    // region's seed value, then leaves the front.
+    void expand(int z, int y, int x) {
         const Byte k = front_[z][y][x];
         const int seed_value = regions_.value[k - 1];
         for (int dz = -1; dz <= 1; ++dz)
-            for (int dy = -1; dy <= 1; ++dy)
-                for (int dx = -1; dx <= 1; ++dx) {
-                    const int nz = z + dz, ny = y + dy, nx = x + dx;
-                    if (visited_[nz][ny][nx]) continue;
-                    const Byte* in_row = in_[r_.z1 + nz][r_.y1 + ny];
-                    if (std::abs(in_row[r_.x1 + nx] - seed_value) > tolerance_) continue;
+            for (int dy = -1; dy <= 1; ++dy) {
+                const int nz = z + dz, ny = y + dy;
+                Byte* visited = visited_[nz][ny];
+                const Byte* in_row = in_[r_.z1 + nz][r_.y1 + ny] + r_.x1;
+                for (int nx = x - 1; nx <= x + 1; ++nx) {
+                    if (visited[nx] || std::abs(in_row[nx] - seed_value) > tolerance_) continue;
                     out_[r_.z1 + nz][r_.y1 + ny][r_.x1 + nx] = k;
                     front_[nz][ny][nx] = k;
-                    visited_[nz][ny][nx] = 1;
-                    regions_.add(k, in_row[r_.x1 + nx]);
-                    if (!interior(nz, ny, nx)) continue;  // border voxels never spread
-                    const long long q = position(nz, ny, nx);
-                    if (q > p) {
-                        if (!pass.push(q)) return kNoBuffer;
-                        std::push_heap(pass.begin(), pass.end(), std::greater<>());
-                    } else if (!next_.push(q)) {
-                        return kNoBuffer;
-                    }
+                    visited[nx] = 1;
+                    regions_.add(k, in_row[nx]);
+                    if (interior(nz, ny, nx)) bits_.set(row(nz, ny), nx);  // border voxels never spread
                 }
+            }
         front_[z][y][x] = 0;
-        return kOk;
     }
 
     Byte*** in_;
@@ -170,7 +202,7 @@ private:
     RegionTables& regions_;
     Byte*** visited_;  // VOI-relative
     Byte*** front_;    // VOI-relative: the region number of a voxel still to expand
-    Growable<long long> next_;  // interior front voxels of the next pass
+    FrontBits bits_;   // interior front voxels, in scan order
     int seeds_ = 0;
 };
 
@@ -676,8 +708,9 @@ int region3d_grow(Volume* in, Volume* out, int maxseeds, int tolerance) {
     V3D_CHECK(visited.create(r.nz(), r.ny(), r.nx(), kUC, kGrey));
     V3D_CHECK(front.create(r.nz(), r.ny(), r.nx(), kUC, kGrey));
     Grower grower(in, out, tolerance, regions, visited.get(), front.get());
+    V3D_CHECK(grower.allocate());
     V3D_CHECK(grower.number_seeds(maxseeds));
-    V3D_CHECK(grower.grow());
+    grower.grow();
     grower.finish_means();
     numbers_to_values(out, r, regions.value.get());
     return kOk;
