@@ -57,6 +57,14 @@ struct RegionTables {
         count[k - 1] += 1;
     }
     Byte mean(int k) const { return static_cast<Byte>(region_mean(sum[k - 1], count[k - 1])); }
+    // The mean after a voxel was added: mostly the value before, which still holds when
+    // 2 count m <= 2 sum + count < 2 count (m + 1) (whole numbers, no division).
+    Byte mean_after_add(int k) const {
+        const std::uint64_t twice_sum = 2 * std::uint64_t{sum[k - 1]} + count[k - 1];
+        const std::uint64_t twice_count = 2 * std::uint64_t{count[k - 1]}, m = value[k - 1];
+        if (twice_count * m <= twice_sum && twice_sum < twice_count * (m + 1)) return value[k - 1];
+        return mean(k);
+    }
 };
 
 // Every non-zero voxel of the VOI r of out (a region number k) becomes value[k - 1].
@@ -238,28 +246,49 @@ public:
     // Labels the VOI in scan order: false when a region beyond the maximum was needed.
     bool scan() {
         for (int z = 0; z < r_.nz(); ++z)
-            for (int y = 0; y < r_.ny(); ++y)
+            for (int y = 0; y < r_.ny(); ++y) {
+                const Byte* in = in_[r_.z1 + z][r_.y1 + y] + r_.x1;
+                Byte* out = out_[r_.z1 + z][r_.y1 + y] + r_.x1;
+                Byte* labels = labels_[z][y];
+                // rows whose voxels away from the row ends have all 13 causal neighbours
+                const bool inner = z > 0 && y > 0 && y + 1 < r_.ny();
+                const Byte* causal[5] = {};
+                if (inner)
+                    for (int i = 0; i < 5; ++i)
+                        causal[i] = labels_[i < 3 ? z - 1 : z][i < 3 ? y - 1 + i : y - 4 + i];
                 for (int x = 0; x < r_.nx(); ++x) {
-                    const Byte v = in_[r_.z1 + z][r_.y1 + y][r_.x1 + x];
-                    int region = nearest_causal(z, y, x, v);
+                    const Byte v = in[x];
+                    int region = inner && x > 0 && x + 1 < r_.nx() ? nearest_inner(causal, x, v)
+                                                                    : nearest_causal(z, y, x, v);
                     if (!region) region = nearest_of_all(v);
                     if (region) {
                         regions_.add(region, v);
-                        regions_.value[region - 1] = regions_.mean(region);
+                        regions_.value[region - 1] = regions_.mean_after_add(region);
                     } else if (regions_count_ == max_) {
                         return false;
                     } else {
                         region = ++regions_count_;
                         regions_.open(region, v);
                     }
-                    labels_[z][y][x] = static_cast<Byte>(region);
-                    out_[r_.z1 + z][r_.y1 + y][r_.x1 + x] = static_cast<Byte>(region);
+                    labels[x] = static_cast<Byte>(region);
+                    out[x] = static_cast<Byte>(region);
                 }
+            }
         return true;
     }
     int regions() const { return regions_count_; }
 
 private:
+    // The same 13 neighbours of a voxel that has them all, in the same order: the three rows of
+    // the frame before and the row before at x-1 .. x+1, then the voxel before.
+    int nearest_inner(const Byte* const* causal, int x, int v) const {
+        Nearest best(v, tolerance_, regions_.value.get());
+        for (int i = 0; i < 4; ++i)
+            for (int xx = x - 1; xx <= x + 1; ++xx) best.consider(causal[i][xx]);
+        best.consider(causal[4][x - 1]);
+        return best.region();
+    }
+
     // Among the 13 neighbours scanned before (z, y, x): the frame before (nine), then the row
     // before (three) and the voxel before, skipping those outside the VOI.
     int nearest_causal(int z, int y, int x, int v) const {
