@@ -448,14 +448,25 @@ struct Run {
     Byte rank;  // of a root: its place among the roots of its slab, saturated at 255
 };
 
-// The first x in [x, end) with a non-zero voxel, or end.
-int next_nonzero(const Byte* row, int x, int end) {
+// The first x in [x, end) with a non-zero voxel, or end. Called for every row, most of them
+// empty, so it is inlined.
+#if defined(__GNUC__)
+#define V3D_SCAN_INLINE inline __attribute__((always_inline))
+#else
+#define V3D_SCAN_INLINE inline
+#endif
+V3D_SCAN_INLINE int next_nonzero(const Byte* row, int x, int end) {
     auto word = [row](int at) {
         uint64_t w;
         std::memcpy(&w, row + at, sizeof w);
         return w;
     };
-    for (; x + 64 <= end; x += 64) {  // a block of 64 at a time (vectorised)
+    for (; x + 256 <= end; x += 256) {  // a block of 256 at a time (vectorised)
+        uint64_t any = 0;
+        for (int i = 0; i < 256; i += 8) any |= word(x + i);
+        if (any) break;
+    }
+    for (; x + 64 <= end; x += 64) {
         uint64_t any = 0;
         for (int i = 0; i < 64; i += 8) any |= word(x + i);
         if (any) break;
@@ -537,10 +548,11 @@ public:
             restore_input();
             return kNoBuffer;
         }
-        parallel_blocks(0, r_.nz(), slabs_, [&](int s, int z1, int z2) { make_global(s, z1, z2); });
+        parallel_blocks(0, r_.nz(), slabs_, [&](int s, int, int) { make_global(s); });
         for (int s = 1; s < slabs_; ++s) {  // the seams: the first frame of each slab
             auto join_roots = [this](uint32_t a, uint32_t b) { join(a, b); };
-            for (int y = 0; y < r_.ny(); ++y) join_frame_before(slab(s), slab(s - 1), slab_first(s), y, join_roots);
+            for (int y = 0; y < r_.ny(); ++y)
+                join_frame_before(slab(s), slab_first(s), slab(s - 1), slab_first(s - 1), slab_first(s), y, join_roots);
         }
         return kOk;
     }
@@ -571,19 +583,21 @@ private:
     SlabRuns slab(int s) const { return {slab_runs_[s].begin(), slab_base_[s]}; }
     int slab_first(int s) const { return static_cast<int>(static_cast<long long>(r_.nz()) * s / slabs_); }
 
-    // The runs of row (z, y), as run numbers [first, last): the slab's own numbers while it
-    // is scanned (z1 its first frame), global ones afterwards.
-    uint32_t first_run(int z, int y, int z1 = 0) const {
-        return (z == z1 && y == 0) ? 0 : row_end_[row(z, y) - 1];
-    }
+    // The runs of row (z, y) of the slab starting at frame z1, as its own run numbers
+    // [first, last); the slab's base turns them into global ones.
+    uint32_t first_run(int z, int y, int z1) const { return (z == z1 && y == 0) ? 0 : row_end_[row(z, y) - 1]; }
     uint32_t last_run(int z, int y) const { return row_end_[row(z, y)]; }
 
-    // Joins row (z, y) with the rows around it in the frame before.
+    // Joins row (z, y) of slab `runs` (first frame z1) with the rows around it in the frame
+    // before, of slab `before` (first frame before_z1): the same slab, or the one before at a
+    // seam.
     template <class Join>
-    void join_frame_before(const SlabRuns& runs, const SlabRuns& before, int z, int y, Join&& join, int z1 = 0) {
+    void join_frame_before(const SlabRuns& runs, int z1, const SlabRuns& before, int before_z1, int z, int y,
+                           Join&& join) {
+        const auto base = static_cast<uint32_t>(runs.base), before_base = static_cast<uint32_t>(before.base);
         for (int ny = std::max(y - 1, 0); ny <= std::min(y + 1, r_.ny() - 1); ++ny)
-            join_rows(runs, first_run(z, y, z1), last_run(z, y), before, first_run(z - 1, ny, z1), last_run(z - 1, ny),
-                      join);
+            join_rows(runs, base + first_run(z, y, z1), base + last_run(z, y), before,
+                      before_base + first_run(z - 1, ny, before_z1), before_base + last_run(z - 1, ny), join);
     }
 
     // The runs of frames [z1, z2) into slab s, cleared from the input and joined. When memory
@@ -599,37 +613,42 @@ private:
             a = local_root(a), b = local_root(b);
             if (a != b) runs.begin()[std::max(a, b)].parent = std::min(a, b);
         };
-        for (int z = z1; z < z2; ++z)
-            for (int y = 0; y < r_.ny(); ++y) {
-                if (!scan_row(runs, z, y)) {
-                    for (std::size_t r = row(z, y); r < row(z2, 0); ++r) row_end_[r] = static_cast<uint32_t>(runs.size());
+        const int ny = r_.ny(), x1 = r_.x1, x2 = r_.x2;
+        for (int z = z1; z < z2; ++z) {
+            Byte* const* rows = in_[r_.z1 + z] + r_.y1;
+            uint32_t* ends = row_end_.get() + row(z, 0);
+            for (int y = 0; y < ny; ++y) {
+                const std::size_t first = runs.size();
+                const bool complete = scan_row(runs, rows[y], x1, x2);
+                ends[y] = static_cast<uint32_t>(runs.size());
+                if (!complete) {
+                    std::fill(ends + y, row_end_.get() + row(z2, 0), ends[y]);
                     return false;
                 }
-                if (first_run(z, y, z1) == last_run(z, y)) continue;
+                if (runs.size() == first) continue;
                 const SlabRuns local{runs.begin(), 0};
                 if (y > 0)
-                    join_rows(local, first_run(z, y, z1), last_run(z, y), local, first_run(z, y - 1, z1),
-                              last_run(z, y - 1), join_local);
-                if (z > z1) join_frame_before(local, local, z, y, join_local, z1);
+                    join_rows(local, static_cast<uint32_t>(first), ends[y], local, first_run(z, y - 1, z1), ends[y - 1],
+                              join_local);
+                if (z > z1) join_frame_before(local, z1, local, z1, z, y, join_local);
             }
+        }
         return true;
     }
 
-    // Appends the runs of row (z, y) and clears them from the input; row_end_ receives the
-    // end of the row's runs. False when memory is short (the runs appended stay cleared).
-    bool scan_row(Growable<Run>& runs, int z, int y) {
-        Byte* line = in_[r_.z1 + z][r_.y1 + y];
-        for (int x = next_nonzero(line, r_.x1, r_.x2); x < r_.x2;) {
-            const int end = run_end(line, x, r_.x2);
+    // Appends the runs of a row in [x1, x2) and clears them from the input. False when memory
+    // is short (the runs appended stay cleared).
+    static bool scan_row(Growable<Run>& runs, Byte* line, int x1, int x2) {
+        for (int x = next_nonzero(line, x1, x2); x < x2;) {
+            const int end = run_end(line, x, x2);
             if (!runs.push({x, end - 1, static_cast<uint32_t>(runs.size()), line[x], 0})) return false;
             std::memset(line + x, 0, static_cast<std::size_t>(end - x));
-            x = next_nonzero(line, end, r_.x2);
+            x = next_nonzero(line, end, x2);
         }
-        row_end_[row(z, y)] = static_cast<uint32_t>(runs.size());
         return true;
     }
 
-    // Gives every run found its value back in the input (the row ends still in slab numbers).
+    // Gives every run found its value back in the input.
     void restore_input() {
         for (int s = 0; s < slabs_; ++s) {
             const Run* runs = slab_runs_[s].begin();
@@ -642,14 +661,12 @@ private:
         }
     }
 
-    // Turns slab s's run numbers (row ends and parents) into global ones.
-    void make_global(int s, int z1, int z2) {
+    // The forest of slab s in global run numbers.
+    void make_global(int s) {
         const std::size_t base = slab_base_[s];
         const Run* runs = slab_runs_[s].begin();
         for (std::size_t i = 0, n = slab_runs_[s].size(); i < n; ++i)
             parent_[base + i] = static_cast<uint32_t>(base + runs[i].parent);
-        if (base)
-            for (std::size_t r = row(z1, 0); r < row(z2, 0); ++r) row_end_[r] += static_cast<uint32_t>(base);
     }
 
     uint32_t root(uint32_t i) {
@@ -688,7 +705,7 @@ private:
         std::size_t i = slab_base_[s];
         for (int z = z1; z < z2; ++z)
             for (int y = 0; y < r_.ny(); ++y)
-                for (const std::size_t end = row_end_[row(z, y)]; i < end; ++i) {
+                for (const std::size_t end = slab_base_[s] + row_end_[row(z, y)]; i < end; ++i) {
                     const Run& run = runs[i];
                     const Byte label = label_of(static_cast<uint32_t>(i), s, maxlabels);
                     const std::size_t length = static_cast<std::size_t>(run.x2 - run.x1 + 1);
@@ -705,7 +722,7 @@ private:
     int slabs_ = 1;
     std::unique_ptr<Growable<Run>[]> slab_runs_;
     std::unique_ptr<std::size_t[]> slab_base_;  // the number of each slab's first run, and the total
-    std::unique_ptr<uint32_t[]> row_end_;        // per row of the VOI: the end of its runs
+    std::unique_ptr<uint32_t[]> row_end_;        // per row of the VOI: the end of its runs in its slab
     std::unique_ptr<uint32_t[]> parent_;         // the forest in global run numbers
     std::unique_ptr<SlabTally[]> tally_;
 };
