@@ -603,7 +603,14 @@ private:
     // The runs of frames [z1, z2) into slab s, cleared from the input and joined. When memory
     // runs short, the rows not scanned get no runs and it returns false.
     bool scan_slab(int s, int z1, int z2) {
-        Growable<Run>& runs = slab_runs_[s];
+        // the list is built on this thread's stack: beside the other slabs' lists, the size
+        // written at every run would share a cache line with them
+        Growable<Run> runs;
+        const bool complete = scan_slab(runs, z1, z2);
+        slab_runs_[s].swap(runs);
+        return complete;
+    }
+    bool scan_slab(Growable<Run>& runs, int z1, int z2) {
         auto local_root = [&runs](uint32_t i) {
             Run* p = runs.begin();
             while (p[i].parent != i) i = p[i].parent = p[p[i].parent].parent;
