@@ -492,22 +492,42 @@ private:
 // whose roots are the first run of their component in scan order, so the components are
 // numbered in the order of their first voxel, as a grass fire started from each first voxel
 // in scan order numbers them, and a maximum reached leaves exactly the components a fire
-// would have left. Runs are found and joined by slabs of frames in parallel; the slab seams
-// are joined afterwards, and labels do not depend on the number of slabs.
+// would have left.
+//
+// Every step but the slab seams runs on all threads, by slabs of frames: each slab finds its
+// runs, clears them from the input while the row is in cache and joins them as it goes, in
+// run numbers of its own; then the numbers become global, the seams are joined, each slab
+// ranks its roots, and each slab writes its labels, which follow from the ranks and the root
+// counts of the slabs before it. Labels do not depend on the number of slabs. Runs left
+// unnumbered (a maximum reached) and every run found when memory runs short get their value
+// back in the input.
 
 struct Run {
-    int x1, x2;  // inclusive
+    int x1, x2;       // inclusive
+    uint32_t parent;  // while its slab is scanned, in the slab's own run numbers
     Byte value;
+    Byte rank;  // of a root: its place among the roots of its slab, saturated at 255
 };
 
-// The first x in [x, end) with a non-zero voxel, or end.
-int next_nonzero(const Byte* row, int x, int end) {
+// The first x in [x, end) with a non-zero voxel, or end. Called for every row, most of them
+// empty, so it is inlined.
+#if defined(__GNUC__)
+#define V3D_SCAN_INLINE inline __attribute__((always_inline))
+#else
+#define V3D_SCAN_INLINE inline
+#endif
+V3D_SCAN_INLINE int next_nonzero(const Byte* row, int x, int end) {
     auto word = [row](int at) {
         uint64_t w;
         std::memcpy(&w, row + at, sizeof w);
         return w;
     };
-    for (; x + 64 <= end; x += 64) {  // a block of 64 at a time (vectorised)
+    for (; x + 256 <= end; x += 256) {  // a block of 256 at a time (vectorised)
+        uint64_t any = 0;
+        for (int i = 0; i < 256; i += 8) any |= word(x + i);
+        if (any) break;
+    }
+    for (; x + 64 <= end; x += 64) {
         uint64_t any = 0;
         for (int i = 0; i < 64; i += 8) any |= word(x + i);
         if (any) break;
@@ -530,139 +550,192 @@ int run_end(const Byte* row, int x, int end) {
     return x;
 }
 
-// The runs of one slab, addressed by global run number.
+// The runs of one slab, addressed by run number (base is the number of its first run).
 struct SlabRuns {
-    const Run* runs;
+    Run* runs;
     std::size_t base;
-    const Run& operator[](std::size_t i) const { return runs[i - base]; }
+    Run& operator[](std::size_t i) const { return runs[i - base]; }
+};
+
+// Calls join(a, c) for every pair of runs of the same value that touch, a from the run
+// numbers [a, a_end) of one row and c from [b, b_end) of a neighbouring row.
+template <class Join>
+void join_rows(const SlabRuns& ra, uint32_t a, uint32_t a_end, const SlabRuns& rb, uint32_t b, uint32_t b_end,
+               Join&& join) {
+    for (; a < a_end && b < b_end; ++a) {
+        const Run& p = ra[a];
+        while (b < b_end && rb[b].x2 < p.x1 - 1) ++b;
+        for (uint32_t c = b; c < b_end && rb[c].x1 <= p.x2 + 1; ++c)
+            if (rb[c].value == p.value) join(a, c);
+    }
+}
+
+// The voxel count of every label, and the number of roots, of one slab (a cache line of its
+// own, as every slab writes its tally at the same time).
+struct alignas(64) SlabTally {
+    uint64_t voxels[256];
+    std::size_t roots, roots_before;
 };
 
 class RunLabeller {
 public:
     RunLabeller(Byte*** in, Byte*** out, const Voi& r) : in_(in), out_(out), r_(r) {}
 
-    // Finds the runs and joins them: 0 or -9.
+    // Finds the runs, clears them from the input and joins them: 0, or -9 with the input as
+    // it was.
     int build() {
-        const std::size_t rows = static_cast<std::size_t>(r_.nz()) * r_.ny();
-        row_end_ = make_io_buffer<uint32_t>(rows);
-        if (!row_end_) return kNoBuffer;
         // four slabs a thread: the components are not spread evenly over the frames, and a
         // thread done early takes another slab instead of waiting at the end
         const int threads = block_count(0, r_.nz(), true);
         slabs_ = threads > 1 ? std::min(r_.nz(), 4 * threads) : 1;
+        row_end_ = make_io_buffer<uint32_t>(static_cast<std::size_t>(r_.nz()) * r_.ny());
         slab_runs_ = std::unique_ptr<Growable<Run>[]>(new (std::nothrow) Growable<Run>[slabs_]);
-        if (!slab_runs_) return kNoBuffer;
+        slab_base_ = make_io_buffer<std::size_t>(static_cast<std::size_t>(slabs_) + 1);
+        tally_ = make_io_buffer<SlabTally>(static_cast<std::size_t>(slabs_));
+        if (!row_end_ || !slab_runs_ || !slab_base_ || !tally_) return kNoBuffer;
         std::atomic<bool> short_of_memory{false};
         parallel_blocks(0, r_.nz(), slabs_, [&](int s, int z1, int z2) {
-            if (!find_runs(s, z1, z2)) short_of_memory = true;
+            if (!scan_slab(s, z1, z2)) short_of_memory = true;
         });
-        if (short_of_memory) return kNoBuffer;
         std::size_t total = 0;
-        slab_base_ = make_io_buffer<std::size_t>(static_cast<std::size_t>(slabs_) + 1);
-        if (!slab_base_) return kNoBuffer;
         for (int s = 0; s < slabs_; ++s) {
             slab_base_[s] = total;
             total += slab_runs_[s].size();
         }
         slab_base_[slabs_] = total;
-        if (total >= UINT32_MAX) return kNoBuffer;  // beyond the 32-bit run numbers
-        parent_ = make_io_buffer<uint32_t>(total);
-        if (!parent_) return kNoBuffer;
-        for (int s = 1; s < slabs_; ++s)
-            for (std::size_t r = row(slab_first(s), 0); r < row(slab_first(s + 1), 0); ++r)
-                row_end_[r] += static_cast<uint32_t>(slab_base_[s]);
-        parallel_blocks(0, r_.nz(), slabs_, [&](int s, int z1, int z2) {
-            for (std::size_t i = slab_base_[s]; i < slab_base_[s + 1]; ++i) parent_[i] = static_cast<uint32_t>(i);
-            const SlabRuns runs = slab(s);
-            for (int z = z1; z < z2; ++z)
-                for (int y = 0; y < r_.ny(); ++y) {
-                    if (first_run(z, y) == last_run(z, y)) continue;
-                    if (y > 0) join_rows(runs, z, y, runs, z, y - 1);
-                    if (z > z1) join_frame_before(runs, runs, z, y);
-                }
-        });
+        // beyond the 32-bit run numbers, the memory is short as well
+        if (!short_of_memory && total < UINT32_MAX) parent_ = make_io_buffer<uint32_t>(total);
+        if (!parent_) {
+            restore_input();
+            return kNoBuffer;
+        }
+        parallel_blocks(0, r_.nz(), slabs_, [&](int s, int, int) { make_global(s); });
         for (int s = 1; s < slabs_; ++s) {  // the seams: the first frame of each slab
-            for (int y = 0; y < r_.ny(); ++y) join_frame_before(slab(s), slab(s - 1), slab_first(s), y);
+            auto join_roots = [this](uint32_t a, uint32_t b) { join(a, b); };
+            for (int y = 0; y < r_.ny(); ++y)
+                join_frame_before(slab(s), slab_first(s), slab(s - 1), slab_first(s - 1), slab_first(s), y, join_roots);
         }
         return kOk;
     }
 
     // Numbers the components 1, 2 ... in the order of their first run, at most maxlabels of
-    // them (the others keep 0), and counts the voxels of each into counts. Returns the number
-    // of components numbered, or -1 when there were more than maxlabels; -9 without memory.
-    int number(int maxlabels, float* counts) {
-        label_ = make_io_buffer<Byte>(slab_base_[slabs_]);
-        if (!label_) return kNoBuffer;
-        int n = 0;
-        bool more = false;
-        uint64_t voxels[256] = {};
+    // them, writes their labels into the output and gives the runs of components beyond the
+    // maximum their value back in the input. Counts the voxels of each label into counts.
+    // Returns the number of components numbered, or -1 when there were more than maxlabels.
+    int label(int maxlabels, float* counts) {
+        parallel_blocks(0, r_.nz(), slabs_, [&](int s, int, int) { rank_roots(s); });
+        std::size_t roots = 0;
         for (int s = 0; s < slabs_; ++s) {
-            const SlabRuns runs = slab(s);
-            for (std::size_t i = slab_base_[s]; i < slab_base_[s + 1]; ++i) {
-                // a run's parent comes before it and already points at its root
-                const uint32_t root = parent_[i] = parent_[parent_[i]];
-                if (root != i) {
-                    label_[i] = label_[root];
-                } else if (n < maxlabels) {
-                    label_[i] = static_cast<Byte>(++n);
-                } else {
-                    label_[i] = 0;
-                    more = true;
-                }
-                voxels[label_[i]] += static_cast<uint64_t>(runs[i].x2 - runs[i].x1 + 1);
-            }
+            tally_[s].roots_before = roots;
+            roots += tally_[s].roots;
         }
-        for (int k = 1; k <= n; ++k)  // counted in steps of 1.0f, which stop at 2^24
-            counts[k - 1] = static_cast<float>(std::min<uint64_t>(voxels[k], 16777216));
-        return more ? -1 : n;
-    }
-
-    // Writes every numbered run: its label into the output, 0 into the input.
-    void write() {
-        parallel_blocks(0, r_.nz(), slabs_, [&](int s, int z1, int z2) {
-            const SlabRuns runs = slab(s);
-            std::size_t i = slab_base_[s];
-            for (int z = z1; z < z2; ++z)
-                for (int y = 0; y < r_.ny(); ++y)
-                    for (const std::size_t end = row_end_[row(z, y)]; i < end; ++i) {
-                        const Byte label = label_[i];
-                        if (!label) continue;
-                        const std::size_t length = static_cast<std::size_t>(runs[i].x2 - runs[i].x1 + 1);
-                        std::memset(in_[r_.z1 + z][r_.y1 + y] + runs[i].x1, 0, length);
-                        std::memset(out_[r_.z1 + z][r_.y1 + y] + runs[i].x1, label, length);
-                    }
-        });
+        parallel_blocks(0, r_.nz(), slabs_, [&](int s, int z1, int z2) { write_slab(s, z1, z2, maxlabels); });
+        const int n = static_cast<int>(std::min<std::size_t>(roots, static_cast<std::size_t>(maxlabels)));
+        for (int k = 1; k <= n; ++k) {  // counted in steps of 1.0f, which stop at 2^24
+            uint64_t voxels = 0;
+            for (int s = 0; s < slabs_; ++s) voxels += tally_[s].voxels[k];
+            counts[k - 1] = static_cast<float>(std::min<uint64_t>(voxels, 16777216));
+        }
+        return roots > static_cast<std::size_t>(maxlabels) ? -1 : n;
     }
 
 private:
     std::size_t row(int z, int y) const { return static_cast<std::size_t>(z) * r_.ny() + y; }
     SlabRuns slab(int s) const { return {slab_runs_[s].begin(), slab_base_[s]}; }
+    int slab_first(int s) const { return static_cast<int>(static_cast<long long>(r_.nz()) * s / slabs_); }
 
-    // The runs of frames [z1, z2) into slab s; row_end_ receives each row's end in the slab's
-    // list. False when memory is short.
-    bool find_runs(int s, int z1, int z2) {
-        Growable<Run>& runs = slab_runs_[s];
-        for (int z = z1; z < z2; ++z)
-            for (int y = 0; y < r_.ny(); ++y) {
-                const Byte* line = in_[r_.z1 + z][r_.y1 + y];
-                for (int x = next_nonzero(line, r_.x1, r_.x2); x < r_.x2;) {
-                    const int end = run_end(line, x, r_.x2);
-                    if (!runs.push({x, end - 1, line[x]})) return false;
-                    x = next_nonzero(line, end, r_.x2);
+    // The runs of row (z, y) of the slab starting at frame z1, as its own run numbers
+    // [first, last); the slab's base turns them into global ones.
+    uint32_t first_run(int z, int y, int z1) const { return (z == z1 && y == 0) ? 0 : row_end_[row(z, y) - 1]; }
+    uint32_t last_run(int z, int y) const { return row_end_[row(z, y)]; }
+
+    // Joins row (z, y) of slab `runs` (first frame z1) with the rows around it in the frame
+    // before, of slab `before` (first frame before_z1): the same slab, or the one before at a
+    // seam.
+    template <class Join>
+    void join_frame_before(const SlabRuns& runs, int z1, const SlabRuns& before, int before_z1, int z, int y,
+                           Join&& join) {
+        const auto base = static_cast<uint32_t>(runs.base), before_base = static_cast<uint32_t>(before.base);
+        for (int ny = std::max(y - 1, 0); ny <= std::min(y + 1, r_.ny() - 1); ++ny)
+            join_rows(runs, base + first_run(z, y, z1), base + last_run(z, y), before,
+                      before_base + first_run(z - 1, ny, before_z1), before_base + last_run(z - 1, ny), join);
+    }
+
+    // The runs of frames [z1, z2) into slab s, cleared from the input and joined. When memory
+    // runs short, the rows not scanned get no runs and it returns false.
+    bool scan_slab(int s, int z1, int z2) {
+        // the list is built on this thread's stack: beside the other slabs' lists, the size
+        // written at every run would share a cache line with them
+        Growable<Run> runs;
+        const bool complete = scan_slab(runs, z1, z2);
+        slab_runs_[s].swap(runs);
+        return complete;
+    }
+    bool scan_slab(Growable<Run>& runs, int z1, int z2) {
+        auto local_root = [&runs](uint32_t i) {
+            Run* p = runs.begin();
+            while (p[i].parent != i) i = p[i].parent = p[p[i].parent].parent;
+            return i;
+        };
+        auto join_local = [&](uint32_t a, uint32_t b) {
+            a = local_root(a), b = local_root(b);
+            if (a != b) runs.begin()[std::max(a, b)].parent = std::min(a, b);
+        };
+        const int ny = r_.ny(), x1 = r_.x1, x2 = r_.x2;
+        for (int z = z1; z < z2; ++z) {
+            Byte* const* rows = in_[r_.z1 + z] + r_.y1;
+            uint32_t* ends = row_end_.get() + row(z, 0);
+            for (int y = 0; y < ny; ++y) {
+                const std::size_t first = runs.size();
+                const bool complete = scan_row(runs, rows[y], x1, x2);
+                ends[y] = static_cast<uint32_t>(runs.size());
+                if (!complete) {
+                    std::fill(ends + y, row_end_.get() + row(z2, 0), ends[y]);
+                    return false;
                 }
-                row_end_[row(z, y)] = static_cast<uint32_t>(runs.size());
+                if (runs.size() == first) continue;
+                const SlabRuns local{runs.begin(), 0};
+                if (y > 0)
+                    join_rows(local, static_cast<uint32_t>(first), ends[y], local, first_run(z, y - 1, z1), ends[y - 1],
+                              join_local);
+                if (z > z1) join_frame_before(local, z1, local, z1, z, y, join_local);
             }
+        }
         return true;
     }
 
-    // The runs of row (z, y), as global run numbers [first, last).
-    uint32_t first_run(int z, int y) const {
-        const std::size_t r = row(z, y);
-        return r ? row_end_[r - 1] : 0;
+    // Appends the runs of a row in [x1, x2) and clears them from the input. False when memory
+    // is short (the runs appended stay cleared).
+    static bool scan_row(Growable<Run>& runs, Byte* line, int x1, int x2) {
+        for (int x = next_nonzero(line, x1, x2); x < x2;) {
+            const int end = run_end(line, x, x2);
+            if (!runs.push({x, end - 1, static_cast<uint32_t>(runs.size()), line[x], 0})) return false;
+            std::memset(line + x, 0, static_cast<std::size_t>(end - x));
+            x = next_nonzero(line, end, x2);
+        }
+        return true;
     }
-    uint32_t last_run(int z, int y) const { return row_end_[row(z, y)]; }
 
-    int slab_first(int s) const { return static_cast<int>(static_cast<long long>(r_.nz()) * s / slabs_); }
+    // Gives every run found its value back in the input.
+    void restore_input() {
+        for (int s = 0; s < slabs_; ++s) {
+            const Run* runs = slab_runs_[s].begin();
+            uint32_t i = 0;
+            for (int z = slab_first(s); z < slab_first(s + 1); ++z)
+                for (int y = 0; y < r_.ny(); ++y)
+                    for (const uint32_t end = row_end_[row(z, y)]; i < end; ++i)
+                        std::memset(in_[r_.z1 + z][r_.y1 + y] + runs[i].x1, runs[i].value,
+                                    static_cast<std::size_t>(runs[i].x2 - runs[i].x1 + 1));
+        }
+    }
+
+    // The forest of slab s in global run numbers.
+    void make_global(int s) {
+        const std::size_t base = slab_base_[s];
+        const Run* runs = slab_runs_[s].begin();
+        for (std::size_t i = 0, n = slab_runs_[s].size(); i < n; ++i)
+            parent_[base + i] = static_cast<uint32_t>(base + runs[i].parent);
+    }
 
     uint32_t root(uint32_t i) {
         while (parent_[i] != i) i = parent_[i] = parent_[parent_[i]];
@@ -674,23 +747,41 @@ private:
         else if (b < a) parent_[a] = b;
     }
 
-    // Joins the runs of row (z, y) with those of row (nz, ny) that touch them; ra and rb are
-    // the two rows' slabs.
-    void join_rows(const SlabRuns& ra, int z, int y, const SlabRuns& rb, int nz, int ny) {
-        uint32_t b = first_run(nz, ny);
-        const uint32_t b_end = last_run(nz, ny);
-        for (uint32_t a = first_run(z, y), a_end = last_run(z, y); a < a_end && b < b_end; ++a) {
-            const Run& p = ra[a];
-            while (b < b_end && rb[b].x2 < p.x1 - 1) ++b;
-            for (uint32_t c = b; c < b_end && rb[c].x1 <= p.x2 + 1; ++c)
-                if (rb[c].value == p.value) join(a, c);
-        }
+    // Ranks the roots of slab s among themselves and counts them.
+    void rank_roots(int s) {
+        const SlabRuns runs = slab(s);
+        std::size_t n = 0;
+        for (std::size_t i = slab_base_[s]; i < slab_base_[s + 1]; ++i)
+            if (parent_[i] == i) runs[i].rank = static_cast<Byte>(std::min<std::size_t>(n++, 255));
+        tally_[s].roots = n;
     }
 
-    // Joins row (z, y) with the three rows around it in the frame before.
-    void join_frame_before(const SlabRuns& runs, const SlabRuns& before, int z, int y) {
-        for (int ny = std::max(y - 1, 0); ny <= std::min(y + 1, r_.ny() - 1); ++ny)
-            join_rows(runs, z, y, before, z - 1, ny);
+    // The label of run i of slab s: its root's number, or 0 beyond maxlabels. Only reads the
+    // forest, as the other slabs read it at the same time.
+    Byte label_of(uint32_t i, int s, int maxlabels) {
+        while (parent_[i] != i) i = parent_[i];
+        while (slab_base_[s] > i) --s;  // the root's slab: this one or one before
+        const std::size_t number = tally_[s].roots_before + slab(s)[i].rank + 1;
+        return number <= static_cast<std::size_t>(maxlabels) ? static_cast<Byte>(number) : 0;
+    }
+
+    // Writes the labels of slab s's runs and counts their voxels; unnumbered runs get their
+    // value back in the input.
+    void write_slab(int s, int z1, int z2, int maxlabels) {
+        const SlabRuns runs = slab(s);
+        uint64_t voxels[256] = {};
+        std::size_t i = slab_base_[s];
+        for (int z = z1; z < z2; ++z)
+            for (int y = 0; y < r_.ny(); ++y)
+                for (const std::size_t end = slab_base_[s] + row_end_[row(z, y)]; i < end; ++i) {
+                    const Run& run = runs[i];
+                    const Byte label = label_of(static_cast<uint32_t>(i), s, maxlabels);
+                    const std::size_t length = static_cast<std::size_t>(run.x2 - run.x1 + 1);
+                    voxels[label] += length;
+                    if (label) std::memset(out_[r_.z1 + z][r_.y1 + y] + run.x1, label, length);
+                    else std::memset(in_[r_.z1 + z][r_.y1 + y] + run.x1, run.value, length);
+                }
+        std::copy(voxels + 1, voxels + 256, tally_[s].voxels + 1);
     }
 
     Byte*** in_;
@@ -698,11 +789,10 @@ private:
     Voi r_;
     int slabs_ = 1;
     std::unique_ptr<Growable<Run>[]> slab_runs_;
-    std::unique_ptr<std::size_t[]> slab_base_;
-    std::unique_ptr<uint32_t[]> row_end_;  // per row of the VOI: the end of its runs (global
-                                           // numbers once the runs are all found)
-    std::unique_ptr<uint32_t[]> parent_;
-    std::unique_ptr<Byte[]> label_;
+    std::unique_ptr<std::size_t[]> slab_base_;  // the number of each slab's first run, and the total
+    std::unique_ptr<uint32_t[]> row_end_;        // per row of the VOI: the end of its runs in its slab
+    std::unique_ptr<uint32_t[]> parent_;         // the forest in global run numbers
+    std::unique_ptr<SlabTally[]> tally_;
 };
 
 }  // namespace
@@ -796,12 +886,11 @@ int grass3d_label(Volume* in, Volume* out, int* nlabels, float* counts, int maxl
     if (in == out) return kSameVolume;
     std::fill(counts, counts + maxlabels, 0.0f);
     RunLabeller labeller(grey(in), grey(out), voi_of(in));
-    const int numbered = labeller.build() == kOk ? labeller.number(maxlabels, counts) : kNoBuffer;
-    if (numbered == kNoBuffer) {
+    if (labeller.build() != kOk) {
         *nlabels = 0;  // nothing was labelled
         return kNoBuffer;
     }
-    labeller.write();
+    const int numbered = labeller.label(maxlabels, counts);
     *nlabels = numbered < 0 ? maxlabels : numbered;
     return numbered < 0 ? kTooManyRegions : kOk;
 }

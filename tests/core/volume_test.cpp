@@ -108,17 +108,22 @@ TEST(CheckIfUCBinary, LooksOnlyInsideTheVoi) {
     EXPECT_EQ(CheckIfUCBinary(f.get()), -502);
 }
 
-// The frames are checked on several threads: one stray voxel is found in any frame and channel.
+// The frames are checked on several threads: one stray voxel is found in any frame and channel,
+// within the vectorised part of a row or after it, with the values next to 0 and 255 too.
 TEST(CheckIfUCBinary, OneStrayVoxelInAnyFrameOnAnyThreadCount) {
     for (int threads : {1, 3}) {
         v3d::set_thread_count(threads);
         for (int z : {0, 4, 8})
-            for (int c : {0, 2}) {
-                Vol v(9, 2, 70, 1, 2);
-                ASSERT_EQ(CheckIfUCBinary(v.get()), 1);
-                v.uc(z, 1, 69, c) = 128;
-                EXPECT_EQ(CheckIfUCBinary(v.get()), 0) << "frame " << z << ", channel " << c << ", " << threads;
-            }
+            for (int c : {0, 2})
+                for (int x : {3, 69})
+                    for (int value : {1, 128, 254}) {
+                        Vol v(9, 2, 70, 1, 2);
+                        v.uc(z, 0, x, c) = 255;
+                        ASSERT_EQ(CheckIfUCBinary(v.get()), 1);
+                        v.uc(z, 1, x, c) = static_cast<unsigned char>(value);
+                        EXPECT_EQ(CheckIfUCBinary(v.get()), 0)
+                            << "frame " << z << ", channel " << c << ", x " << x << ", " << value << ", " << threads;
+                    }
     }
     v3d::set_thread_count(0);
 }

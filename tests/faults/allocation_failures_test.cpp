@@ -287,7 +287,7 @@ std::vector<Config> library_configs() {
     c.push_back({"grass3d_label", [](World& w) {
         int n = 0;
         float counts[255];
-        return grass3d_label(w[B], w[OUT], &n, counts, 255); }, bit(B) | out, true});
+        return grass3d_label(w[B], w[OUT], &n, counts, 255); }, bit(B) | out});
     // ---- projections, sections, pictures, gallery
     c.push_back({"Provoli2d", [thr](World& w) { return Provoli2d(w[A], w.image, 32, 32, 30, 1, thr); }, pic});
     c.push_back({"Provoli3d", [thr](World& w) { return Provoli3d(w[RGB], w.image, 32, 32, 30, 20, 0, thr); }, pic});

@@ -384,6 +384,35 @@ TEST(Label, ThreadsSplittingTheFramesGiveTheFloodFillLabels) {
     }
 }
 
+// Hundreds of components in one slab of frames, and the maximum reached inside a later slab:
+// the first 255 in scan order get their numbers on any thread count, the others keep their
+// values in the input.
+TEST(Label, TheMaximumReachedAmongHundredsOfComponentsInALaterSlab) {
+    const int Z = 4, Y = 20, X = 40;
+    for (int threads : {1, 3}) {
+        SCOPED_TRACE(::testing::Message() << "threads " << threads);
+        Vol in(Z, Y, X), out(Z, Y, X);
+        for_box(t3d::whole_box(in.get()), [&](int z, int y, int x) {
+            if (z % 2 == 0 && y % 2 == 0 && x % 2 == 0) in.uc(z, y, x) = static_cast<unsigned char>(1 + x % 7);
+        });
+        std::vector<float> counts(255);
+        int n = 0;
+        v3d::set_thread_count(threads);
+        const int status = grass3d_label(in.get(), out.get(), &n, counts.data(), 255);
+        v3d::set_thread_count(0);
+        ASSERT_EQ(status, -92);
+        ASSERT_EQ(n, 255);
+        EXPECT_EQ(counts, std::vector<float>(255, 1.0f));
+        int component = 0;  // 400 isolated voxels, in scan order
+        for_box(t3d::whole_box(in.get()), [&](int z, int y, int x) {
+            if (z % 2 || y % 2 || x % 2) return;
+            ++component;
+            ASSERT_EQ(out.uc(z, y, x), component <= 255 ? component : 0) << z << "," << y << "," << x;
+            ASSERT_EQ(in.uc(z, y, x), component <= 255 ? 0 : 1 + x % 7) << z << "," << y << "," << x;
+        });
+    }
+}
+
 TEST(Label, TheMaximumStopsBeforeTheNextComponent) {
     Vol in(3, 3, 3), out(3, 3, 3);
     int n = 0;
