@@ -67,23 +67,6 @@ int check_morphology(Volume* in, Volume* se, Volume* out) {
     return kOk;
 }
 
-// Sets n bytes to 0. The side margins of rows are a few bytes, for which a call of memset per
-// row costs more than the bytes: two overlapping stores of a width up to n instead.
-inline void clear_bytes(unsigned char* p, int n) {
-    static const unsigned char zeros[16] = {};
-    if (n > 16) {
-        std::memset(p, 0, n);
-    } else if (n >= 8) {
-        std::memcpy(p, zeros, 8), std::memcpy(p + n - 8, zeros, 8);
-    } else if (n >= 4) {
-        std::memcpy(p, zeros, 4), std::memcpy(p + n - 4, zeros, 4);
-    } else if (n >= 2) {
-        std::memcpy(p, zeros, 2), std::memcpy(p + n - 2, zeros, 2);
-    } else if (n == 1) {
-        *p = 0;
-    }
-}
-
 // Sets to 0 the voxels of in's VOI outside the working region w in out. A few bytes per row,
 // but every row is a cache line of its own to fetch: on one thread this was an eighth of an
 // erosion by the 3^3 cube, so the frames go to the threads like the rest of the work.
@@ -199,8 +182,10 @@ template <Op op> int gather(Volume* in, Volume* se, Volume* out) {
     Volume* source;
     V3D_CHECK(separate_input(in, out, copy, source));
     if (short_box(e)) {
-        V3D_CHECK(short_box_extreme(source, out, e.zs, e.ys, e.xs, op == Op::Dilate));
-    } else if (e.full()) {
+        // The margins are cleared with the centres of each frame.
+        return short_box_extreme(source, out, e.zs, e.ys, e.xs, op == Op::Dilate, true);
+    }
+    if (e.full()) {
         V3D_CHECK(gather_box<op>(source, e, out, w));
     } else {
         gather_rows<op>(source, e, out, w);
@@ -235,13 +220,12 @@ template <Op first, Op second> int compose(Volume* in, Volume* se, Volume* out) 
     const Element e = element_of(se);
     if (short_box(e)) {
         // A box is its own reflection, and its two steps stream frame by frame through rings of
-        // planes: the volume between is never made (-530 when the rings cannot be had).
+        // planes: the volume between is never made (-530 when the rings cannot be had), and
+        // the margins are cleared with the centres of each frame.
         OwnedVolume copy;
         Volume* source;
         V3D_CHECK(separate_input(in, out, copy, source));
-        V3D_CHECK(short_box_pair(source, out, e.zs, e.ys, e.xs, first == Op::Dilate));
-        clear_margins(in, working_region(in, e), out);
-        return kOk;
+        return short_box_pair(source, out, e.zs, e.ys, e.xs, first == Op::Dilate, true);
     }
     OwnedVolume between, reflected;
     V3D_CHECK(between.create(in->Z, in->Y, in->X, kUC, kGrey));

@@ -87,6 +87,72 @@ TEST(Histogram, LongRowsMapEveryLevel) {
     v3d::set_thread_count(0);
 }
 
+// The level every value of in's VOI maps to, by a brute-force count.
+std::vector<int> levels_of(Vol& in) {
+    const Volume* v = in.get();
+    std::vector<long> n(256, 0);
+    for (int z = v->z1; z < v->z2; ++z)
+        for (int y = v->y1; y < v->y2; ++y)
+            for (int x = v->x1; x < v->x2; ++x) ++n[in.uc(z, y, x)];
+    const float total = static_cast<float>(v->z2 - v->z1) * (v->y2 - v->y1) * (v->x2 - v->x1);
+    std::vector<int> level(256);
+    float run = 0;
+    for (int i = 0; i < 256; ++i) level[i] = static_cast<int>((run += n[i] / total) * 255.0f + 0.5);
+    return level;
+}
+
+// The voxels of out that are not level[in] in in's VOI or not 0 outside it.
+long wrong_voxels(Vol& in, Vol& out, const std::vector<int>& level) {
+    const Volume* v = in.get();
+    long wrong = 0;
+    for (int z = 0; z < v->Z; ++z)
+        for (int y = 0; y < v->Y; ++y)
+            for (int x = 0; x < v->X; ++x) {
+                const bool inside = z >= v->z1 && z < v->z2 && y >= v->y1 && y < v->y2 && x >= v->x1 && x < v->x2;
+                wrong += out.uc(z, y, x) != (inside ? level[in.uc(z, y, x)] : 0);
+            }
+    return wrong;
+}
+
+// Pairs of neighbouring voxels repeated far more than 255 times (equal and unequal bytes), an
+// odd row length with the VOI spanning whole rows, so that pairs run on across the rows of a
+// frame, and a few levels elsewhere: the counts are exact on one and several threads.
+TEST(Histogram, RepeatedPairsAcrossRowsCountExactly) {
+    Vol in(4, 9, 151), out(4, 9, 151);
+    for (int z = 0; z < 4; ++z)
+        for (int y = 0; y < 9; ++y)
+            for (int x = 0; x < 151; ++x) in.uc(z, y, x) = z == 2 ? 7 : x % 2 ? 200 : 7;
+    for (int i = 0; i < 40; ++i) in.uc(i % 4, i % 9, (i * 37) % 151) = static_cast<unsigned char>(i * 5);
+    std::vector<long> n(256, 0);
+    for (int z = 0; z < 4; ++z)
+        for (int y = 0; y < 9; ++y)
+            for (int x = 0; x < 151; ++x) ++n[in.uc(z, y, x)];
+    for (int threads : {1, 3}) {
+        v3d::set_thread_count(threads);
+        Vectors pdf;
+        ASSERT_EQ(hist3(&in, pdf.set), 0);
+        for (int i = 0; i < 256; ++i) ASSERT_EQ(pdf.set[0][i], n[i] / (4.0f * 9.0f * 151.0f)) << i;
+        ASSERT_EQ(HistogramEqual3d(&in, &out), 0);
+        EXPECT_EQ(wrong_voxels(in, out, levels_of(in)), 0);
+    }
+    v3d::set_thread_count(0);
+}
+
+// A volume too large for the caches on one thread (its output is written past them): rows that
+// start anywhere in a line (a VOI from column 3), then whole frames.
+TEST(Histogram, LargeVolumeOnOneThread) {
+    v3d::set_thread_count(1);
+    Vol in(208, 256, 256), out(208, 256, 256);
+    t3d::fill_random(&in, 9, 180);
+    in.voi(1, 207, 2, 250, 3, 253);
+    ASSERT_EQ(HistogramEqual3d(&in, &out), 0);
+    EXPECT_EQ(wrong_voxels(in, out, levels_of(in)), 0);
+    in.voi(0, 208, 0, 256, 0, 256);
+    ASSERT_EQ(HistogramEqual3d(&in, &out), 0);
+    EXPECT_EQ(wrong_voxels(in, out, levels_of(in)), 0);
+    v3d::set_thread_count(0);
+}
+
 TEST(Histogram, DarkestLevelIsNotStretchedToBlack) {
     Vol v(1, 1, 4), out(1, 1, 4);
     v.uc(0, 0, 0) = 10, v.uc(0, 0, 1) = 20, v.uc(0, 0, 2) = 20, v.uc(0, 0, 3) = 30;
