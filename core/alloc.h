@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 
 #if defined(VEXILO3D_ALLOCATION_HOOK)
@@ -36,5 +37,40 @@ inline void* mem_realloc(void* block, std::size_t bytes) noexcept {
     return allocation_allowed() ? std::realloc(block, bytes) : nullptr;
 }
 inline void mem_free(void* block) noexcept { std::free(block); }
+
+// Large zeroed blocks straight from the system (Linux), from a 2 MB boundary on and advised onto
+// huge pages: creating and dropping megabytes of work memory then costs a few page faults
+// instead of thousands, and nothing of it lingers in the heap between calls. Blocks from
+// kMappedBytes on are worth it. mem_map_zeroed gives null when the system refuses (and always
+// elsewhere: callers then take the heap); mem_unmap gives back what it mapped.
+struct Mapping {
+    void* base = nullptr;
+    std::size_t length = 0;
+};
+constexpr std::size_t kMappedBytes = std::size_t{4} << 20;
+void* mem_map_zeroed(std::size_t bytes, Mapping* mapping) noexcept;
+void mem_unmap(const Mapping& mapping) noexcept;
+
+// Zeroed work memory for n values: mapped when large, else from the heap.
+template <class T> class ZeroedBuffer {
+public:
+    ZeroedBuffer() = default;
+    ZeroedBuffer(const ZeroedBuffer&) = delete;
+    ZeroedBuffer& operator=(const ZeroedBuffer&) = delete;
+    ~ZeroedBuffer() { mapping_.base ? mem_unmap(mapping_) : mem_free(data_); }
+
+    bool make(std::size_t n) noexcept {
+        if (n > SIZE_MAX / sizeof(T)) return false;
+        const std::size_t bytes = n * sizeof(T);
+        data_ = static_cast<T*>(bytes >= kMappedBytes ? mem_map_zeroed(bytes, &mapping_) : nullptr);
+        if (!data_ && !mapping_.base) data_ = static_cast<T*>(mem_calloc(n, sizeof(T)));
+        return data_ != nullptr;
+    }
+    T* get() const { return data_; }
+
+private:
+    T* data_ = nullptr;
+    Mapping mapping_;
+};
 
 }  // namespace v3d

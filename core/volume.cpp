@@ -30,6 +30,29 @@
 #endif
 
 namespace v3d {
+
+#if defined(__linux__)
+void* mem_map_zeroed(std::size_t bytes, Mapping* mapping) noexcept {
+    constexpr std::size_t kHugePage = std::size_t{2} << 20;
+    if (!allocation_allowed() || bytes > SIZE_MAX - kHugePage) return nullptr;
+    const std::size_t length = bytes + kHugePage;
+    void* base = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (base == MAP_FAILED) return nullptr;
+    const auto start = (reinterpret_cast<std::uintptr_t>(base) + kHugePage - 1) & ~(kHugePage - 1);
+    void* data = reinterpret_cast<void*>(start);
+    madvise(data, bytes, MADV_HUGEPAGE);  // advice only: without huge pages it still works
+    *mapping = {base, length};
+    return data;
+}
+
+void mem_unmap(const Mapping& mapping) noexcept {
+    if (mapping.base) munmap(mapping.base, mapping.length);
+}
+#else
+void* mem_map_zeroed(std::size_t, Mapping*) noexcept { return nullptr; }
+void mem_unmap(const Mapping&) noexcept {}
+#endif
+
 namespace {
 
 constexpr int kTableSize = 100;
@@ -66,11 +89,10 @@ bool storage_conceivable(const Volume* v) {
     return memory == 0.0 || total <= memory;
 }
 
-// The header before a channel's slots: the mapped block holding its voxels (null when every
-// frame is a calloc block of its own) and the mapping's length.
+// The header before a channel's slots: the mapped block holding its voxels (none when every
+// frame is a calloc block of its own).
 struct ChannelHeader {
-    void* mapping;
-    std::size_t length;
+    Mapping mapping;
 };
 constexpr std::size_t kHeaderSlots = sizeof(ChannelHeader) / sizeof(void*);
 
@@ -78,32 +100,12 @@ ChannelHeader* header_of(void* slots) {
     return reinterpret_cast<ChannelHeader*>(static_cast<void**>(slots) - kHeaderSlots);
 }
 
-#if defined(__linux__)
-constexpr std::size_t kMappedChannelBytes = std::size_t{4} << 20;
-constexpr std::size_t kHugePage = std::size_t{2} << 20;
-
-// Zeroed bytes straight from the system, from a 2 MB boundary on and advised onto huge pages.
-void* map_zeroed(std::size_t bytes, ChannelHeader* header) {
-    if (!allocation_allowed() || bytes > SIZE_MAX - kHugePage) return nullptr;
-    const std::size_t length = bytes + kHugePage;
-    void* base = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (base == MAP_FAILED) return nullptr;
-    const auto start = (reinterpret_cast<std::uintptr_t>(base) + kHugePage - 1) & ~(kHugePage - 1);
-    void* data = reinterpret_cast<void*>(start);
-    madvise(data, bytes, MADV_HUGEPAGE);  // advice only: without huge pages it still works
-    *header = {base, length};
-    return data;
-}
-#endif
-
 void free_channel(void* block, int Z) {
     if (!block) return;
     void** slots = static_cast<void**>(block);
     const ChannelHeader header = *header_of(block);
-#if defined(__linux__)
-    if (header.mapping) munmap(header.mapping, header.length);
-#endif
-    if (!header.mapping)
+    if (header.mapping.base) mem_unmap(header.mapping);
+    if (!header.mapping.base)
         for (int z = 0; z < Z; ++z) {
             void** rows = static_cast<void**>(slots[z]);
             mem_free(rows[0]);
@@ -120,8 +122,8 @@ bool place_frames(void** slots, int Z, int Y, std::size_t row_bytes) {
     const std::size_t frame_stride = (static_cast<std::size_t>(Y) * row_bytes + 63) & ~std::size_t{63};
     std::size_t total = 0;
     if (checked_product(&total, {Z, static_cast<long long>(frame_stride)}) &&
-        total >= kMappedChannelBytes) {
-        char* voxels = static_cast<char*>(map_zeroed(total, header));
+        total >= kMappedBytes) {
+        char* voxels = static_cast<char*>(mem_map_zeroed(total, &header->mapping));
         if (!voxels) {
             mem_free(header);
             return false;
@@ -160,7 +162,7 @@ void* allocate_channel(int Z, int Y, int X, int elem) {
     void** block = static_cast<void**>(mem_malloc(slot_bytes));
     if (!block) return nullptr;
     void** slots = block + kHeaderSlots;
-    *header_of(slots) = {nullptr, 0};
+    *header_of(slots) = {};
     return place_frames(slots, Z, Y, row_bytes) ? slots : nullptr;
 }
 

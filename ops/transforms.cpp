@@ -250,8 +250,8 @@ int cosine_transform(Volume* in, Volume* out, int z0, int y0, int x0, bool inver
     if (!fits_at(in, out, z0, y0, x0)) return kBadOutputDims;
     const Voi r = voi_of(in);
     const int nz = r.nz(), ny = r.ny(), nx = r.nx();
-    auto block = make_buffer<float>(static_cast<std::size_t>(r.count()));
-    if (!block) return kNoBuffer;
+    ZeroedBuffer<float> block;
+    if (!block.make(static_cast<std::size_t>(r.count()))) return kNoBuffer;
     const std::size_t row = nx, frame = static_cast<std::size_t>(ny) * nx;
     float* b = block.get();
     // (the copies in and out by frames on every thread: the first touch of the block's pages
