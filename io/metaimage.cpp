@@ -42,14 +42,6 @@ struct Header {
     long long compressed_size = -1;
 };
 
-bool seek_to(std::FILE* f, long long offset) {
-#if defined(_WIN32)
-    return _fseeki64(f, offset, SEEK_SET) == 0;
-#else
-    return fseeko(f, static_cast<off_t>(offset), SEEK_SET) == 0;
-#endif
-}
-
 long long position_of(std::FILE* f) {
 #if defined(_WIN32)
     return _ftelli64(f);
@@ -274,7 +266,7 @@ int open_data(const Header& h, const char* path, std::size_t data_bytes, File* o
         if (length < 0 || static_cast<unsigned long long>(length) < data_bytes) return kFread;
         offset = length - static_cast<long long>(data_bytes);
     }
-    if (!seek_to(f.get(), offset)) return kFread;
+    if (!seek_from_start(f.get(), offset)) return kFread;
     *out = std::move(f);
     return kOk;
 }
@@ -341,7 +333,7 @@ int metaimage_data(const char* path, const FileGrid& g, int t0, int t1, TimePoin
     if (h.compressed) {
         inflater.reset(new (std::nothrow) Inflater(f.get(), h.compressed_size));
         if (!inflater) return kNoBuffer;
-    } else if (!seek_to(f.get(), position_of(f.get()) + static_cast<long long>(bytes) * t0)) {
+    } else if (!seek_from_start(f.get(), position_of(f.get()) + static_cast<long long>(bytes) * t0)) {
         return kFread;
     }
     for (int t = h.compressed ? 0 : t0; t <= t1; ++t) {
@@ -405,13 +397,8 @@ int metaimage_write(Volume* vol, const char* path, int compress) {
     if (!path || compress < 0 || compress > 1 || (!detached && !ends_with(path, ".mha"))) return kInvalidParams;
     const FileGrid g = grid_to_write(vol);
     std::size_t bytes = 0;
-    const std::size_t row_bytes = static_cast<std::size_t>(vol->X) * sample_bytes(g.sample);
-    if (!time_point_bytes(g, &bytes)) return kNoBuffer;
-    auto data = make_io_buffer<unsigned char>(bytes);
+    auto data = pack_volume(vol, g, &bytes);
     if (!data) return kNoBuffer;
-    for (int z = 0; z < vol->Z; ++z)
-        for (int y = 0; y < vol->Y; ++y)
-            pack_row(vol, z, y, g.sample, data.get() + (static_cast<std::size_t>(z) * vol->Y + y) * row_bytes);
     std::unique_ptr<unsigned char[]> packed;
     const unsigned char* out = data.get();
     std::size_t out_bytes = bytes;

@@ -225,13 +225,9 @@ int nrrd_write(Volume* vol, const char* path, int gzip) {
     if (gzip && !nrrdEncodingGzip->available()) return kInvalidParams;
     quiet();
     const FileGrid g = grid_to_write(vol);
-    std::size_t bytes = 0, row_bytes = static_cast<std::size_t>(vol->X) * sample_bytes(g.sample);
-    if (!time_point_bytes(g, &bytes)) return kNoBuffer;
-    auto data = make_io_buffer<unsigned char>(bytes);
+    std::size_t bytes = 0;
+    auto data = pack_volume(vol, g, &bytes);
     if (!data) return kNoBuffer;
-    for (int z = 0; z < vol->Z; ++z)
-        for (int y = 0; y < vol->Y; ++y)
-            pack_row(vol, z, y, g.sample, data.get() + (static_cast<std::size_t>(z) * vol->Y + y) * row_bytes);
     NrrdState s;
     s.owns_data = false;
     if (!s.ok()) return kNoBuffer;

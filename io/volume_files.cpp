@@ -208,6 +208,17 @@ FileGrid grid_to_write(Volume* vol) {
     return g;
 }
 
+std::unique_ptr<unsigned char[]> pack_volume(Volume* vol, const FileGrid& grid, std::size_t* bytes) {
+    if (!time_point_bytes(grid, bytes)) return nullptr;
+    auto data = make_io_buffer<unsigned char>(*bytes);
+    if (!data) return nullptr;
+    const std::size_t row_bytes = static_cast<std::size_t>(vol->X) * sample_bytes(grid.sample);
+    for (int z = 0; z < vol->Z; ++z)
+        for (int y = 0; y < vol->Y; ++y)
+            pack_row(vol, z, y, grid.sample, data.get() + (static_cast<std::size_t>(z) * vol->Y + y) * row_bytes);
+    return data;
+}
+
 void pack_row(const Volume* vol, int z, int y, int sample, unsigned char* out) {
     const int X = vol->X;
     if (sample == V3D_SAMPLE_RGB24) {

@@ -70,6 +70,9 @@ bool machine_is_big_endian();
 FileGrid grid_to_write(Volume* vol);
 // One row (frame z, row y) of vol as samples of type sample, in the machine's byte order.
 void pack_row(const Volume* vol, int z, int y, int sample, unsigned char* out);
+// Every row of vol packed that way, one after the other (the data of one time point), in a
+// buffer of *bytes bytes; null when its size cannot be held or memory is short.
+std::unique_ptr<unsigned char[]> pack_volume(Volume* vol, const FileGrid& grid, std::size_t* bytes);
 
 // Case-insensitive "name ends with suffix".
 bool ends_with(const char* name, const char* suffix);
