@@ -63,7 +63,7 @@ public:
         if (n > SIZE_MAX / sizeof(T)) return false;
         const std::size_t bytes = n * sizeof(T);
         data_ = static_cast<T*>(bytes >= kMappedBytes ? mem_map_zeroed(bytes, &mapping_) : nullptr);
-        if (!data_ && !mapping_.base) data_ = static_cast<T*>(mem_calloc(n, sizeof(T)));
+        if (!data_) data_ = static_cast<T*>(mem_calloc(n, sizeof(T)));
         return data_ != nullptr;
     }
     T* get() const { return data_; }
